@@ -1,0 +1,20 @@
+/// Looking up log categories, and their default masks. Public. Reads constant data but for
+/// kr_log_apply_defaults: safe from any thread.
+#pragma once
+
+#include "log/log.h"
+
+/// The name of the first row with that id, or null. The text is constant.
+const kr_char* kr_log_category_name(u16 id);
+
+/// Finds the category called `name`, letter case ignored; the first row wins.
+/// Returns 1 and stores the id, or 0 and leaves `id` alone; 0 also for a null `name` or `id`.
+u32 kr_log_category_id(const kr_char* name, u16* id);
+
+/// Sets every category's mask to its default; a slot from 1 up that no row names and that still
+/// holds 0xFFFFFFFF becomes errors and warnings. Slot 0 is left alone.
+void kr_log_apply_defaults();
+
+/// While on, every category's default mask counts as 0, so that applying the defaults again keeps a
+/// quiet log quiet. Changes no mask by itself.
+void kr_log_quiet_defaults(u32 on);
