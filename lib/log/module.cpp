@@ -16,7 +16,7 @@ struct {
 } table;
 
 void add(kr_module* descriptor) {
-    const auto* const end = table.slots + table.initialised + table.pending;
+    kr_module** const end = table.slots + table.initialised + table.pending;
     if (std::find(table.slots, end, descriptor) != end) {
         return;
     }
