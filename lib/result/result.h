@@ -29,7 +29,7 @@ enum : u16 {
     KR_INTERNAL_CODES(KR_ROW)
 #undef KR_ROW
 #define KR_ROW(name, code) name = code,
-    KR_INTERNAL_CODES_UNTEXTED(KR_ROW)
+        KR_INTERNAL_CODES_UNTEXTED(KR_ROW)
 #undef KR_ROW
 };
 
