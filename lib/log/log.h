@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <type_traits>
 
 #include "base/product.h"
@@ -56,17 +57,21 @@ extern const kr_log_category kr_log_categories[KR_LOG_CATEGORY_COUNT];
 /// Read and written from any thread; a change applies to the next test.
 extern std::atomic<u32> kr_log_category_masks[KR_LOG_SLOT_COUNT];
 
+/// Receives one finished line: NUL-terminated wide text, ending in a newline except on the raw
+/// channel. `size_bytes` includes the terminator. Called with the log's output lock held.
+using kr_log_write = void (*)(void* context, const kr_char* line, std::size_t size_bytes);
+/// Releases a destination's context.
+using kr_log_close = kr_result (*)(void* context);
+
 /// A destination counts as set while its `write` is set.
 struct kr_log_destination {
     /// 1: the log puts no stamp of its own into the line.
     u32 no_timestamps;
     /// Owned by the destination; released by `close`.
     void* context;
-    /// Receives one finished line: NUL-terminated wide text, ending in a newline except on the raw
-    /// channel. `size_bytes` includes the terminator.
-    void (*write)(void* context, const kr_char* line, u32 size_bytes);
+    kr_log_write write;
     /// May be null.
-    kr_result (*close)(void* context);
+    kr_log_close close;
 };
 
 /// Whether a line at `level` in `category` is to be made: one load and one bit test. Level 0 and
