@@ -1,0 +1,38 @@
+/// Text forms of IPv4 and MAC addresses, and host names through the system's resolver. Public.
+/// IPv4 addresses are host-order numbers whose most significant byte is the first of the four
+/// components. Texts are NUL-terminated; no pointer may be null. Any thread.
+#pragma once
+
+#include "platform/types.h"
+#include "result/result.h"
+
+/// Room, in characters with the terminator, for "255.255.255.255".
+inline constexpr u32 KR_STRING_IPV4_CHARS = 16;
+/// Room, in characters with the terminator, for "AA:BB:CC:DD:EE:FF".
+inline constexpr u32 KR_STRING_MAC_CHARS = 18;
+inline constexpr u32 KR_MAC_BYTES = 6;
+
+/// Writes "a.b.c.d" into `out` (KR_STRING_IPV4_CHARS characters). Returns `out`.
+char* kr_string_from_ipv4(u32 ip, char* out);
+
+/// Reads exactly four components of one to three decimal digits, each at most 255, joined by '.';
+/// leading zeros do not mean octal. KR_GENERIC for anything else, without a message and with `out`
+/// untouched.
+[[nodiscard]] kr_result kr_string_to_ipv4(const char* text, u32* out);
+
+/// Writes six pairs of upper-case hexadecimal digits joined by ':' into `out`
+/// (KR_STRING_MAC_CHARS characters). Returns the number of characters before the terminator.
+i32 kr_string_from_mac(const u8 mac[KR_MAC_BYTES], char* out);
+
+/// A host's address from its name or from its dotted form; a text that starts with a digit is taken
+/// for the latter. The success says which: KR_DNS_HOSTNAME or KR_IP_ADDRESS_HOSTNAME as
+/// information. The same codes as failures: the name did not resolve, the dotted form is broken;
+/// both are logged in the category `other` at error level. `out` is written on success only.
+/// On Windows the process must have started Winsock before a name can resolve; until then a name
+/// is a failure like any other.
+[[nodiscard]] kr_result kr_string_hoststr_to_ipv4(const char* text, u32* out);
+
+/// The official name of the host at `ip`, by reverse look-up. `out` has no stated size: the
+/// resolver's longest name, 255 characters, and a terminator must fit. Success carries
+/// KR_DNS_HOSTNAME as information; no answer is the failure KR_DNS_HOSTNAME, without a message.
+[[nodiscard]] kr_result kr_string_ipv4_to_hoststr(u32 ip, char* out);
