@@ -1,5 +1,18 @@
 /// The stand-in's declarations: the same names, types and constants as the Windows SDK, for
-/// exactly the calls that this project makes. Included through platform.h only.
+/// exactly the calls that this project and its suite make. Included through platform.h only.
+///
+/// Common to all calls: arguments, results, error numbers and side effects are those of Windows;
+/// a failing call sets GetLastError() (or returns the error, where Windows does so) and writes no
+/// output. Every call may be made from any thread.
 #pragma once
 
-#include "platform/types.h"
+#include "platform/host/clock.h"
+#include "platform/host/crt.h"
+#include "platform/host/files.h"
+#include "platform/host/messages.h"
+#include "platform/host/net.h"
+#include "platform/host/registry.h"
+#include "platform/host/resources.h"
+#include "platform/host/services.h"
+#include "platform/host/threads.h"
+#include "platform/host/win_types.h"

@@ -1,0 +1,97 @@
+/// The stand-in's files, standard streams, console, system folder and text encodings.
+///
+/// Drive paths (`C:\a\b`, also behind `\\?\` or `\??\`) are found below the folder that the
+/// environment variable KR_HOST_ROOT names, in a folder per drive; when it is not set, below a
+/// fresh temporary folder that goes away with the process. There letter case is ignored, as on
+/// Windows. Other paths are used as they are, with '\' read as '/'.
+#pragma once
+
+#include "platform/host/win_types.h"
+
+inline constexpr DWORD GENERIC_READ = 0x80000000;
+inline constexpr DWORD GENERIC_WRITE = 0x40000000;
+inline constexpr DWORD FILE_READ_DATA = 0x0001;
+inline constexpr DWORD FILE_WRITE_DATA = 0x0002;
+inline constexpr DWORD FILE_APPEND_DATA = 0x0004;
+inline constexpr DWORD FILE_SHARE_READ = 0x1;
+inline constexpr DWORD FILE_SHARE_WRITE = 0x2;
+inline constexpr DWORD FILE_SHARE_DELETE = 0x4;
+inline constexpr DWORD CREATE_NEW = 1;
+inline constexpr DWORD CREATE_ALWAYS = 2;
+inline constexpr DWORD OPEN_EXISTING = 3;
+inline constexpr DWORD OPEN_ALWAYS = 4;
+inline constexpr DWORD TRUNCATE_EXISTING = 5;
+inline constexpr DWORD FILE_ATTRIBUTE_READONLY = 0x01;
+inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
+inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
+inline constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
+inline constexpr DWORD FILE_BEGIN = 0;
+inline constexpr DWORD FILE_CURRENT = 1;
+inline constexpr DWORD FILE_END = 2;
+
+/// Opens or creates a file. Rights other than the ones above, attributes and flags are accepted
+/// and have no effect, except that FILE_ATTRIBUTE_READONLY makes a new file read-only. Access
+/// with FILE_APPEND_DATA and without FILE_WRITE_DATA or GENERIC_WRITE writes at the end always.
+/// INVALID_HANDLE_VALUE and 2, 3, 5, 32, 80, 87, 112, 123, 206 or 4; CREATE_ALWAYS and
+/// OPEN_ALWAYS set 183 with success when the file was there.
+HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD sharing, SECURITY_ATTRIBUTES* security,
+                   DWORD disposition, DWORD attributes, HANDLE template_file);
+/// Writes all bytes, or fails with 5 (not opened for writing), 6, 112, 232 or 1117; `written` then
+/// holds what was written before the failure.
+BOOL WriteFile(HANDLE file, const void* data, DWORD size_bytes, DWORD* written,
+               OVERLAPPED* overlapped);
+/// Reads up to `size_bytes`; 0 bytes at the end of the file.
+BOOL ReadFile(HANDLE file, void* buffer, DWORD size_bytes, DWORD* read, OVERLAPPED* overlapped);
+BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD origin);
+BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size_bytes);
+BOOL FlushFileBuffers(HANDLE file);
+/// Releases a handle of a file or of a thread; 6 when it is neither.
+BOOL CloseHandle(HANDLE handle);
+
+/// 2 and 3 when missing, 5 for a directory, a read-only file or the image of a loaded driver, 32
+/// while a handle that does not share deletion is open.
+BOOL DeleteFileW(const WCHAR* path);
+DWORD GetFileAttributesW(const WCHAR* path);
+BOOL SetFileAttributesW(const WCHAR* path, DWORD attributes);
+BOOL CreateDirectoryW(const WCHAR* path, SECURITY_ATTRIBUTES* security);
+BOOL RemoveDirectoryW(const WCHAR* path);
+/// The temporary folder with a separator at its end. Returns the length without the terminator,
+/// or the room needed with it when `room_chars` is too small.
+DWORD GetTempPathW(DWORD room_chars, WCHAR* buffer);
+
+inline constexpr DWORD STD_INPUT_HANDLE = static_cast<DWORD>(-10);
+inline constexpr DWORD STD_OUTPUT_HANDLE = static_cast<DWORD>(-11);
+inline constexpr DWORD STD_ERROR_HANDLE = static_cast<DWORD>(-12);
+inline constexpr DWORD FILE_TYPE_UNKNOWN = 0;
+inline constexpr DWORD FILE_TYPE_DISK = 1;
+inline constexpr DWORD FILE_TYPE_CHAR = 2;
+inline constexpr DWORD FILE_TYPE_PIPE = 3;
+inline constexpr DWORD ENABLE_PROCESSED_OUTPUT = 0x1;
+inline constexpr DWORD ENABLE_VIRTUAL_TERMINAL_PROCESSING = 0x4;
+
+HANDLE GetStdHandle(DWORD which);
+DWORD GetFileType(HANDLE file);
+/// Succeeds for a terminal only, else 6.
+BOOL GetConsoleMode(HANDLE console, DWORD* mode);
+BOOL SetConsoleMode(HANDLE console, DWORD mode);
+/// Writes to a terminal (as UTF-8), else 6.
+BOOL WriteConsoleW(HANDLE console, const void* text, DWORD length_chars, DWORD* written,
+                   void* reserved);
+
+inline constexpr int CSIDL_SYSTEM = 0x25;
+inline constexpr DWORD SHGFP_TYPE_CURRENT = 0;
+/// CSIDL_SYSTEM gives `C:\Windows\System32` (made when missing, with its drivers folder) into a
+/// buffer of MAX_PATH characters; E_INVALIDARG for any other folder.
+HRESULT SHGetFolderPathW(HWND owner, int folder, HANDLE token, DWORD flags, WCHAR* path);
+
+inline constexpr UINT CP_UTF8 = 65001;
+inline constexpr DWORD WC_ERR_INVALID_CHARS = 0x80;
+inline constexpr DWORD MB_ERR_INVALID_CHARS = 0x08;
+/// UTF-16 to UTF-8 (the only code page; 87 else). A length of -1 means a terminated text and
+/// counts the terminator; a room of 0 measures. A lone surrogate becomes U+FFFD, or 1113 with
+/// WC_ERR_INVALID_CHARS. Returns bytes; 0 with 87, 122 or 1113.
+int WideCharToMultiByte(UINT code_page, DWORD flags, const WCHAR* text, int length_chars,
+                        char* buffer, int room_bytes, const char* default_char, BOOL* used_default);
+/// UTF-8 to UTF-16, likewise.
+int MultiByteToWideChar(UINT code_page, DWORD flags, const char* text, int length_bytes,
+                        WCHAR* buffer, int room_chars);
