@@ -1,6 +1,6 @@
-/// The one description of what a format may hold: the flags, the size modifiers, the conversions and
-/// the grammar that joins them. The engine, the compile-time check and the tests read it. Public;
-/// constants and constexpr functions only.
+/// The one description of what a format may hold: the flags, the size modifiers, the conversions
+/// and the grammar that joins them. The engine, the compile-time check and the tests read it.
+/// Public; constants and constexpr functions only.
 #pragma once
 
 #include <array>
@@ -8,7 +8,8 @@
 
 #include "platform/types.h"
 
-/// Flags of a conversion. Only KR_PRINTF_FLAG_ALTERNATE and KR_PRINTF_FLAG_ZEROES change the output.
+/// Flags of a conversion. Only KR_PRINTF_FLAG_ALTERNATE and KR_PRINTF_FLAG_ZEROES change the
+/// output.
 enum : u32 {
     KR_PRINTF_FLAG_GROUPING = 0x01,
     KR_PRINTF_FLAG_LEFT = 0x02,
@@ -130,6 +131,9 @@ inline constexpr format_conversion format_conversions[] = {
 using format_index = std::array<u8, 256>;
 inline constexpr u8 format_no_row = 0xFF;
 
+/// Not constexpr and not defined: reached, it stops the compilation.
+void two_conversions_share_a_letter();
+
 consteval format_index format_index_of(bool library) {
     format_index index{};
     index.fill(format_no_row);
@@ -138,7 +142,7 @@ consteval format_index format_index_of(bool library) {
         if (conversion.library == library) {
             u8& entry = index[static_cast<u8>(conversion.letter)];
             if (entry != format_no_row) {
-                throw "two conversions share a letter"; // stops the compilation
+                two_conversions_share_a_letter();
             }
             entry = row;
         }

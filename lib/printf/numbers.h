@@ -22,8 +22,8 @@ inline constexpr kr_char kr_printf_digits_upper[] = KR_TEXT("0123456789ABCDEF");
 
 /// `value` in the radix, at least `width` characters wide, padded on the left with zeroes
 /// (KR_PRINTF_FLAG_ZEROES) or blanks; KR_PRINTF_FLAG_ALTERNATE prefixes a value other than 0 with
-/// "0" in radix 8 and "0x" or "0X" in radix 16. `digits` has 16 entries. Precision and size modifier
-/// are not used. KR_INVALID_ARGUMENT_TO_FUNCTION for a radix outside 2 to 16.
+/// "0" in radix 8 and "0x" or "0X" in radix 16. `digits` has 16 entries. Precision and size
+/// modifier are not used. KR_INVALID_ARGUMENT_TO_FUNCTION for a radix outside 2 to 16.
 [[nodiscard]] kr_result kr_printf_format_uint_internal(u32 radix, const kr_char* digits, u32 flags,
                                                        u32 width, u32 precision, u32 size_modifier,
                                                        kr_char** cursor, size_t remaining,

@@ -35,10 +35,10 @@
 #include "printf/format_check.h"
 #include "result/result.h"
 
-/// Formats `args` into `buffer`, which has `buffer_size` bytes of room. A null buffer only measures;
-/// `buffer_size` is not looked at then. `required_size` may be null; on success it receives the size
-/// of the whole output, and a call that fails leaves it alone. `args` is copied: the caller's list
-/// stays where it is.
+/// Formats `args` into `buffer`, which has `buffer_size` bytes of room. A null buffer only
+/// measures; `buffer_size` is not looked at then. `required_size` may be null; on success it
+/// receives the size of the whole output, and a call that fails leaves it alone. `args` is copied:
+/// the caller's list stays where it is.
 [[nodiscard]] kr_result kr_printf_format(kr_char* buffer, size_t buffer_size, const char* format,
                                          va_list args, size_t* required_size);
 

@@ -1,15 +1,16 @@
 /// Texts of results: of the code alone ("Out of memory") and of the whole result (error "Out of
-/// memory" from "Unknown source"). Public; reads constant tables and, for Win32 errors, the system's
-/// message table. Nothing here logs or keeps state: safe from any thread. All sizes are in bytes,
-/// the terminator included.
+/// memory" from "Unknown source"). Public; reads constant tables and, for Win32 errors, the
+/// system's message table. Nothing here logs or keeps state: safe from any thread. All sizes are in
+/// bytes, the terminator included.
 #pragma once
 
 #include "platform/types.h"
 #include "result/result.h"
 
-/// The text of the result's code in its code space, written with its terminator into `buffer`, which
-/// must not be null and has `*size` bytes of room. Codes without a text have one that says so.
-/// Sets `*size` to the size of the text, whether or not it fitted; for a Win32 error on success only.
+/// The text of the result's code in its code space, written with its terminator into `buffer`,
+/// which must not be null and has `*size` bytes of room. Codes without a text have one that says
+/// so. Sets `*size` to the size of the text, whether or not it fitted; for a Win32 error on success
+/// only.
 ///  - KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: nothing was written;
 ///  - KR_GENERIC: the system has no text for the Win32 error.
 [[nodiscard]] kr_result kr_get_result_code_description(kr_result result, kr_char* buffer,
