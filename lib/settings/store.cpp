@@ -1,0 +1,339 @@
+/// The settings store over the registry's legacy calls: no access mask and no view flag, so that a
+/// 64-bit process works in its native view with the calls' default rights.
+#include "settings/store.h"
+
+#include <cstddef>
+
+#include "base/memory.h"
+#include "base/product.h"
+#include "base/wide_string.h"
+#include "log/log.h"
+#include "platform/platform.h"
+#include "printf/printf.h"
+
+namespace {
+
+constexpr std::size_t domain_path_capacity_chars = 256;
+
+HKEY key_of(kr_settings_handle settings) {
+    return reinterpret_cast<HKEY>(settings);
+}
+
+kr_settings_handle handle_of(HKEY key) {
+    return reinterpret_cast<kr_settings_handle>(key);
+}
+
+/// An empty name would make the registry answer with the parent itself: an existence test would
+/// then close the caller's own handle, and a deletion would delete the parent.
+bool names_a_key(const kr_char* name) {
+    return name != nullptr && name[0] != 0;
+}
+
+kr_result invalid_argument() {
+    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+}
+
+kr_result generic_unless_done(LSTATUS error) {
+    return error == ERROR_SUCCESS ? KR_SUCCESS : kr_result_make_error(KR_GENERIC);
+}
+
+kr_result not_found_or_generic_unless_done(LSTATUS error) {
+    return error == ERROR_FILE_NOT_FOUND ? kr_result_make_error(KR_NOT_FOUND)
+                                         : generic_unless_done(error);
+}
+
+struct domain_path {
+    kr_char text[domain_path_capacity_chars];
+
+    kr_result compose(const kr_char* domain) {
+        if (!names_a_key(domain)) {
+            return invalid_argument();
+        }
+        return kr_printf_format2_checked(text, sizeof(text), nullptr, "%_s%_s\\%_s\\%_s",
+                                         KR_TEXT("SOFTWARE\\"), kr_product.vendor,
+                                         kr_product.component, domain);
+    }
+};
+
+kr_result key_exists(HKEY parent, const kr_char* path) {
+    HKEY key = nullptr;
+    if (RegOpenKeyW(parent, path, &key) != ERROR_SUCCESS) {
+        return kr_result_make_success(KR_NO);
+    }
+    RegCloseKey(key);
+    return kr_result_make_success(KR_YES);
+}
+
+/// What the two enumerations differ in. Lengths are in characters without the terminator, the
+/// capacity with it.
+struct enumeration {
+    LSTATUS (*measure)(HKEY key, DWORD* count, DWORD* longest_chars);
+    LSTATUS (*name_at)(HKEY key, DWORD index, kr_char* name, DWORD capacity_chars);
+};
+
+constexpr enumeration groups = {
+    [](HKEY key, DWORD* count, DWORD* longest_chars) {
+        return RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, count, longest_chars, nullptr,
+                                nullptr, nullptr, nullptr, nullptr, nullptr);
+    },
+    [](HKEY key, DWORD index, kr_char* name, DWORD capacity_chars) {
+        return RegEnumKeyW(key, index, name, capacity_chars);
+    },
+};
+
+constexpr enumeration entries = {
+    [](HKEY key, DWORD* count, DWORD* longest_chars) {
+        return RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, count,
+                                longest_chars, nullptr, nullptr, nullptr);
+    },
+    // The capacity is this call's own copy: the registry overwrites it with the name's length.
+    [](HKEY key, DWORD index, kr_char* name, DWORD capacity_chars) {
+        return RegEnumValueW(key, index, name, &capacity_chars, nullptr, nullptr, nullptr, nullptr);
+    },
+};
+
+/// A list of names in the making: released with all it holds unless it is handed out.
+class name_list {
+public:
+    name_list() = default;
+    name_list(const name_list&) = delete;
+    name_list& operator=(const name_list&) = delete;
+    ~name_list() { kr_settings_free_names(names_, count_); }
+
+    kr_result allocate(u32 count, std::size_t name_size_bytes) {
+        void* block = nullptr;
+        kr_result result = kr_memory_allocate_hook(&block, count * sizeof(kr_char*));
+        if (kr_result_failed(result)) {
+            return result;
+        }
+        names_ = static_cast<kr_char**>(block);
+        while (count_ < count) {
+            result = kr_memory_allocate_hook(&block, name_size_bytes);
+            if (kr_result_failed(result)) {
+                return result;
+            }
+            names_[count_++] = static_cast<kr_char*>(block);
+        }
+        return KR_SUCCESS;
+    }
+
+    [[nodiscard]] kr_char* at(u32 index) const { return names_[index]; }
+
+    void hand_out(kr_char*** names, u32* count) {
+        *names = names_;
+        *count = count_;
+        names_ = nullptr;
+        count_ = 0;
+    }
+
+private:
+    kr_char** names_ = nullptr;
+    u32 count_ = 0;
+};
+
+kr_result enumerate(const enumeration& what, kr_settings_handle settings, kr_char*** names,
+                    u32* count) {
+    if (names == nullptr || count == nullptr) {
+        return invalid_argument();
+    }
+    DWORD found = 0;
+    DWORD longest_chars = 0;
+    if (what.measure(key_of(settings), &found, &longest_chars) != ERROR_SUCCESS) {
+        return kr_result_make_error(KR_GENERIC);
+    }
+    const DWORD capacity_chars = longest_chars + 1;
+
+    name_list list;
+    const kr_result result = list.allocate(found, std::size_t{capacity_chars} * sizeof(kr_char));
+    if (kr_result_failed(result)) {
+        return result;
+    }
+    for (u32 index = 0; index < found; ++index) {
+        if (what.name_at(key_of(settings), index, list.at(index), capacity_chars) !=
+            ERROR_SUCCESS) {
+            return kr_result_make_error(KR_GENERIC);
+        }
+    }
+    list.hand_out(names, count);
+    return KR_SUCCESS;
+}
+
+/// Whether a stored string of `size_bytes` ends in a terminator. An odd last byte belongs to no
+/// character.
+bool is_terminated(const kr_char* text, std::size_t size_bytes) {
+    const std::size_t length_chars = size_bytes / sizeof(kr_char);
+    return length_chars > 0 && text[length_chars - 1] == 0;
+}
+
+} // namespace
+
+kr_result kr_settings_domain_exists(const kr_char* domain) {
+    domain_path path;
+    if (kr_result_failed(path.compose(domain))) {
+        return kr_result_make_success(KR_NO);
+    }
+    return key_exists(HKEY_LOCAL_MACHINE, path.text);
+}
+
+kr_result kr_settings_domain_open(const kr_char* domain, kr_settings_handle* out) {
+    if (out == nullptr) {
+        return invalid_argument();
+    }
+    domain_path path;
+    const kr_result result = path.compose(domain);
+    if (kr_result_failed(result)) {
+        return result;
+    }
+    HKEY key = nullptr;
+    if (RegCreateKeyW(HKEY_LOCAL_MACHINE, path.text, &key) != ERROR_SUCCESS) {
+        return kr_result_make_error(KR_GENERIC);
+    }
+    *out = handle_of(key);
+    return KR_SUCCESS;
+}
+
+kr_result kr_settings_domain_close(kr_settings_handle domain) {
+    return generic_unless_done(RegCloseKey(key_of(domain)));
+}
+
+kr_result kr_settings_domain_delete(const kr_char* domain) {
+    domain_path path;
+    const kr_result result = path.compose(domain);
+    if (kr_result_failed(result)) {
+        return result;
+    }
+    return generic_unless_done(RegDeleteKeyW(HKEY_LOCAL_MACHINE, path.text));
+}
+
+kr_result kr_settings_group_exists(kr_settings_handle parent, const kr_char* name) {
+    return names_a_key(name) ? key_exists(key_of(parent), name) : kr_result_make_success(KR_NO);
+}
+
+kr_result kr_settings_group_open(kr_settings_handle parent, const kr_char* name,
+                                 kr_settings_handle* out) {
+    if (!names_a_key(name) || out == nullptr) {
+        return invalid_argument();
+    }
+    HKEY key = nullptr;
+    const LSTATUS error = RegCreateKeyW(key_of(parent), name, &key);
+    if (error != ERROR_SUCCESS) {
+        KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING, "Unable to open subkey '%_s', error code = %ld",
+               name, static_cast<i32>(error));
+        return kr_result_make_error(KR_GENERIC);
+    }
+    *out = handle_of(key);
+    return KR_SUCCESS;
+}
+
+kr_result kr_settings_group_close(kr_settings_handle group) {
+    return generic_unless_done(RegCloseKey(key_of(group)));
+}
+
+kr_result kr_settings_group_delete(kr_settings_handle parent, const kr_char* name) {
+    if (!names_a_key(name)) {
+        return invalid_argument();
+    }
+    return not_found_or_generic_unless_done(RegDeleteKeyW(key_of(parent), name));
+}
+
+kr_result kr_settings_enum_groups(kr_settings_handle parent, kr_char*** names, u32* count) {
+    return enumerate(groups, parent, names, count);
+}
+
+kr_result kr_settings_enum_entries(kr_settings_handle settings, kr_char*** names, u32* count) {
+    return enumerate(entries, settings, names, count);
+}
+
+void kr_settings_free_names(kr_char** names, u32 count) {
+    if (names == nullptr) {
+        return;
+    }
+    while (count > 0) {
+        kr_memory_deallocate_hook(names[--count]);
+    }
+    kr_memory_deallocate_hook(names);
+}
+
+kr_result kr_settings_get_string(kr_settings_handle settings, const kr_char* name, u32 capacity,
+                                 kr_char* buffer) {
+    if (name == nullptr || buffer == nullptr) {
+        return invalid_argument();
+    }
+    // The type is asked for first: a value of another type that fits would end up in the buffer.
+    const u64 capacity_bytes = u64{capacity} * sizeof(kr_char);
+    DWORD type = REG_NONE;
+    DWORD size_bytes = 0;
+    LSTATUS error = RegQueryValueExW(key_of(settings), name, nullptr, &type, nullptr, &size_bytes);
+    if (error != ERROR_SUCCESS || type != REG_SZ || size_bytes > capacity_bytes) {
+        return kr_result_make_error(KR_GENERIC);
+    }
+    error = RegQueryValueExW(key_of(settings), name, nullptr, &type,
+                             reinterpret_cast<BYTE*>(buffer), &size_bytes);
+    if (error != ERROR_SUCCESS || type != REG_SZ) {
+        return kr_result_make_error(KR_GENERIC);
+    }
+    if (!is_terminated(buffer, size_bytes)) {
+        const u32 length_chars = size_bytes / sizeof(kr_char);
+        if (length_chars >= capacity) {
+            return kr_result_make_error(KR_GENERIC);
+        }
+        buffer[length_chars] = 0;
+    }
+    return KR_SUCCESS;
+}
+
+kr_result kr_settings_get_string_alloc(kr_settings_handle settings, const kr_char* name,
+                                       kr_char** out) {
+    if (name == nullptr || out == nullptr) {
+        return invalid_argument();
+    }
+    DWORD type = REG_NONE;
+    DWORD size_bytes = 0;
+    LSTATUS error = RegQueryValueExW(key_of(settings), name, nullptr, &type, nullptr, &size_bytes);
+    if (error != ERROR_SUCCESS) {
+        return not_found_or_generic_unless_done(error);
+    }
+    if (type != REG_SZ) {
+        return kr_result_make_error(KR_GENERIC);
+    }
+
+    kr::detail::memory_block block;
+    const kr_result result = block.allocate(size_bytes);
+    if (kr_result_failed(result)) {
+        return result;
+    }
+    error = RegQueryValueExW(key_of(settings), name, nullptr, &type,
+                             static_cast<BYTE*>(block.get()), &size_bytes);
+    if (error != ERROR_SUCCESS || type != REG_SZ) {
+        return kr_result_make_error(KR_GENERIC);
+    }
+    const kr_char* const text = static_cast<const kr_char*>(block.get());
+    if (!is_terminated(text, size_bytes)) {
+        // Some other program stored the text without its terminator.
+        return kr_string_dup_n(out, text, size_bytes / sizeof(kr_char));
+    }
+    *out = static_cast<kr_char*>(block.release());
+    return KR_SUCCESS;
+}
+
+kr_result kr_settings_set_string(kr_settings_handle settings, const kr_char* name,
+                                 const kr_char* value) {
+    if (name == nullptr || value == nullptr) {
+        return invalid_argument();
+    }
+    // The registry takes 32-bit byte counts; a longer text must not be stored cut.
+    const u64 size_bytes = kr_string_bytesize(value);
+    if (size_bytes > UINT32_MAX) {
+        return kr_result_make_error(KR_GENERIC);
+    }
+    return generic_unless_done(RegSetValueExW(key_of(settings), name, 0, REG_SZ,
+                                              reinterpret_cast<const BYTE*>(value),
+                                              static_cast<DWORD>(size_bytes)));
+}
+
+kr_result kr_settings_delete_entry(kr_settings_handle settings, const kr_char* name) {
+    if (name == nullptr) {
+        return invalid_argument();
+    }
+    return not_found_or_generic_unless_done(RegDeleteValueW(key_of(settings), name));
+}
