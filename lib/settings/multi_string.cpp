@@ -1,0 +1,233 @@
+/// Lists of strings as escaped text.
+#include "settings/multi_string.h"
+
+#include <cstddef>
+#include <limits>
+
+#include "base/array_string.h"
+#include "base/memory.h"
+#include "base/wide_string.h"
+#include "log/log.h"
+#include "log/trace.h"
+
+namespace {
+
+constexpr kr_char separator = KR_TEXT(';');
+constexpr kr_char escape = KR_TEXT('\\');
+
+/// The longest text whose size in bytes, terminator included, is a u32.
+constexpr u64 longest_text_chars = std::numeric_limits<u32>::max() / sizeof(kr_char) - 1;
+
+constexpr bool is_escaped(kr_char character) {
+    return character == separator || character == escape;
+}
+
+constexpr const char* parse_name = "kr_settings_parse_multi_string";
+constexpr const char* compose_name = "kr_settings_compose_multi_string";
+
+kr_result append_item(kr_array_string* array, const kr_char* item) {
+    const kr_result result = kr_array_string_add(array, item);
+    if (kr_result_failed(result)) {
+        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, parse_name,
+                  "Unable to add string '%_s' to array string. Result is %_r (%_z)", item, &result,
+                  &result);
+    }
+    return result;
+}
+
+/// `item` has room for the whole of `text`.
+kr_result append_items(const kr_char* text, kr_char* item, kr_array_string* array) {
+    kr_char* end = item;
+    for (const kr_char* next = text; *next != 0; ++next) {
+        if (*next == separator) {
+            *end = 0;
+            const kr_result result = append_item(array, item);
+            if (kr_result_failed(result)) {
+                return result;
+            }
+            end = item;
+            continue;
+        }
+        if (*next == escape && !is_escaped(*++next)) {
+            KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, parse_name,
+                      "Parsing error. String '%_s' is not properly escaped.", text);
+            return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        }
+        *end++ = *next;
+    }
+    if (end == item) {
+        return KR_SUCCESS;
+    }
+    *end = 0;
+    return append_item(array, item);
+}
+
+/// Removes from the end: from the front, each removal would move all the later items.
+void roll_back(kr_array_string* array, u32 count) {
+    while (kr_array_string_count(array) > count) {
+        const u32 last = kr_array_string_count(array) - 1;
+        const kr_result result = kr_array_string_remove(array, last);
+        if (kr_result_failed(result)) {
+            KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, parse_name,
+                      "Unable to remove element at position %u after parse error. Result is %_r "
+                      "(%_z)",
+                      last, &result, &result);
+            return;
+        }
+    }
+}
+
+kr_result item_at(const kr_array_string* array, u32 index, const kr_char** item) {
+    *item = kr_array_string_get_item(array, index);
+    if (*item == nullptr) {
+        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, compose_name,
+                  "kr_array_string_get_item() return an invalid item.");
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    return KR_SUCCESS;
+}
+
+kr_result measure_text(const kr_array_string* array, u64* length_chars) {
+    u64 total = 0;
+    for (u32 index = 0; index < kr_array_string_count(array); ++index) {
+        const kr_char* item = nullptr;
+        const kr_result result = item_at(array, index, &item);
+        if (kr_result_failed(result)) {
+            return result;
+        }
+        for (; *item != 0; ++item) {
+            total += is_escaped(*item) ? 2 : 1;
+        }
+        ++total;
+    }
+    *length_chars = total;
+    return KR_SUCCESS;
+}
+
+kr_result write_text(const kr_array_string* array, kr_char* text) {
+    for (u32 index = 0; index < kr_array_string_count(array); ++index) {
+        const kr_char* item = nullptr;
+        const kr_result result = item_at(array, index, &item);
+        if (kr_result_failed(result)) {
+            return result;
+        }
+        for (; *item != 0; ++item) {
+            if (is_escaped(*item)) {
+                *text++ = escape;
+            }
+            *text++ = *item;
+        }
+        *text++ = separator;
+    }
+    *text = 0;
+    return KR_SUCCESS;
+}
+
+kr_result get_items(const char* function, kr_settings_handle settings, const kr_char* name,
+                    kr_array_string* array) {
+    if (array == nullptr) {
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    kr_char* text = nullptr;
+    kr_result result = kr_settings_get_string_alloc(settings, name, &text);
+    if (kr_result_failed(result)) {
+        if (!kr_result_is(result, KR_NOT_FOUND)) {
+            KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
+                      "kr_settings_get_string_alloc() failed. Result is %_r (%_z)", &result,
+                      &result);
+        }
+        return result;
+    }
+    result = kr_settings_parse_multi_string(text, array);
+    if (kr_result_failed(result)) {
+        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
+                  "Unable to parse multi string %_s Result is %_r (%_z)", text, &result, &result);
+    }
+    kr_memory_deallocate_hook(text);
+    return result;
+}
+
+kr_result set_items(const char* function, kr_settings_handle settings, const kr_char* name,
+                    const kr_array_string* array) {
+    kr_char* text = nullptr;
+    kr_result result = kr_settings_compose_multi_string(array, &text);
+    if (kr_result_failed(result)) {
+        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
+                  "Unable to compose multi string from array of strings. Result is %_r (%_z)",
+                  &result, &result);
+        return result;
+    }
+    result = kr_settings_set_string(settings, name, text);
+    if (kr_result_failed(result)) {
+        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
+                  "kr_settings_set_string() failed. Result is %_r (%_z)", &result, &result);
+    }
+    kr_memory_deallocate_hook(text);
+    return result;
+}
+
+} // namespace
+
+kr_result kr_settings_parse_multi_string(const kr_char* text, kr_array_string* array) {
+    if (text == nullptr || array == nullptr) {
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    const u32 count_before = kr_array_string_count(array);
+    kr::detail::memory_block item;
+    kr_result result = item.allocate(kr_string_bytesize(text));
+    if (kr_result_failed(result)) {
+        KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING, "Unable to allocate memory. Result is %_r (%_z)",
+               &result, &result);
+        return result;
+    }
+    result = append_items(text, static_cast<kr_char*>(item.get()), array);
+    if (kr_result_failed(result)) {
+        roll_back(array, count_before);
+    }
+    return result;
+}
+
+kr_result kr_settings_compose_multi_string(const kr_array_string* array, kr_char** out) {
+    if (array == nullptr || out == nullptr) {
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    u64 length_chars = 0;
+    kr_result result = measure_text(array, &length_chars);
+    if (kr_result_failed(result)) {
+        return result;
+    }
+    if (length_chars > longest_text_chars) {
+        return kr_result_make_error(KR_OVERFLOW);
+    }
+    const u64 size_bytes = (length_chars + 1) * sizeof(kr_char);
+    kr::detail::memory_block text;
+    result = text.allocate(size_bytes);
+    if (kr_result_failed(result)) {
+        KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING, "Unable to allocate %u bytes. Result is %_r (%_z)",
+               static_cast<u32>(size_bytes), &result, &result);
+        return result;
+    }
+    result = write_text(array, static_cast<kr_char*>(text.get()));
+    if (kr_result_succeeded(result)) {
+        *out = static_cast<kr_char*>(text.release());
+    }
+    return result;
+}
+
+kr_result kr_settings_get_multi_string(kr_settings_handle settings, const kr_char* name,
+                                       kr_array_string* array) {
+    const kr_trace trace(KR_LOG_SETTINGS, __func__);
+    trace.enter("Enter (name = %_s)", name);
+    const kr_result result = get_items(__func__, settings, name, array);
+    trace.leave_with("Return %_r () %_z", &result, &result);
+    return result;
+}
+
+kr_result kr_settings_set_multi_string(kr_settings_handle settings, const kr_char* name,
+                                       const kr_array_string* array) {
+    const kr_trace trace(KR_LOG_SETTINGS, __func__);
+    trace.enter("Enter (name=%_s)", name);
+    const kr_result result = set_items(__func__, settings, name, array);
+    trace.leave_with("Return %_r () %_z", &result, &result);
+    return result;
+}
