@@ -23,6 +23,8 @@ kr_result kr_log_set_secondary_destination(const kr_char* spec);
 /// While on, the main destination and every one selected after it take no stamp. Turning it off
 /// leaves the destination in force as it is.
 void kr_log_set_no_timestamps(u32 on);
+/// 1 while it is on, else 0.
+u32 kr_log_no_timestamps();
 
 /// What every destination offers: returns nonzero and fills the four outputs when it accepts
 /// `spec`, else 0 and leaves them alone. `spec` must not be null. The context belongs to the
