@@ -1,0 +1,361 @@
+/// Integers from text and text from integers. Reaches the runtime's number routines and the log.
+#include "base/convert_number.h"
+
+#include <limits>
+
+#include "base/decimal.h"
+#include "log/log.h"
+#include "platform/platform.h"
+
+namespace {
+
+constexpr u64 max_of_u64 = std::numeric_limits<u64>::max();
+constexpr u64 max_of_i64 = std::numeric_limits<i64>::max();
+/// So many decimal digits fit an i64 whatever they are.
+constexpr u32 safe_digits = std::numeric_limits<i64>::digits10;
+
+template <typename Char>
+bool is_digit(Char character) {
+    return character >= '0' && character <= '9';
+}
+
+/// Reads digits as long as they come, at most `safe_digits`; returns where it stopped.
+template <typename Char>
+const Char* read_safe_digits(const Char* text, u64* value) {
+    u64 sum = 0;
+    u32 count = 0;
+    for (; count < safe_digits && is_digit(text[count]); ++count) {
+        sum = sum * 10 + static_cast<u64>(text[count] - '0');
+    }
+    *value = sum;
+    return text + count;
+}
+
+// By the runtime's conversions.
+
+kr_result no_text() {
+    return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+}
+
+/// Logs the rejected text. The format shows it whole.
+template <typename Char>
+kr_result reject(const char* function, kr_format<const Char*> format,
+                 std::type_identity_t<const Char*> text) {
+    KR_LOG_AS(KR_LOG_OTHER, KR_LOG_ERROR, function, format, text);
+    return kr_result_make_error(KR_GENERIC);
+}
+
+/// The narrow 32-bit conversions go through 64 bits: `long` is 32 bits wide here and 64 elsewhere,
+/// and a range tested by hand is the same everywhere.
+struct narrow_number {
+    i64 value;
+    bool whole_text;
+};
+
+narrow_number convert_narrow(const char* text, int base) {
+    char* end = nullptr;
+    errno = 0;
+    const i64 value = _strtoi64(text, &end, base);
+    return {value, *end == '\0' && errno == 0};
+}
+
+/// Base 10. Plain digits are read here; what the runtime alone knows (blanks, signs, digits beyond
+/// ASCII, the range) is left to it. False for a value out of range.
+bool convert_wide_64(const kr_char* text, i64* out) {
+    u64 digits = 0;
+    const kr_char* const end = read_safe_digits(text, &digits);
+    errno = 0;
+    if (end != text && *end < 0x80 && !is_digit(*end)) {
+        *out = static_cast<i64>(digits);
+        return true;
+    }
+    // Not _wtoi64: not every runtime reports its range error.
+    const i64 value = _wcstoi64(text, nullptr, 10);
+    if (errno != 0) {
+        return false;
+    }
+    *out = value;
+    return true;
+}
+
+// By the library's strict rules.
+
+enum class parse_end { terminator, illegal_character, overflow };
+
+template <typename Char>
+struct strict_number {
+    u64 value;
+    parse_end end;
+    const Char* stop;
+};
+
+/// Reads digits up to the terminator or the first defect. The value is at most `limit`, which is at
+/// least 10 to the power of `safe_digits`.
+template <typename Char>
+strict_number<Char> parse_strictly(const Char* text, u64 limit) {
+    u64 value = 0;
+    const Char* c = read_safe_digits(text, &value);
+    for (; is_digit(*c); ++c) {
+        const auto digit = static_cast<u64>(*c - '0');
+        if (value > (limit - digit) / 10) {
+            return {value, parse_end::overflow, c};
+        }
+        value = value * 10 + digit;
+    }
+    return {value, *c == Char{} ? parse_end::terminator : parse_end::illegal_character, c};
+}
+
+kr_result result_of(parse_end end) {
+    switch (end) {
+    case parse_end::terminator:
+        return KR_SUCCESS;
+    case parse_end::overflow:
+        return kr_result_make_error(KR_OVERFLOW);
+    case parse_end::illegal_character:
+        break;
+    }
+    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+}
+
+/// The defect's line, for the narrow parsers.
+void log_defect(const char* function, u32 level, const char* text,
+                const strict_number<char>& number) {
+    switch (number.end) {
+    case parse_end::terminator:
+        break;
+    case parse_end::overflow:
+        KR_LOG_AS(KR_LOG_OTHER, level, function,
+                  "Passed string %s contains a number too large to fit into UINT64", text);
+        break;
+    case parse_end::illegal_character:
+        KR_LOG_AS(KR_LOG_OTHER, level, function, "Passed string contains illegal character %c",
+                  static_cast<u32>(static_cast<u8>(*number.stop)));
+        break;
+    }
+}
+
+// Number to text.
+
+template <typename Char>
+void put_unsigned(u64 value, Char* out) {
+    const u32 count = kr::detail::decimal_digit_count(value);
+    kr::detail::write_decimal(value, count, out);
+    out[count] = Char{};
+}
+
+template <typename Char>
+void put_signed(i64 value, Char* out) {
+    auto magnitude = static_cast<u64>(value);
+    if (value < 0) {
+        magnitude = 0 - magnitude;
+        *out++ = '-';
+    }
+    put_unsigned(magnitude, out);
+}
+
+} // namespace
+
+kr_result kr_string_to_ui16_w(const kr_char* text, u16* out) {
+    if (text == nullptr) {
+        return no_text();
+    }
+    kr_char* end = nullptr;
+    errno = 0;
+    const auto value = static_cast<u32>(wcstol(text, &end, 0));
+    if (*end != kr_char{} || errno != 0 || value > std::numeric_limits<u16>::max()) {
+        return reject<kr_char>(__func__, "Cannot convert %_s to 16 bit integer.\n", text);
+    }
+    *out = static_cast<u16>(value);
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_to_ui16_a(const char* text, u16* out) {
+    if (text == nullptr) {
+        return no_text();
+    }
+    const narrow_number number = convert_narrow(text, 0);
+    if (!number.whole_text || number.value < 0 || number.value > std::numeric_limits<u16>::max()) {
+        return reject<char>(__func__, "Cannot convert %s to 16 bit integer.", text);
+    }
+    *out = static_cast<u16>(number.value);
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_to_ui32_w(const kr_char* text, u32* out) {
+    if (text == nullptr) {
+        return no_text();
+    }
+    kr_char* end = nullptr;
+    errno = 0;
+    const auto value = static_cast<u32>(wcstoul(text, &end, 10));
+    if (*end != kr_char{} || errno != 0 || (value == 0 && *text != '0')) {
+        return reject<kr_char>(__func__, "Cannot convert %_s to 32 bit unsigned integer.\n", text);
+    }
+    *out = value;
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_to_ui32_a(const char* text, u32* out) {
+    if (text == nullptr) {
+        return no_text();
+    }
+    constexpr i64 limit = std::numeric_limits<u32>::max();
+    const narrow_number number = convert_narrow(text, 10);
+    if (!number.whole_text || number.value < -limit || number.value > limit ||
+        (number.value == 0 && *text != '0')) {
+        return reject<char>(__func__, "Cannot convert %s to 32 bit unsigned integer.", text);
+    }
+    *out = static_cast<u32>(number.value);
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_to_si32_a(const char* text, i32* out) {
+    if (text == nullptr) {
+        return no_text();
+    }
+    const narrow_number number = convert_narrow(text, 0);
+    if (!number.whole_text || number.value < std::numeric_limits<i32>::min() ||
+        number.value > std::numeric_limits<i32>::max()) {
+        return reject<char>(__func__, "Cannot convert %s to 32 bit integer.", text);
+    }
+    *out = static_cast<i32>(number.value);
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_hexstr_to_ui32_a(const char* text, u32* out) {
+    if (text == nullptr) {
+        return no_text();
+    }
+    errno = 0;
+    // A 64-bit field: what a 32-bit one makes of nine digits differs from runtime to runtime.
+    unsigned long long value = 0;
+    if (sscanf(text, "%llX", &value) != 1) {
+        return reject<char>(__func__, "Cannot convert %s to 32 bit integer.", text);
+    }
+    *out = static_cast<u32>(value);
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_to_si64_w(const kr_char* text, i64* out) {
+    if (text == nullptr) {
+        return no_text();
+    }
+    if (!convert_wide_64(text, out)) {
+        return reject<kr_char>(__func__, "Cannot convert %_s to 64 bit integer.\n", text);
+    }
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_to_ui64_w(const kr_char* text, u64* out) {
+    if (text == nullptr) {
+        return no_text();
+    }
+    i64 value = 0;
+    if (!convert_wide_64(text, &value)) {
+        return reject<kr_char>(__func__, "Cannot convert %_s to 64 bit unsigned integer.\n", text);
+    }
+    *out = static_cast<u64>(value);
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_to_si64_a(const char* text, i64* out) {
+    if (text == nullptr) {
+        return no_text();
+    }
+    errno = 0;
+    // Not _atoi64, for the reason given for _wtoi64.
+    const i64 value = _strtoi64(text, nullptr, 10);
+    if (value == 0) {
+        const char* c = text;
+        while (*c == '-' || is_digit(*c)) {
+            ++c;
+        }
+        if (*c != '\0') {
+            return kr_result_make_error(KR_GENERIC);
+        }
+    }
+    *out = value;
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_to_ui64_a_generic(const char* text, u64* out) {
+    if (text == nullptr) {
+        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "Passed string is null");
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    if (*text == '\0') {
+        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "Empty string passed");
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    if (out == nullptr) {
+        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "Output pointer is null");
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    const strict_number<char> number = parse_strictly(text, max_of_u64);
+    if (number.end != parse_end::terminator) {
+        log_defect(__func__, KR_LOG_ERROR, text, number);
+        return result_of(number.end);
+    }
+    *out = number.value;
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_to_ui64_w_generic(const kr_char* text, u64* out) {
+    if (text == nullptr || *text == kr_char{} || out == nullptr) {
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    const strict_number<kr_char> number = parse_strictly(text, max_of_u64);
+    if (number.end == parse_end::terminator) {
+        *out = number.value;
+    }
+    return result_of(number.end);
+}
+
+kr_result kr_string_to_si64_a_generic(const char* text, i64* out) {
+    if (*text == '\0') {
+        KR_LOG(KR_LOG_OTHER, KR_LOG_DEBUG, "Empty string passed");
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    const bool negative = *text == '-';
+    const strict_number<char> number = parse_strictly(negative ? text + 1 : text, max_of_i64);
+    if (number.end != parse_end::terminator) {
+        log_defect(__func__, KR_LOG_DEBUG, text, number);
+        return result_of(number.end);
+    }
+    const auto value = static_cast<i64>(number.value);
+    *out = negative ? -value : value;
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_from_si64_w(i64 value, kr_char* out) {
+    if (out == nullptr) {
+        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+    }
+    put_signed(value, out);
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_from_ui64_w(u64 value, kr_char* out) {
+    if (out == nullptr) {
+        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+    }
+    put_unsigned(value, out);
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_from_si64_a(i64 value, char* out) {
+    if (out == nullptr) {
+        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+    }
+    put_signed(value, out);
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_from_ui64_a_generic(u64 value, char* out) {
+    if (out == nullptr) {
+        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "Null pointer passed as output buffer");
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    put_unsigned(value, out);
+    return KR_SUCCESS;
+}
