@@ -1,0 +1,311 @@
+/// The conversions of numbers, strings and characters, written once for the public operations and
+/// for the driver. For the engine's own sources.
+#pragma once
+
+#include <bit>
+#include <cstring>
+
+#include "base/decimal.h"
+#include "base/wide_string.h"
+#include "base/widen.h"
+#include "printf/engine.h"
+#include "printf/numbers.h"
+
+namespace kr::detail {
+
+inline constexpr char null_text[] = "(null)";
+inline constexpr kr_char null_wide_text[] = KR_TEXT("(null)");
+
+inline u32 digit_count(u64 value, u32 radix) {
+    const u32 bits = static_cast<u32>(std::bit_width(value | 1u));
+    switch (radix) {
+    case 10:
+        return decimal_digit_count(value);
+    case 16:
+        return (bits + 3) / 4;
+    case 8:
+        return (bits + 2) / 3;
+    default:
+        break;
+    }
+    u32 count = 1;
+    for (; value >= radix; value /= radix) {
+        ++count;
+    }
+    return count;
+}
+
+/// Writes the `count` digits of `value` from the right end backwards.
+inline void write_digits(u64 value, u32 radix, const kr_char* digits, u32 count, kr_char* out) {
+    if (radix == 10) {
+        write_decimal(value, count, out);
+        return;
+    }
+    kr_char* position = out + count;
+    if (std::has_single_bit(radix)) {
+        const u32 shift = static_cast<u32>(std::countr_zero(radix));
+        while (position != out) {
+            *--position = digits[value & (radix - 1)];
+            value >>= shift;
+        }
+        return;
+    }
+    while (position != out) {
+        *--position = digits[value % radix];
+        value /= radix;
+    }
+}
+
+/// The alternate form's prefix: none, "0", "0x" or "0X".
+inline u32 prefix_length(u32 radix, u32 flags, u64 value) {
+    if ((flags & KR_PRINTF_FLAG_ALTERNATE) == 0 || value == 0) {
+        return 0;
+    }
+    return radix == 16 ? 2 : radix == 8 ? 1 : 0;
+}
+
+inline bool put_prefix(u32 length, const kr_char* digits, format_output& out) {
+    if (out.room_chars() < length) {
+        return false;
+    }
+    out.cursor[0] = '0';
+    if (length == 2) {
+        out.cursor[1] = digits[10] == 'A' ? 'X' : 'x';
+    }
+    out.advance(length);
+    return true;
+}
+
+template <bool Traced>
+inline kr_result format_unsigned_value(u32 radix, const kr_char* digits, u32 flags, u32 width,
+                                       format_output& out, u64 value) {
+    const format_scope<Traced> scope("kr_printf_format_uint_internal");
+    scope.enter();
+    const u32 prefix = prefix_length(radix, flags, value);
+    const u32 digits_wanted = digit_count(value, radix);
+    const u32 chars = prefix + digits_wanted;
+    scope.debug("Width required = %u", chars);
+    out.count(std::max(width, chars));
+    scope.debug("Required size = %zu", out.required);
+    if (out.measuring()) {
+        return scope.leave(KR_SUCCESS);
+    }
+    const bool zeroes = (flags & KR_PRINTF_FLAG_ZEROES) != 0;
+    bool has_prefix = true;
+    if (prefix != 0 && zeroes) {
+        has_prefix = put_prefix(prefix, digits, out);
+    }
+    if (has_prefix && width > chars && !format_pad(scope, out, width - chars, zeroes ? '0' : ' ')) {
+        return scope.leave_without_room();
+    }
+    if (prefix != 0 && !zeroes) {
+        has_prefix = put_prefix(prefix, digits, out);
+    }
+    if (!has_prefix) {
+        scope.warn("Buffer too small. No place for alternative form.");
+        return scope.leave(kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH));
+    }
+    if (out.room_chars() < digits_wanted) {
+        scope.warn("Buffer too small (%zu while %u required).", out.remaining, digits_wanted);
+        return scope.leave(kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH));
+    }
+    write_digits(value, radix, digits, digits_wanted, out.cursor);
+    out.advance(digits_wanted);
+    return scope.leave(KR_SUCCESS);
+}
+
+/// Takes the unsigned argument that the size modifier names; false for one that is not known.
+template <bool Traced>
+inline bool take_unsigned(const format_scope<Traced>& scope, u32 size_modifier, va_list* args,
+                          u64* value) {
+    switch (size_modifier) {
+    case KR_PRINTF_SIZE_NONE:
+        *value = va_arg(*args, u32);
+        scope.debug("unsigned int %llu", *value);
+        return true;
+    case KR_PRINTF_SIZE_SHORT:
+        *value = va_arg(*args, u32);
+        scope.debug("unsigned short int %llu", *value);
+        return true;
+    case KR_PRINTF_SIZE_LONG:
+        *value = va_arg(*args, u32);
+        scope.debug("unsigned long int %llu", *value);
+        return true;
+    case KR_PRINTF_SIZE_64:
+        *value = va_arg(*args, u64);
+        scope.debug("unsigned long long int %llu", *value);
+        return true;
+    default:
+        scope.warn("Incorrect size_modifier %u", size_modifier);
+        return false;
+    }
+}
+
+template <bool Traced>
+inline kr_result format_unsigned(u32 radix, const kr_char* digits, const format_settings& settings,
+                                 format_output& out, va_list* args) {
+    const format_scope<Traced> scope("kr_printf_format_uint");
+    scope.enter("Enter (buffer_left = %zu, radix = %u)", out.remaining, radix);
+    u64 value = 0;
+    if (!take_unsigned(scope, settings.size_modifier, args, &value)) {
+        return scope.leave(kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED));
+    }
+    return scope.leave(
+        format_unsigned_value<Traced>(radix, digits, settings.flags, settings.width, out, value));
+}
+
+/// As take_unsigned, sign-extended.
+template <bool Traced>
+inline bool take_signed(const format_scope<Traced>& scope, u32 size_modifier, va_list* args,
+                        i64* value) {
+    switch (size_modifier) {
+    case KR_PRINTF_SIZE_NONE:
+        *value = va_arg(*args, i32);
+        scope.debug("signed decimal int %lld", *value);
+        return true;
+    case KR_PRINTF_SIZE_SHORT:
+        *value = va_arg(*args, i32);
+        scope.debug("signed decimal short int %lld", *value);
+        return true;
+    case KR_PRINTF_SIZE_LONG:
+        *value = va_arg(*args, i32);
+        scope.debug("signed decimal long int %lld", *value);
+        return true;
+    case KR_PRINTF_SIZE_64:
+        *value = va_arg(*args, i64);
+        scope.debug("signed decimal long long int %lld", *value);
+        return true;
+    default:
+        scope.warn("Incorrect size_modifier %u", size_modifier);
+        return false;
+    }
+}
+
+inline bool put_minus(format_output& out) {
+    if (out.room_chars() < 1) {
+        return false;
+    }
+    *out.cursor = '-';
+    out.advance(1);
+    return true;
+}
+
+template <bool Traced>
+inline kr_result format_signed(const format_settings& settings, format_output& out, va_list* args) {
+    const format_scope<Traced> scope("kr_printf_format_sint");
+    scope.enter("Enter (buffer_left = %u)", static_cast<u32>(out.remaining));
+    i64 argument = 0;
+    if (!take_signed(scope, settings.size_modifier, args, &argument)) {
+        return scope.leave(kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED));
+    }
+    const bool negative = argument < 0;
+    u64 value = static_cast<u64>(argument);
+    if (negative) {
+        scope.debug("Negative value");
+        value = 0 - value;
+    }
+    const u32 digits = decimal_digit_count(value);
+    const u32 chars = digits + (negative ? 1 : 0);
+    out.count(std::max(settings.width, chars));
+    scope.debug("Updating required size %zu.", out.required);
+    if (out.measuring()) {
+        return scope.leave(KR_SUCCESS);
+    }
+    const bool zeroes = (settings.flags & KR_PRINTF_FLAG_ZEROES) != 0;
+    if (negative && zeroes) {
+        scope.debug("Negative with leading zeroes.");
+        if (!put_minus(out)) {
+            return scope.leave_without_room();
+        }
+    }
+    if (settings.width > chars &&
+        !format_pad(scope, out, settings.width - chars, zeroes ? '0' : ' ')) {
+        return scope.leave_without_room();
+    }
+    if (negative && !zeroes) {
+        scope.debug("Negative without leading zeroes");
+        if (!put_minus(out)) {
+            return scope.leave_without_room();
+        }
+    }
+    if (out.room_chars() < digits) {
+        return scope.leave_without_room();
+    }
+    write_decimal(value, digits, out.cursor);
+    out.advance(digits);
+    return scope.leave(KR_SUCCESS);
+}
+
+inline void copy_text(const char* text, size_t length, kr_char* out) {
+    widen(text, length, out);
+}
+
+inline void copy_text(const kr_char* text, size_t length, kr_char* out) {
+    std::memcpy(out, text, length * sizeof(kr_char));
+}
+
+/// Writes a text of a known length, padded with blanks on the left: whole or not at all.
+template <bool Traced, typename Char>
+inline kr_result format_text(const format_scope<Traced>& scope, u32 width, format_output& out,
+                             const Char* text, size_t length) {
+    out.count(std::max<size_t>(width, length));
+    scope.debug("Updating required size %zu.", out.required);
+    if (out.measuring()) {
+        return scope.leave(KR_SUCCESS);
+    }
+    if (width > length && !format_pad(scope, out, width - length, ' ')) {
+        return scope.leave_without_room();
+    }
+    if (out.room_chars() < length) {
+        return scope.leave_without_room();
+    }
+    copy_text(text, length, out.cursor);
+    out.advance(length);
+    return scope.leave(KR_SUCCESS);
+}
+
+template <bool Traced>
+inline kr_result format_narrow_string(const format_settings& settings, format_output& out,
+                                      va_list* args) {
+    const format_scope<Traced> scope("kr_printf_format_string");
+    scope.enter();
+    const char* text = va_arg(*args, const char*);
+    if (text == nullptr) {
+        text = null_text;
+    }
+    scope.debug("ASCIIZ string \"%s\"", text);
+    return format_text(scope, settings.width, out, text, std::strlen(text));
+}
+
+template <bool Traced>
+inline kr_result format_wide_string(const format_settings& settings, format_output& out,
+                                    va_list* args) {
+    const format_scope<Traced> scope("kr_printf_format_ustring");
+    scope.enter();
+    const kr_char* text = va_arg(*args, const kr_char*);
+    if (text == nullptr) {
+        text = null_wide_text;
+    }
+    return format_text(scope, settings.width, out, text, kr_string_length(text));
+}
+
+template <bool Traced>
+inline kr_result format_character(format_output& out, va_list* args) {
+    const format_scope<Traced> scope("kr_printf_format_char");
+    scope.enter();
+    const char character = static_cast<char>(va_arg(*args, u32));
+    scope.debug("char '%c'", character);
+    out.count(1);
+    scope.debug("Updating required size %zu.", out.required);
+    if (out.measuring()) {
+        return scope.leave(KR_SUCCESS);
+    }
+    if (out.room_chars() < 1) {
+        return scope.leave_without_room();
+    }
+    *out.cursor = widen(character);
+    out.advance(1);
+    return scope.leave(KR_SUCCESS);
+}
+
+} // namespace kr::detail

@@ -1,0 +1,309 @@
+/// The engine's driver: one walk over the format, for measuring and for writing, and the public
+/// entry points.
+#include "printf/printf.h"
+
+#include <emmintrin.h>
+
+#include <bit>
+#include <cstring>
+
+#include "base/widen.h"
+#include "printf/library_engine.h"
+#include "printf/number_engine.h"
+#include "printf/parser_engine.h"
+
+using namespace kr::detail;
+
+namespace {
+
+kr_result syntax_error() {
+    return kr_result_make_error(KR_PRINTF_FORMAT_STRING_SYNTAX_ERROR);
+}
+
+/// The first '%' from `text` on, or `end`.
+inline const char* find_percent(const char* text, const char* end) {
+    const __m128i percent = _mm_set1_epi8('%');
+    while (end - text >= 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+        const int mask = _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, percent));
+        if (mask != 0) {
+            return text + std::countr_zero(static_cast<u32>(mask));
+        }
+        text += 16;
+    }
+    while (text != end && *text != '%') {
+        ++text;
+    }
+    return text;
+}
+
+/// Puts literal characters, each only while room for the terminator stays behind it; whether all
+/// were put.
+inline bool put_literals(const char* text, size_t count, format_output& out) {
+    out.count(count);
+    if (out.measuring()) {
+        return true;
+    }
+    const size_t room = out.remaining == 0 ? 0 : (out.remaining - 1) / sizeof(kr_char);
+    const size_t fitting = std::min(count, room);
+    widen(text, fitting, out.cursor);
+    out.advance(fitting);
+    return fitting == count;
+}
+
+/// The settings that an unsigned conversion works with; false when its size modifier is missing.
+inline bool shape_settings(format_shape shape, format_settings& settings) {
+    if (shape == format_shape::from_format) {
+        return true;
+    }
+    const u32 size = settings.size_modifier;
+    if (shape == format_shape::always_32) {
+        settings.size_modifier = KR_PRINTF_SIZE_NONE;
+        return true;
+    }
+    if (shape == format_shape::byte_digits) {
+        settings = {.flags = KR_PRINTF_FLAG_ZEROES, .width = 2};
+        return true;
+    }
+    if (size == KR_PRINTF_SIZE_NONE) {
+        return false;
+    }
+    if (shape == format_shape::sized_digits) {
+        settings.flags = KR_PRINTF_FLAG_ZEROES;
+        settings.width = size == KR_PRINTF_SIZE_SHORT ? 4 : size == KR_PRINTF_SIZE_LONG ? 8 : 16;
+    }
+    settings.size_modifier = size == KR_PRINTF_SIZE_LONG ? u32{KR_PRINTF_SIZE_NONE} : size;
+    return true;
+}
+
+template <bool Traced>
+inline kr_result run_conversion(const format_conversion& conversion, format_settings settings,
+                                format_output& out, va_list* args) {
+    switch (conversion.operation) {
+    case format_operation::signed_integer:
+        return format_signed<Traced>(settings, out, args);
+    case format_operation::unsigned_integer:
+        if (!shape_settings(conversion.shape, settings)) {
+            return syntax_error();
+        }
+        return format_unsigned<Traced>(
+            conversion.radix, conversion.upper ? kr_printf_digits_upper : kr_printf_digits_lower,
+            settings, out, args);
+    case format_operation::narrow_string:
+        return format_narrow_string<Traced>(settings, out, args);
+    case format_operation::wide_string:
+        return format_wide_string<Traced>(settings, out, args);
+    case format_operation::character:
+        return format_character<Traced>(out, args);
+    case format_operation::pointer:
+        return format_pointer<Traced>(KR_PRINTF_SIZE_NONE, out, args);
+    case format_operation::kr_pointer:
+        return format_kr_pointer<Traced>(out, args);
+    case format_operation::guid:
+        return format_guid<Traced>(out, args);
+    case format_operation::ipv4:
+        return format_ipv4<Traced>(out, args);
+    case format_operation::result:
+        return format_result<Traced>(out, args);
+    case format_operation::description:
+        return format_description<Traced>(settings.size_modifier, out, args);
+    }
+    return syntax_error();
+}
+
+/// Handles the conversion behind a '%' and moves the cursor behind it.
+template <bool Traced>
+inline kr_result format_conversion_at(const format_scope<Traced>& scope, const char** cursor,
+                                      format_output& out, va_list* args) {
+    format_settings settings;
+    kr_result result = parse_flags<Traced>(cursor, &settings.flags);
+    if (kr_result_failed(result)) {
+        scope.warn("Flag parsing failed Result is %_r (%_z)", &result, &result);
+        return result;
+    }
+    if (**cursor == '\0') {
+        return syntax_error();
+    }
+    result = parse_width<Traced>(cursor, &settings.width);
+    if (kr_result_failed(result)) {
+        scope.warn("Width parsing failed Result is %_r (%_z)", &result, &result);
+        return result;
+    }
+    if (**cursor == '\0') {
+        return syntax_error();
+    }
+    result = parse_precision<Traced>(cursor, &settings.precision);
+    if (kr_result_failed(result)) {
+        scope.warn("Precision parsing failed Result is %_r (%_z)", &result, &result);
+        return result;
+    }
+    if (**cursor == '\0') {
+        return syntax_error();
+    }
+    result = parse_size_modifier<Traced>(cursor, &settings.size_modifier);
+    if (kr_result_failed(result)) {
+        scope.warn("Size modifier parsing failed Result is %_r (%_z)", &result, &result);
+        return result;
+    }
+
+    const bool library = **cursor == '_';
+    const format_conversion* conversion = format_take_conversion(cursor);
+    if (conversion == nullptr) {
+        result = syntax_error();
+        if (!library && **cursor != '\0') {
+            scope.warn("Unknown type Result is %_r (%_z)", &result, &result);
+        }
+        return result;
+    }
+    result = run_conversion<Traced>(*conversion, settings, out, args);
+    if (kr_result_failed(result)) {
+        scope.warn("Processing '%s' type failed Result is %_r (%_z)", conversion->name, &result,
+                   &result);
+    }
+    return result;
+}
+
+/// The walk itself: everything but the terminator.
+template <bool Traced>
+inline kr_result walk(const format_scope<Traced>& scope, const char* format, format_output& out,
+                      va_list* args) {
+    const char* const end = format + std::strlen(format);
+    for (;;) {
+        const char* const percent = find_percent(format, end);
+        if (!put_literals(format, static_cast<size_t>(percent - format), out)) {
+            return format_no_room("kr_printf_format");
+        }
+        if (percent == end) {
+            return KR_SUCCESS;
+        }
+        format = percent + 1;
+        if (*format == '%') {
+            if (!put_literals(format, 1, out)) {
+                return format_no_room("kr_printf_format");
+            }
+            ++format;
+            continue;
+        }
+        const kr_result result = format_conversion_at<Traced>(scope, &format, out, args);
+        if (kr_result_failed(result)) {
+            return result;
+        }
+    }
+}
+
+template <bool Traced>
+kr_result format_all(kr_char* buffer, size_t buffer_size, const char* format, va_list* args,
+                     size_t* required_size) {
+    const format_scope<Traced> scope("kr_printf_format");
+    scope.enter();
+    if (format == nullptr) {
+        return scope.leave(kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+    }
+    if (buffer != nullptr && buffer_size < sizeof(kr_char)) {
+        return scope.leave_without_room();
+    }
+    format_output out = {buffer, buffer == nullptr ? 0 : buffer_size, 0};
+    kr_result result = walk<Traced>(scope, format, out, args);
+    if (kr_result_succeeded(result) && !out.measuring()) {
+        if (out.room_chars() < 1) {
+            result = format_no_room("kr_printf_format");
+        } else {
+            *out.cursor = 0;
+        }
+    }
+    if (kr_result_failed(result)) {
+        // What is not supported is a defect of the format to the caller.
+        if (kr_result_is(result, KR_FUNCTION_NOT_IMPLEMENTED)) {
+            result = syntax_error();
+        }
+        return scope.leave(result);
+    }
+    if (required_size != nullptr) {
+        *required_size = out.required + sizeof(kr_char);
+    }
+    return scope.leave(KR_SUCCESS);
+}
+
+template <bool Traced>
+kr_result string_format_all(kr_char* buffer, size_t buffer_size, const char* format,
+                            va_list* args) {
+    const format_scope<Traced> scope("kr_string_format_va");
+    scope.enter();
+    if (buffer == nullptr) {
+        return scope.leave(kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+    }
+    const kr_result result = format_all<Traced>(buffer, buffer_size, format, args, nullptr);
+    if (kr_result_failed(result) && buffer_size >= sizeof(kr_char)) {
+        buffer[0] = 0;
+    }
+    return scope.leave(result);
+}
+
+} // namespace
+
+// A va_list is an array on one calling convention and a pointer on the other, and as a parameter
+// its address has a type of its own on the first. So each entry point copies the list once into a
+// local, whose address is right on both.
+
+kr_result kr_printf_format(kr_char* buffer, size_t buffer_size, const char* format, va_list args,
+                           size_t* required_size) {
+    va_list list;
+    va_copy(list, args);
+    const kr_result result =
+        format_is_traced() ? format_all<true>(buffer, buffer_size, format, &list, required_size)
+                           : format_all<false>(buffer, buffer_size, format, &list, required_size);
+    va_end(list);
+    return result;
+}
+
+kr_result kr_printf_get_required_buffer_size(const char* format, va_list args,
+                                             size_t* required_size) {
+    if (!format_is_traced()) {
+        return kr_printf_format(nullptr, 0, format, args, required_size);
+    }
+    const format_scope<true> scope(__func__);
+    scope.enter();
+    return scope.leave(kr_printf_format(nullptr, 0, format, args, required_size));
+}
+
+kr_result kr_printf_format2(kr_char* buffer, size_t buffer_size, size_t* required_size,
+                            const char* format, ...) {
+    va_list list;
+    va_start(list, format);
+    kr_result result = KR_SUCCESS;
+    if (format_is_traced()) {
+        const format_scope<true> scope(__func__);
+        scope.enter();
+        result = scope.leave(format_all<true>(buffer, buffer_size, format, &list, required_size));
+    } else {
+        result = format_all<false>(buffer, buffer_size, format, &list, required_size);
+    }
+    va_end(list);
+    return result;
+}
+
+kr_result kr_string_format_va(kr_char* buffer, size_t buffer_size, const char* format,
+                              va_list args) {
+    va_list list;
+    va_copy(list, args);
+    const kr_result result = format_is_traced()
+                                 ? string_format_all<true>(buffer, buffer_size, format, &list)
+                                 : string_format_all<false>(buffer, buffer_size, format, &list);
+    va_end(list);
+    return result;
+}
+
+kr_result kr_string_format(kr_char* buffer, size_t buffer_size, const char* format, ...) {
+    va_list list;
+    va_start(list, format);
+    kr_result result = KR_SUCCESS;
+    if (format_is_traced()) {
+        const format_scope<true> scope(__func__);
+        scope.enter();
+        result = scope.leave(string_format_all<true>(buffer, buffer_size, format, &list));
+    } else {
+        result = string_format_all<false>(buffer, buffer_size, format, &list);
+    }
+    va_end(list);
+    return result;
+}
