@@ -127,7 +127,7 @@ inline constexpr format_conversion format_conversions[] = {
     // clang-format on
 };
 
-/// Row numbers by letter, 0xFF where there is none. Bytes above 0x7F have no row.
+/// Row numbers by letter. Bytes above 0x7F have no row.
 using format_index = std::array<u8, 256>;
 inline constexpr u8 format_no_row = 0xFF;
 
@@ -153,17 +153,17 @@ consteval format_index format_index_of(bool library) {
 inline constexpr format_index format_plain_index = format_index_of(false);
 inline constexpr format_index format_library_index = format_index_of(true);
 
-/// The flag that a character is, or null. The flags lie between blank and '0'.
-constexpr const format_flag* format_find_flag(char character) {
+/// The row of the flag that a character is. The flags lie between blank and '0'.
+constexpr u8 format_find_flag(char character) {
     if (character > '0' || character < ' ') {
-        return nullptr;
+        return format_no_row;
     }
-    for (const format_flag& flag : format_flags) {
-        if (flag.character == character) {
-            return &flag;
+    for (u8 row = 0; row < std::size(format_flags); ++row) {
+        if (format_flags[row].character == character) {
+            return row;
         }
     }
-    return nullptr;
+    return format_no_row;
 }
 
 constexpr bool format_is_digit(char character) {
@@ -193,20 +193,20 @@ constexpr format_size format_find_size(const char* text) {
     return {KR_PRINTF_SIZE_NONE, 0, nullptr};
 }
 
-/// The conversion whose letter stands at `*cursor`, consumed, or null: an unknown letter or the end
-/// of the format. `*cursor` is then on the character that is not known.
-constexpr const format_conversion* format_take_conversion(const char** cursor) {
+/// The row of the conversion whose letter stands at `*cursor`, which moves behind it. An unknown
+/// letter or the end of the format has none; `*cursor` is then on that character. (Rows, not
+/// pointers: a compiler that sanitizes does not compare those while it compiles.)
+constexpr u8 format_take_conversion(const char** cursor) {
     const format_index* index = &format_plain_index;
     if (**cursor == '_') {
         index = &format_library_index;
         ++*cursor;
     }
     const u8 row = (*index)[static_cast<u8>(**cursor)];
-    if (row == format_no_row) {
-        return nullptr;
+    if (row != format_no_row) {
+        ++*cursor;
     }
-    ++*cursor;
-    return &format_conversions[row];
+    return row;
 }
 
 } // namespace kr::detail

@@ -132,11 +132,11 @@ consteval void check_argument(format_argument wanted, u32 size_modifier, argumen
 /// engine's.
 consteval format_argument check_conversion(const char** cursor, u32* size_modifier) {
     u32 seen = 0;
-    for (; const format_flag* flag = format_find_flag(**cursor); ++*cursor) {
-        if ((seen & flag->bit) != 0) {
+    for (u8 row = 0; (row = format_find_flag(**cursor)) != format_no_row; ++*cursor) {
+        if ((seen & format_flags[row].bit) != 0) {
             format_repeats_a_flag();
         }
-        seen |= flag->bit;
+        seen |= format_flags[row].bit;
     }
     if (**cursor == '*') {
         format_takes_no_width_from_an_argument();
@@ -151,17 +151,17 @@ consteval format_argument check_conversion(const char** cursor, u32* size_modifi
     *size_modifier = size.value;
     *cursor += size.length;
 
-    const format_conversion* conversion = format_take_conversion(cursor);
-    if (conversion == nullptr) {
+    const u8 row = format_take_conversion(cursor);
+    if (row == format_no_row) {
         if (**cursor == '\0') {
             format_ends_inside_a_conversion();
         }
         format_holds_an_unknown_conversion();
     }
-    if (conversion->needs_size() && size.value == KR_PRINTF_SIZE_NONE) {
+    if (format_conversions[row].needs_size() && size.value == KR_PRINTF_SIZE_NONE) {
         format_conversion_needs_a_size_modifier();
     }
-    return conversion->argument;
+    return format_conversions[row].argument;
 }
 
 consteval void check_format(const char* format, const argument_type* arguments, size_t count) {

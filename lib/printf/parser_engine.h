@@ -11,13 +11,14 @@ inline kr_result parse_flags(const char** cursor, u32* flags) {
     const format_scope<Traced> scope("kr_printf_format_parse_flags");
     scope.enter();
     *flags = 0;
-    for (; const format_flag* flag = format_find_flag(**cursor); ++*cursor) {
-        if ((*flags & flag->bit) != 0) {
-            scope.warn("%s", flag->duplicate_message);
+    for (u8 row = 0; (row = format_find_flag(**cursor)) != format_no_row; ++*cursor) {
+        const format_flag& flag = format_flags[row];
+        if ((*flags & flag.bit) != 0) {
+            scope.warn("%s", flag.duplicate_message);
             return scope.leave(kr_result_make_error(KR_PRINTF_FORMAT_STRING_SYNTAX_ERROR));
         }
-        scope.debug("%s", flag->name_message);
-        *flags |= flag->bit;
+        scope.debug("%s", flag.name_message);
+        *flags |= flag.bit;
     }
     return scope.leave(KR_SUCCESS);
 }

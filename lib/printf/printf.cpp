@@ -147,17 +147,18 @@ inline kr_result format_conversion_at(const format_scope<Traced>& scope, const c
     }
 
     const bool library = **cursor == '_';
-    const format_conversion* conversion = format_take_conversion(cursor);
-    if (conversion == nullptr) {
+    const u8 row = format_take_conversion(cursor);
+    if (row == format_no_row) {
         result = syntax_error();
         if (!library && **cursor != '\0') {
             scope.warn("Unknown type Result is %_r (%_z)", &result, &result);
         }
         return result;
     }
-    result = run_conversion<Traced>(*conversion, settings, out, args);
+    const format_conversion& conversion = format_conversions[row];
+    result = run_conversion<Traced>(conversion, settings, out, args);
     if (kr_result_failed(result)) {
-        scope.warn("Processing '%s' type failed Result is %_r (%_z)", conversion->name, &result,
+        scope.warn("Processing '%s' type failed Result is %_r (%_z)", conversion.name, &result,
                    &result);
     }
     return result;
