@@ -1,0 +1,119 @@
+/// An allocator that fails on demand and counts what is not given back, and the sweep that lets
+/// every allocation of an operation fail in turn.
+#pragma once
+
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <unordered_set>
+
+#include <gtest/gtest.h>
+
+#include "base/memory.h"
+
+namespace kr::test {
+
+/// Stands behind the allocator hooks for a scope; one at a time. A block that was allocated within
+/// the scope and not given back fails the test. Fresh blocks are filled with a pattern, so that
+/// nobody takes them for zeros.
+class failing_allocator {
+public:
+    enum class repeat { once, always };
+
+    /// Fails the allocation number `nth`, 1 being the next (0: none), and with repeat::always also
+    /// every one after it.
+    explicit failing_allocator(u32 nth = 0, repeat repeated = repeat::once)
+        : nth_(nth), repeated_(repeated) {
+        EXPECT_EQ(current_, nullptr) << "allocators do not nest";
+        current_ = this;
+        kr_memory_set_hooks(allocate, deallocate);
+    }
+    failing_allocator(const failing_allocator&) = delete;
+    failing_allocator& operator=(const failing_allocator&) = delete;
+    ~failing_allocator() {
+        kr_memory_set_hooks(nullptr, nullptr);
+        current_ = nullptr;
+        EXPECT_EQ(live_.size(), 0u) << "blocks not given back";
+    }
+
+    /// Allocations asked for, failed ones included.
+    [[nodiscard]] u32 allocations() const { return locked(allocations_); }
+    [[nodiscard]] u32 failures() const { return locked(failures_); }
+    /// Size that was asked for last.
+    [[nodiscard]] std::size_t last_size() const { return locked(last_size_); }
+    [[nodiscard]] std::size_t live() const {
+        const std::lock_guard guard(lock_);
+        return live_.size();
+    }
+
+private:
+    template <typename T>
+    [[nodiscard]] T locked(const T& value) const {
+        const std::lock_guard guard(lock_);
+        return value;
+    }
+
+    static kr_result allocate(void** out, std::size_t size) {
+        failing_allocator& self = *current_;
+        const std::lock_guard guard(self.lock_);
+        ++self.allocations_;
+        self.last_size_ = size;
+        const bool due =
+            self.nth_ != 0 && (self.allocations_ == self.nth_ ||
+                               (self.repeated_ == repeat::always && self.allocations_ > self.nth_));
+        void* const block = due ? nullptr : std::malloc(size == 0 ? 1 : size);
+        if (block == nullptr) {
+            ++self.failures_;
+            return kr_result_make_error(KR_OUT_OF_MEMORY);
+        }
+        std::memset(block, 0xA5, size);
+        self.live_.insert(block);
+        *out = block;
+        return KR_SUCCESS;
+    }
+
+    static void deallocate(void* ptr) {
+        failing_allocator& self = *current_;
+        const std::lock_guard guard(self.lock_);
+        // A block from before the scope came from the runtime heap just the same.
+        self.live_.erase(ptr);
+        std::free(ptr);
+    }
+
+    static inline failing_allocator* current_ = nullptr;
+
+    mutable std::mutex lock_;
+    u32 nth_;
+    repeat repeated_;
+    u32 allocations_ = 0;
+    u32 failures_ = 0;
+    std::size_t last_size_ = 0;
+    std::unordered_set<void*> live_;
+};
+
+/// Runs `operation`, which returns a kr_result, with its first allocation failing, then its second,
+/// and so on until a run meets no failure; once with that failure alone, once with all after it.
+/// Each run with a failure must end in KR_OUT_OF_MEMORY and the last one in success, and none may
+/// keep a block: the operation releases what it got, and checks that outputs stay untouched.
+template <typename Operation>
+void sweep_allocations(Operation operation) {
+    constexpr u32 limit = 10000;
+    for (const auto repeated :
+         {failing_allocator::repeat::once, failing_allocator::repeat::always}) {
+        u32 nth = 1;
+        for (; nth < limit; ++nth) {
+            SCOPED_TRACE("allocation " + std::to_string(nth) + " fails");
+            failing_allocator allocator(nth, repeated);
+            const kr_result result = operation();
+            if (allocator.failures() == 0) {
+                EXPECT_TRUE(kr_result_succeeded(result)) << std::hex << result;
+                break;
+            }
+            EXPECT_EQ(result, kr_result_make_error(KR_OUT_OF_MEMORY)) << std::hex << result;
+        }
+        EXPECT_GT(nth, 1u) << "the operation allocates nothing";
+        EXPECT_LT(nth, limit) << "the sweep does not end";
+    }
+}
+
+} // namespace kr::test
