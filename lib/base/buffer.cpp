@@ -5,6 +5,7 @@
 
 #include "base/memory.h"
 #include "base/typed_memory.h"
+#include "base/wide_scan.h"
 #include "log/log.h"
 
 namespace {
@@ -66,11 +67,5 @@ kr_result kr_memdup(const void* src, void** out, size_t size) {
 }
 
 bool kr_memory_is_zero(const void* buf, size_t size) {
-    const auto* bytes = static_cast<const u8*>(buf);
-    for (size_t i = 0; i < size; ++i) {
-        if (bytes[i] != 0) {
-            return false;
-        }
-    }
-    return true;
+    return kr::detail::scan::is_zero(buf, size);
 }

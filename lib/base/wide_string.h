@@ -106,11 +106,11 @@ using kr_string_comparison = kr_result (*)(const kr_char* a, const kr_char* b, u
 kr_char* kr_string_to_lower(kr_char* s);
 
 // New buffers. Each allocates through the hook; the caller releases `*out` with the deallocate
-// hook. Returns KR_SUCCESS, or the allocation's failure with `out` untouched; a size that no size_t
-// holds is KR_OUT_OF_MEMORY.
+// hook. Returns KR_SUCCESS, or the allocation's failure with `out` untouched.
 
 [[nodiscard]] kr_result kr_string_dup(kr_char** out, const kr_char* s);
-/// Copies `n` units, which `s` must hold, and adds a terminator.
+/// Copies `n` units, which `s` must hold, and adds a terminator. An `n` that no buffer can hold is
+/// KR_OUT_OF_MEMORY.
 [[nodiscard]] kr_result kr_string_dup_n(kr_char** out, const kr_char* s, u64 n);
 [[nodiscard]] kr_result kr_string_concat2(const kr_char* a, const kr_char* b, kr_char** out);
 [[nodiscard]] kr_result kr_string_concat3(const kr_char* a, const kr_char* b, const kr_char* c,
