@@ -15,6 +15,11 @@
 
 namespace kr::host {
 
+namespace detail {
+struct armed_state;
+struct recorder_state;
+} // namespace detail
+
 struct fault_plan {
     /// The name of the call, for instance "WriteFile".
     std::string_view call;
@@ -42,8 +47,7 @@ public:
     [[nodiscard]] u32 hits() const;
 
 private:
-    struct state;
-    std::shared_ptr<state> state_;
+    std::shared_ptr<detail::armed_state> state_;
 };
 
 struct call_record {
@@ -72,8 +76,7 @@ public:
     void clear();
 
 private:
-    struct state;
-    std::shared_ptr<state> state_;
+    std::shared_ptr<detail::recorder_state> state_;
 };
 
 } // namespace kr::host

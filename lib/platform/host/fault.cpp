@@ -1,0 +1,132 @@
+/// Armed faults and recorders: two short lists under one lock.
+#include "platform/host/fault.h"
+
+#include "platform/host/intercept.h"
+
+#include <algorithm>
+#include <mutex>
+
+namespace kr::host {
+
+namespace detail {
+
+std::atomic<u32> watched{0};
+
+struct armed_state {
+    std::string call;
+    injected outcome;
+    u32 nth;
+    bool sticky;
+    u32 calls = 0;
+    u32 hits = 0;
+};
+
+struct recorder_state {
+    std::vector<call_record> calls;
+};
+
+namespace {
+
+/// Never destroyed: threads may still make calls while the process ends.
+struct watch_lists {
+    std::mutex lock;
+    std::vector<std::shared_ptr<armed_state>> armed;
+    std::vector<std::shared_ptr<recorder_state>> recorders;
+
+    void show_whether_watched() {
+        if (armed.empty() && recorders.empty()) {
+            watched.fetch_and(~WATCH_CALLS, std::memory_order_relaxed);
+        } else {
+            watched.fetch_or(WATCH_CALLS, std::memory_order_relaxed);
+        }
+    }
+};
+
+watch_lists& lists() {
+    static auto& instance = *new watch_lists;
+    return instance;
+}
+
+} // namespace
+
+std::optional<injected> report_call(std::string_view call, std::string argument) {
+    watch_lists& all = lists();
+    const std::lock_guard hold(all.lock);
+    for (const auto& recorder : all.recorders) {
+        recorder->calls.push_back({std::string(call), argument});
+    }
+    std::optional<injected> outcome;
+    for (const auto& fault : all.armed) {
+        if (fault->call != call) {
+            continue;
+        }
+        ++fault->calls;
+        const bool due = fault->sticky ? fault->calls >= fault->nth : fault->calls == fault->nth;
+        if (due && !outcome) {
+            ++fault->hits;
+            outcome = fault->outcome;
+        }
+    }
+    return outcome;
+}
+
+} // namespace detail
+
+using detail::lists;
+
+armed_fault::armed_fault(const fault_plan& plan)
+    : state_(std::make_shared<detail::armed_state>(detail::armed_state{
+          std::string(plan.call), {plan.error, plan.amount}, plan.nth, plan.sticky})) {
+    const std::lock_guard hold(lists().lock);
+    lists().armed.push_back(state_);
+    lists().show_whether_watched();
+}
+
+armed_fault::~armed_fault() {
+    const std::lock_guard hold(lists().lock);
+    std::erase(lists().armed, state_);
+    lists().show_whether_watched();
+}
+
+u32 armed_fault::hits() const {
+    const std::lock_guard hold(lists().lock);
+    return state_->hits;
+}
+
+call_recorder::call_recorder() : state_(std::make_shared<detail::recorder_state>()) {
+    const std::lock_guard hold(lists().lock);
+    lists().recorders.push_back(state_);
+    lists().show_whether_watched();
+}
+
+call_recorder::~call_recorder() {
+    const std::lock_guard hold(lists().lock);
+    std::erase(lists().recorders, state_);
+    lists().show_whether_watched();
+}
+
+std::vector<call_record> call_recorder::calls() const {
+    const std::lock_guard hold(lists().lock);
+    return state_->calls;
+}
+
+std::vector<std::string> call_recorder::lines() const {
+    std::vector<std::string> lines;
+    for (const call_record& call : calls()) {
+        lines.push_back(call.argument.empty() ? call.name : call.name + " " + call.argument);
+    }
+    return lines;
+}
+
+std::size_t call_recorder::count(std::string_view call) const {
+    const std::lock_guard hold(lists().lock);
+    return static_cast<std::size_t>(std::ranges::count(
+        state_->calls, call, [](const call_record& r) -> std::string_view { return r.name; }));
+}
+
+void call_recorder::clear() {
+    const std::lock_guard hold(lists().lock);
+    state_->calls.clear();
+}
+
+} // namespace kr::host

@@ -1,0 +1,17 @@
+/// Letter case as the system's own tables have it, for names of keys, services, resources and
+/// files. Private to this directory.
+#pragma once
+
+#include "platform/host/win_types.h"
+
+#include <string>
+#include <string_view>
+
+namespace kr::host::detail {
+
+/// The upper-case form of one unit, for letters of every script that have one of one unit.
+WCHAR fold(WCHAR unit);
+std::u16string folded(std::u16string_view text);
+bool equal_folded(std::u16string_view a, std::u16string_view b);
+
+} // namespace kr::host::detail

@@ -1,0 +1,177 @@
+/// System messages, debugger output and the event log.
+#include "platform/host/messages.h"
+
+#include "platform/host/handle_table.h"
+#include "platform/host/intercept.h"
+#include "platform/host/message_texts.h"
+#include "platform/host/world.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+using namespace kr::host;
+
+/// The text as FormatMessageW gives it: with its line breaks, or with blanks in their place.
+std::u16string broken_text(const WCHAR* text, bool keep_breaks) {
+    std::u16string result = std::u16string(text) + u"\r\n";
+    if (!keep_breaks) {
+        for (std::size_t at = 0; (at = result.find(u"\r\n", at)) != std::u16string::npos;) {
+            result.replace(at, 2, u" ");
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+DWORD FormatMessageW(DWORD flags, const void*, DWORD id, DWORD, WCHAR* buffer, DWORD room_chars,
+                     va_list*) {
+    if (detail::injected_failure("FormatMessageW", [&] { return std::to_string(id); })) {
+        return 0;
+    }
+    constexpr DWORD understood =
+        FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK | FORMAT_MESSAGE_IGNORE_INSERTS;
+    const DWORD width = flags & FORMAT_MESSAGE_MAX_WIDTH_MASK;
+    if ((flags & ~understood) != 0 || (flags & FORMAT_MESSAGE_FROM_SYSTEM) == 0 ||
+        (width != 0 && width != FORMAT_MESSAGE_MAX_WIDTH_MASK) || buffer == nullptr) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    const WCHAR* const known = detail::message_text(id);
+    if (known == nullptr) {
+        SetLastError(ERROR_MR_MID_NOT_FOUND);
+        return 0;
+    }
+    const std::u16string text = broken_text(known, width == 0);
+    if ((flags & FORMAT_MESSAGE_IGNORE_INSERTS) == 0 && text.find(u'%') != std::u16string::npos) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    if (text.size() >= room_chars) {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return 0;
+    }
+    buffer[text.copy(buffer, text.size())] = 0;
+    return static_cast<DWORD>(text.size());
+}
+
+namespace {
+
+struct debugger {
+    std::mutex lock;
+    debug_sink sink;
+};
+
+debugger& the_debugger() {
+    return detail::immortal<debugger>();
+}
+
+void default_debug_output(std::u16string_view text) {
+    static const bool to_stderr = [] {
+        const char* const where = std::getenv("KR_HOST_DEBUG");
+        return where != nullptr && std::string_view(where) == "stderr";
+    }();
+    if (to_stderr) {
+        const std::string bytes = to_utf8(text);
+        std::fwrite(bytes.data(), 1, bytes.size(), stderr);
+    }
+}
+
+void debug_output(debug_source source, std::u16string_view text) {
+    const std::lock_guard hold(the_debugger().lock);
+    if (the_debugger().sink) {
+        the_debugger().sink(source, text);
+    } else {
+        default_debug_output(text);
+    }
+}
+
+struct event_source {
+    std::u16string name;
+};
+using event_sources = detail::handle_table<HANDLE, event_source>;
+
+struct event_records {
+    std::mutex lock;
+    std::vector<event_record> records;
+};
+
+std::string source_argument(HANDLE log) {
+    const auto source = detail::immortal<event_sources>().find(log);
+    return source == nullptr ? "?" : to_utf8(source->name);
+}
+
+} // namespace
+
+void OutputDebugStringW(const WCHAR* text) {
+    debug_output(debug_source::program, text == nullptr ? u"" : text);
+}
+
+HANDLE RegisterEventSourceW(const WCHAR*, const WCHAR* source) {
+    if (detail::injected_failure("RegisterEventSourceW",
+                                 [&] { return to_utf8(source == nullptr ? u"" : source); })) {
+        return nullptr;
+    }
+    if (source == nullptr) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    return detail::immortal<event_sources>().add(
+        std::make_shared<event_source>(event_source{source}));
+}
+
+BOOL ReportEventW(HANDLE log, WORD type, WORD category, DWORD event_id, PSID, WORD string_count,
+                  DWORD, const WCHAR** strings, void*) {
+    if (detail::injected_failure("ReportEventW", [&] { return source_argument(log); })) {
+        return FALSE;
+    }
+    const auto source = detail::immortal<event_sources>().find(log);
+    if (source == nullptr) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    auto& events = detail::immortal<event_records>();
+    const std::lock_guard hold(events.lock);
+    events.records.push_back(
+        {source->name, type, category, event_id, {strings, strings + string_count}});
+    return TRUE;
+}
+
+BOOL DeregisterEventSource(HANDLE log) {
+    if (detail::injected_failure("DeregisterEventSource", [&] { return source_argument(log); })) {
+        return FALSE;
+    }
+    if (detail::immortal<event_sources>().take(log) == nullptr) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    return TRUE;
+}
+
+namespace kr::host {
+
+debug_sink set_debug_sink(debug_sink sink) {
+    const std::lock_guard hold(the_debugger().lock);
+    std::swap(the_debugger().sink, sink);
+    return sink;
+}
+
+void debug_print_kernel(std::u16string_view text) {
+    debug_output(debug_source::kernel, text);
+}
+
+std::vector<event_record> event_log() {
+    auto& events = detail::immortal<event_records>();
+    const std::lock_guard hold(events.lock);
+    return events.records;
+}
+
+void clear_event_log() {
+    auto& events = detail::immortal<event_records>();
+    const std::lock_guard hold(events.lock);
+    events.records.clear();
+}
+
+} // namespace kr::host

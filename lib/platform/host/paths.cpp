@@ -1,0 +1,205 @@
+/// Windows paths on the host: drives below one folder, letter case ignored there.
+#include "platform/host/paths.h"
+
+#include "platform/host/fold.h"
+#include "platform/host/text.h"
+#include "platform/host/world.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <string_view>
+#include <unistd.h>
+#include <vector>
+
+namespace kr::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr bool is_separator(WCHAR unit) {
+    return unit == u'\\' || unit == u'/';
+}
+
+constexpr bool is_letter(WCHAR unit) {
+    return (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
+}
+
+/// A folder of our own, removed when this very process ends (a forked child leaves it alone).
+class temporary_root {
+public:
+    temporary_root() {
+        std::error_code error;
+        std::string pattern = (fs::temp_directory_path(error) / "kr-host-XXXXXX").string();
+        if (mkdtemp(pattern.data()) != nullptr) {
+            path_ = pattern;
+        }
+    }
+    ~temporary_root() {
+        if (!path_.empty() && getpid() == owner_) {
+            std::error_code ignored;
+            fs::remove_all(path_, ignored);
+        }
+    }
+    temporary_root(const temporary_root&) = delete;
+    temporary_root& operator=(const temporary_root&) = delete;
+
+    [[nodiscard]] const std::string& path() const { return path_; }
+
+private:
+    pid_t owner_ = getpid();
+    std::string path_;
+};
+
+std::string narrow_name(std::u16string_view name) {
+    std::string out;
+    detail::encode_utf8(name, detail::lone_surrogate::keep, out);
+    return out;
+}
+
+/// The entry of `folder` called `name` without regard to case, or `name` itself when none is.
+fs::path find_entry(const fs::path& folder, std::u16string_view name) {
+    fs::path exact = folder / narrow_name(name);
+    std::error_code error;
+    if (fs::exists(fs::symlink_status(exact, error))) {
+        return exact;
+    }
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (detail::equal_folded(to_utf16(entry->path().filename().native()), name)) {
+            return entry->path();
+        }
+    }
+    return exact;
+}
+
+/// `rest` is what follows the drive's colon. Steps above the drive's top stay there.
+std::string drive_path(WCHAR letter, std::u16string_view rest) {
+    std::vector<fs::path> way{fs::path(detail::drive_root()) /
+                              std::string(1, static_cast<char>(detail::fold(letter)))};
+    while (!rest.empty()) {
+        std::size_t length = 0;
+        while (length < rest.size() && !is_separator(rest[length])) {
+            ++length;
+        }
+        const std::u16string_view name = rest.substr(0, length);
+        rest.remove_prefix(std::min(length + 1, rest.size()));
+        if (name == u"..") {
+            if (way.size() > 1) {
+                way.pop_back();
+            }
+        } else if (!name.empty() && name != u".") {
+            way.push_back(find_entry(way.back(), name));
+        }
+    }
+    return way.back().string();
+}
+
+std::string plain_path(std::u16string_view path) {
+    std::u16string slashed(path);
+    for (WCHAR& unit : slashed) {
+        unit = unit == u'\\' ? u'/' : unit;
+    }
+    return narrow_name(slashed);
+}
+
+} // namespace
+
+namespace detail {
+
+const std::string& drive_root() {
+    static const std::string given = [] {
+        const char* const named = std::getenv("KR_HOST_ROOT");
+        return std::string(named == nullptr ? "" : named);
+    }();
+    if (!given.empty()) {
+        return given;
+    }
+    static const temporary_root own;
+    return own.path();
+}
+
+std::optional<std::string> host_path(const WCHAR* path) {
+    std::u16string_view rest = path == nullptr ? u"" : path;
+    if (rest.starts_with(u"\\\\?\\") || rest.starts_with(u"\\??\\")) {
+        rest.remove_prefix(4);
+    }
+    if (rest.empty()) {
+        SetLastError(ERROR_PATH_NOT_FOUND);
+        return std::nullopt;
+    }
+    const bool has_drive = rest.size() >= 2 && rest[1] == u':' && is_letter(rest[0]);
+    const std::u16string_view names = has_drive ? rest.substr(2) : rest;
+    if (names.find_first_of(u"<>\"|?*") != std::u16string_view::npos) {
+        SetLastError(ERROR_INVALID_NAME);
+        return std::nullopt;
+    }
+    if (!has_drive) {
+        return plain_path(rest);
+    }
+    std::error_code ignored; // the open that follows reports what is missing
+    fs::create_directories(fs::path(drive_root()) / "C", ignored);
+    return drive_path(rest[0], names);
+}
+
+DWORD error_from_errno(int error) {
+    switch (error) {
+    case ENOENT:
+        return ERROR_FILE_NOT_FOUND;
+    case ENOTDIR:
+    case ELOOP:
+        return ERROR_PATH_NOT_FOUND;
+    case EACCES:
+    case EPERM:
+    case EISDIR:
+    case ETXTBSY:
+        return ERROR_ACCESS_DENIED;
+    case EROFS:
+        return ERROR_WRITE_PROTECT;
+    case EEXIST:
+        return ERROR_FILE_EXISTS;
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+        return ERROR_DISK_FULL;
+    case EMFILE:
+    case ENFILE:
+        return ERROR_TOO_MANY_OPEN_FILES;
+    case ENOMEM:
+        return ERROR_NOT_ENOUGH_MEMORY;
+    case EINVAL:
+        return ERROR_INVALID_PARAMETER;
+    case ENOTEMPTY:
+        return ERROR_DIR_NOT_EMPTY;
+    case ENAMETOOLONG:
+        return ERROR_FILENAME_EXCED_RANGE;
+    case EBADF:
+        return ERROR_INVALID_HANDLE;
+    case EPIPE:
+        return ERROR_NO_DATA;
+    case EIO:
+        return ERROR_IO_DEVICE;
+    default:
+        return ERROR_GEN_FAILURE;
+    }
+}
+
+DWORD error_from_errno(int error, const std::string& path) {
+    if (error == ENOENT) {
+        const fs::path folder = fs::path(path).parent_path();
+        std::error_code ignored;
+        if (!folder.empty() && !fs::is_directory(folder, ignored)) {
+            return ERROR_PATH_NOT_FOUND;
+        }
+    }
+    return error_from_errno(error);
+}
+
+} // namespace detail
+
+std::string native_path(const WCHAR* path) {
+    return detail::host_path(path).value_or(std::string());
+}
+
+} // namespace kr::host

@@ -1,0 +1,138 @@
+/// Resources of the running executable: a short table.
+#include "platform/host/resources.h"
+
+#include "platform/host/fold.h"
+#include "platform/host/intercept.h"
+#include "platform/host/world.h"
+
+#include <algorithm>
+#include <deque>
+#include <mutex>
+
+/// The record behind a HRSRC.
+struct HRSRC__ {
+    std::u16string type;
+    std::u16string name;
+    std::span<const u8> bytes;
+};
+
+namespace {
+
+using namespace kr::host;
+
+struct resource_list {
+    std::mutex lock;
+    /// A deque keeps the records in place, so that a HRSRC stays good while others are added.
+    std::deque<HRSRC__> records;
+};
+
+resource_list& resources() {
+    static auto& list = *new resource_list;
+    return list;
+}
+
+HMODULE this_module() {
+    static char image = 0;
+    return reinterpret_cast<HMODULE>(&image);
+}
+
+/// Checked against the table first, never dereferenced before.
+HRSRC__* known(const void* handle) {
+    const auto found = std::ranges::find_if(
+        resources().records, [handle](const HRSRC__& record) { return &record == handle; });
+    return found == resources().records.end() ? nullptr : &*found;
+}
+
+} // namespace
+
+HMODULE GetModuleHandleW(const WCHAR* name) {
+    if (name == nullptr) {
+        return this_module();
+    }
+    SetLastError(126); // the specified module could not be found
+    return nullptr;
+}
+
+HRSRC FindResourceW(HMODULE module, const WCHAR* name, const WCHAR* type) {
+    if (detail::injected_failure("FindResourceW", [&] { return to_utf8(name); })) {
+        return nullptr;
+    }
+    if ((module != nullptr && module != this_module()) || name == nullptr || type == nullptr) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    const std::lock_guard hold(resources().lock);
+    DWORD error = ERROR_RESOURCE_TYPE_NOT_FOUND;
+    for (HRSRC__& record : resources().records) {
+        if (!detail::equal_folded(record.type, type)) {
+            continue;
+        }
+        if (detail::equal_folded(record.name, name)) {
+            return &record;
+        }
+        error = ERROR_RESOURCE_NAME_NOT_FOUND;
+    }
+    SetLastError(error);
+    return nullptr;
+}
+
+DWORD SizeofResource(HMODULE, HRSRC resource) {
+    if (const auto fault = detail::intercept("SizeofResource", [] { return std::string(); })) {
+        if (fault->error == 0) {
+            return fault->amount;
+        }
+        SetLastError(fault->error);
+        return 0;
+    }
+    const std::lock_guard hold(resources().lock);
+    const HRSRC__* const record = known(resource);
+    if (record == nullptr) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    return static_cast<DWORD>(record->bytes.size());
+}
+
+HGLOBAL LoadResource(HMODULE, HRSRC resource) {
+    if (detail::injected_failure("LoadResource")) {
+        return nullptr;
+    }
+    const std::lock_guard hold(resources().lock);
+    HRSRC__* const record = known(resource);
+    if (record == nullptr) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+    }
+    return record;
+}
+
+void* LockResource(HGLOBAL data) {
+    if (const auto fault = detail::intercept("LockResource", [] { return std::string(); })) {
+        SetLastError(fault->error);
+        return nullptr;
+    }
+    const std::lock_guard hold(resources().lock);
+    const HRSRC__* const record = known(data);
+    // As on Windows the pointer allows what the memory does not: resources are read-only.
+    return record == nullptr ? nullptr : const_cast<u8*>(record->bytes.data());
+}
+
+namespace kr::host {
+
+bool add_resource(const WCHAR* type, const WCHAR* name, std::span<const u8> bytes) {
+    const std::lock_guard hold(resources().lock);
+    for (HRSRC__& record : resources().records) {
+        if (detail::equal_folded(record.type, type) && detail::equal_folded(record.name, name)) {
+            record.bytes = bytes;
+            return true;
+        }
+    }
+    resources().records.push_back({type, name, bytes});
+    return true;
+}
+
+void clear_resources() {
+    const std::lock_guard hold(resources().lock);
+    resources().records.clear();
+}
+
+} // namespace kr::host

@@ -1,0 +1,187 @@
+/// UTF-8 and UTF-16: one decoder and one encoder each way, behind the calls and the stand-in's own
+/// helpers.
+#include "platform/host/text.h"
+
+#include "platform/host/files.h"
+#include "platform/host/intercept.h"
+#include "platform/host/world.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace kr::host::detail {
+
+namespace {
+
+constexpr char32_t REPLACEMENT = 0xFFFD;
+
+constexpr bool is_lead_surrogate(char32_t unit) {
+    return unit >= 0xD800 && unit < 0xDC00;
+}
+
+constexpr bool is_trail_surrogate(char32_t unit) {
+    return unit >= 0xDC00 && unit < 0xE000;
+}
+
+void append_utf8(std::string& out, char32_t point) {
+    if (point < 0x80) {
+        out.push_back(static_cast<char>(point));
+        return;
+    }
+    const int more = point < 0x800 ? 1 : point < 0x10000 ? 2 : 3;
+    constexpr u8 leads[] = {0, 0xC0, 0xE0, 0xF0};
+    out.push_back(static_cast<char>(leads[more] | point >> (6 * more)));
+    for (int i = more - 1; i >= 0; --i) {
+        out.push_back(static_cast<char>(0x80 | (point >> (6 * i) & 0x3F)));
+    }
+}
+
+void append_utf16(std::u16string& out, char32_t point) {
+    if (point < 0x10000) {
+        out.push_back(static_cast<WCHAR>(point));
+        return;
+    }
+    out.push_back(static_cast<WCHAR>(0xD800 + ((point - 0x10000) >> 10)));
+    out.push_back(static_cast<WCHAR>(0xDC00 + ((point - 0x10000) & 0x3FF)));
+}
+
+/// Takes one character off the front of `text`; a broken sequence gives no value and takes its
+/// longest valid beginning, one byte at the least.
+bool take_utf8(std::string_view& text, char32_t& point) {
+    const auto byte_at = [&](std::size_t i) {
+        return static_cast<u8>(text[i]);
+    };
+    const u8 lead = byte_at(0);
+    std::size_t length = lead < 0x80                   ? 1U
+                         : lead >= 0xC2 && lead < 0xE0 ? 2U
+                         : lead >= 0xE0 && lead < 0xF0 ? 3U
+                         : lead >= 0xF0 && lead < 0xF5 ? 4U
+                                                       : 0U;
+    if (length <= 1) {
+        point = lead;
+        text.remove_prefix(1);
+        return length == 1;
+    }
+    // The second byte's range keeps out long forms, surrogates and what lies above 0x10FFFF.
+    const u8 lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+    const u8 highest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+    point = lead & (0x7FU >> length);
+    std::size_t taken = 1;
+    for (; taken < length && taken < text.size(); ++taken) {
+        const u8 byte = byte_at(taken);
+        if (byte < (taken == 1 ? lowest : 0x80) || byte > (taken == 1 ? highest : 0xBF)) {
+            break;
+        }
+        point = point << 6 | (byte & 0x3FU);
+    }
+    text.remove_prefix(taken);
+    return taken == length;
+}
+
+} // namespace
+
+bool encode_utf8(std::u16string_view text, lone_surrogate lone, std::string& out) {
+    bool whole = true;
+    out.reserve(out.size() + text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char32_t point = text[i];
+        if (is_lead_surrogate(point) && i + 1 < text.size() && is_trail_surrogate(text[i + 1])) {
+            point = 0x10000 + ((point - 0xD800) << 10) + (text[++i] - 0xDC00U);
+        } else if (is_lead_surrogate(point) || is_trail_surrogate(point)) {
+            whole = false;
+            point = lone == lone_surrogate::replace ? REPLACEMENT : point;
+        }
+        append_utf8(out, point);
+    }
+    return whole;
+}
+
+bool decode_utf8(std::string_view text, std::u16string& out) {
+    bool whole = true;
+    out.reserve(out.size() + text.size());
+    while (!text.empty()) {
+        char32_t point = 0;
+        if (!take_utf8(text, point)) {
+            whole = false;
+            point = REPLACEMENT;
+        }
+        append_utf16(out, point);
+    }
+    return whole;
+}
+
+} // namespace kr::host::detail
+
+namespace kr::host {
+
+std::string to_utf8(std::u16string_view text) {
+    std::string out;
+    detail::encode_utf8(text, detail::lone_surrogate::replace, out);
+    return out;
+}
+
+std::u16string to_utf16(std::string_view text) {
+    std::u16string out;
+    detail::decode_utf8(text, out);
+    return out;
+}
+
+} // namespace kr::host
+
+namespace {
+
+using namespace kr::host;
+
+/// The part of both conversions that is the same: arguments, room, errors.
+template <typename From, typename To, typename Convert>
+int convert_text(UINT code_page, const From* text, int length, To* buffer, int room,
+                 bool refuse_broken, Convert convert) {
+    if (code_page != CP_UTF8 || text == nullptr || length == 0 || length < -1 || room < 0 ||
+        (room > 0 && buffer == nullptr)) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    const std::size_t taken =
+        length == -1 ? std::char_traits<From>::length(text) + 1 : static_cast<std::size_t>(length);
+    std::basic_string<To> out;
+    if (!convert(std::basic_string_view<From>(text, taken), out) && refuse_broken) {
+        SetLastError(ERROR_NO_UNICODE_TRANSLATION);
+        return 0;
+    }
+    if (room > 0 && out.size() > static_cast<std::size_t>(room)) {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return 0;
+    }
+    if (room > 0) {
+        std::ranges::copy(out, buffer);
+    }
+    return static_cast<int>(out.size());
+}
+
+} // namespace
+
+int WideCharToMultiByte(UINT code_page, DWORD flags, const WCHAR* text, int length_chars,
+                        char* buffer, int room_bytes, const char* default_char,
+                        BOOL* used_default) {
+    if (detail::injected_failure("WideCharToMultiByte")) {
+        return 0;
+    }
+    if (default_char != nullptr || used_default != nullptr) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    return convert_text(code_page, text, length_chars, buffer, room_bytes,
+                        (flags & WC_ERR_INVALID_CHARS) != 0,
+                        [](std::u16string_view from, std::string& to) {
+                            return detail::encode_utf8(from, detail::lone_surrogate::replace, to);
+                        });
+}
+
+int MultiByteToWideChar(UINT code_page, DWORD flags, const char* text, int length_bytes,
+                        WCHAR* buffer, int room_chars) {
+    if (detail::injected_failure("MultiByteToWideChar")) {
+        return 0;
+    }
+    return convert_text(code_page, text, length_bytes, buffer, room_chars,
+                        (flags & MB_ERR_INVALID_CHARS) != 0, detail::decode_utf8);
+}

@@ -1,0 +1,231 @@
+/// Locks, threads and priorities on POSIX threads.
+#include "platform/host/threads.h"
+
+#include "platform/host/handle_table.h"
+#include "platform/host/intercept.h"
+#include "platform/host/thread_handles.h"
+
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <memory>
+#include <sched.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using namespace kr::host;
+
+/// What a lock operation cannot report: it was used outside its life, or left by another thread.
+void must(int status) {
+    if (status != 0) {
+        std::abort();
+    }
+}
+
+/// One started thread; shared by the thread itself and its handle.
+struct thread_object {
+    unsigned (*start)(void*) = nullptr;
+    void* argument = nullptr;
+    pthread_t thread{};
+    std::atomic<DWORD> id{0};
+    std::atomic<int> priority{THREAD_PRIORITY_NORMAL};
+
+    std::mutex lock;
+    std::condition_variable changed;
+    bool finished = false;
+    /// Joined by a wait, or detached by the handle's close: `thread` is not to be used any more.
+    bool reaped = false;
+};
+
+using thread_table = detail::handle_table<HANDLE, thread_object>;
+
+thread_table& threads() {
+    return detail::immortal<thread_table>();
+}
+
+/// The thread's own object, made on demand for threads that this file did not start.
+thread_local std::shared_ptr<thread_object> own_thread;
+
+std::shared_ptr<thread_object> find_thread(HANDLE handle) {
+    if (handle != GetCurrentThread()) {
+        return threads().find(handle);
+    }
+    if (own_thread == nullptr) {
+        own_thread = std::make_shared<thread_object>();
+    }
+    return own_thread;
+}
+
+void* run_thread(void* argument) {
+    std::unique_ptr<std::shared_ptr<thread_object>> passed(
+        static_cast<std::shared_ptr<thread_object>*>(argument));
+    own_thread = *passed;
+    passed.reset();
+    const std::shared_ptr<thread_object> self = own_thread;
+    self->id = GetCurrentThreadId();
+    self->start(self->argument);
+    const std::lock_guard hold(self->lock);
+    self->finished = true;
+    self->changed.notify_all();
+    return nullptr;
+}
+
+std::string thread_argument() {
+    return "thread";
+}
+
+} // namespace
+
+void InitializeCriticalSection(CRITICAL_SECTION* section) {
+    pthread_mutexattr_t attributes;
+    must(pthread_mutexattr_init(&attributes));
+    must(pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE));
+    must(pthread_mutex_init(&section->mutex, &attributes));
+    must(pthread_mutexattr_destroy(&attributes));
+}
+
+void EnterCriticalSection(CRITICAL_SECTION* section) {
+    must(pthread_mutex_lock(&section->mutex));
+}
+
+BOOL TryEnterCriticalSection(CRITICAL_SECTION* section) {
+    return pthread_mutex_trylock(&section->mutex) == 0 ? TRUE : FALSE;
+}
+
+void LeaveCriticalSection(CRITICAL_SECTION* section) {
+    must(pthread_mutex_unlock(&section->mutex));
+}
+
+void DeleteCriticalSection(CRITICAL_SECTION* section) {
+    must(pthread_mutex_destroy(&section->mutex));
+}
+
+std::uintptr_t _beginthreadex(void*, unsigned, unsigned (*start)(void*), void* argument, unsigned,
+                              unsigned* thread_id) {
+    if (detail::injected_failure("_beginthreadex")) {
+        errno = EAGAIN;
+        return 0;
+    }
+    auto object = std::make_shared<thread_object>();
+    object->start = start;
+    object->argument = argument;
+    auto passed = std::make_unique<std::shared_ptr<thread_object>>(object);
+    // Held over the start, so that no wait or close sees `thread` before it is written.
+    const std::lock_guard hold(object->lock);
+    if (pthread_create(&object->thread, nullptr, run_thread, passed.get()) != 0) {
+        SetLastError(ERROR_NO_SYSTEM_RESOURCES);
+        errno = EAGAIN;
+        return 0;
+    }
+    static_cast<void>(passed.release());
+    if (thread_id != nullptr) {
+        while ((*thread_id = object->id) == 0) {
+            sched_yield();
+        }
+    }
+    return reinterpret_cast<std::uintptr_t>(threads().add(object));
+}
+
+DWORD WaitForSingleObject(HANDLE thread, DWORD timeout_ms) {
+    if (detail::injected_failure("WaitForSingleObject", thread_argument)) {
+        return WAIT_FAILED;
+    }
+    const std::shared_ptr<thread_object> object = threads().find(thread);
+    if (object == nullptr) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return WAIT_FAILED;
+    }
+    std::unique_lock hold(object->lock);
+    const auto is_finished = [&] {
+        return object->finished;
+    };
+    if (timeout_ms == INFINITE) {
+        object->changed.wait(hold, is_finished);
+    } else if (!object->changed.wait_for(hold, std::chrono::milliseconds(timeout_ms),
+                                         is_finished)) {
+        return WAIT_TIMEOUT;
+    }
+    // The thread is over only when its thread-local objects are gone too. It needs no lock for
+    // that: it released this one with its last statement.
+    if (!object->reaped) {
+        object->reaped = true;
+        pthread_join(object->thread, nullptr);
+    }
+    return WAIT_OBJECT_0;
+}
+
+namespace kr::host::detail {
+
+bool is_thread_handle(HANDLE handle) {
+    return threads().find(handle) != nullptr;
+}
+
+bool close_thread_handle(HANDLE handle) {
+    const std::shared_ptr<thread_object> object = threads().take(handle);
+    if (object == nullptr) {
+        return false;
+    }
+    const std::lock_guard hold(object->lock);
+    if (!object->reaped) {
+        object->reaped = true;
+        pthread_detach(object->thread);
+    }
+    return true;
+}
+
+} // namespace kr::host::detail
+
+void Sleep(DWORD duration_ms) {
+    if (duration_ms == 0) {
+        sched_yield();
+        return;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(duration_ms));
+}
+
+BOOL SwitchToThread() {
+    return sched_yield() == 0 ? TRUE : FALSE;
+}
+
+DWORD GetCurrentThreadId() {
+    thread_local DWORD id = 0;
+    if (id == 0) [[unlikely]] {
+        id = static_cast<DWORD>(gettid());
+    }
+    return id;
+}
+
+HANDLE GetCurrentThread() {
+    return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-2));
+}
+
+BOOL SetThreadPriority(HANDLE thread, int priority) {
+    if (detail::injected_failure("SetThreadPriority", thread_argument)) {
+        return FALSE;
+    }
+    const std::shared_ptr<thread_object> object = find_thread(thread);
+    if (object == nullptr) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    const bool ordinary = priority >= THREAD_PRIORITY_LOWEST && priority <= THREAD_PRIORITY_HIGHEST;
+    if (!ordinary && priority != THREAD_PRIORITY_IDLE &&
+        priority != THREAD_PRIORITY_TIME_CRITICAL) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    object->priority = priority;
+    return TRUE;
+}
+
+int GetThreadPriority(HANDLE thread) {
+    const std::shared_ptr<thread_object> object = find_thread(thread);
+    if (object == nullptr) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return THREAD_PRIORITY_ERROR_RETURN;
+    }
+    return object->priority;
+}
