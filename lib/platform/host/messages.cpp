@@ -6,6 +6,7 @@
 #include "platform/host/message_texts.h"
 #include "platform/host/world.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -14,12 +15,14 @@ namespace {
 using namespace kr::host;
 
 /// The text as FormatMessageW gives it: with its line breaks, or with blanks in their place.
-std::u16string broken_text(const WCHAR* text, bool keep_breaks) {
-    std::u16string result = std::u16string(text) + u"\r\n";
-    if (!keep_breaks) {
-        for (std::size_t at = 0; (at = result.find(u"\r\n", at)) != std::u16string::npos;) {
-            result.replace(at, 2, u" ");
-        }
+std::u16string broken_text(std::u16string_view text, bool keep_breaks) {
+    constexpr std::u16string_view line_break = u"\r\n";
+    const std::u16string_view shown_break = keep_breaks ? line_break : u" ";
+    std::u16string result;
+    while (!text.empty()) {
+        const std::size_t length = std::min(text.find(line_break), text.size());
+        result.append(text.substr(0, length)).append(shown_break);
+        text.remove_prefix(std::min(length + line_break.size(), text.size()));
     }
     return result;
 }
