@@ -1,0 +1,60 @@
+# What the end-to-end tests under Wine share. Sourced by bash; BUILD is the build directory of the
+# windows preset, whose session must be running.
+
+source "$(dirname "${BASH_SOURCE[0]}")/../../tools/scripts/common.sh"
+use_prefix "$BUILD/prefix"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+
+# check WHAT ACTUAL EXPECTED
+check() {
+  if [ "$2" = "$3" ]; then
+    echo "ok    $1"
+  else
+    printf 'FAIL  %s\n  is:       %s\n  expected: %s\n' "$1" "$2" "$3"
+    failures=$((failures + 1))
+  fi
+}
+
+# finish: the test's exit status.
+finish() {
+  [ "$failures" -eq 0 ] || echo "$failures checks failed"
+  exit $((failures != 0))
+}
+
+# fresh: no stored verdict, no settings, no service, no file, an empty driver log.
+fresh() {
+  wine reg delete 'HKLM\SOFTWARE\Korinth' /f >/dev/null 2>&1
+  wine sc delete krdummy >/dev/null 2>&1
+  rm -f "$WINEPREFIX/drive_c/windows/system32/drivers/krdummy.sys"
+  : >"$driver_log"
+}
+
+# import_settings FILE: a .reg file, as an administrator would.
+import_settings() {
+  wine reg import "$1" >/dev/null 2>&1 || check "reg import $1" failed imported
+}
+
+# probe [PROGRAM]: runs the program as its debugger. Afterwards: exit_code, debug_output (the
+# debugger output, without CR), standard_output is not told apart from it.
+probe() {
+  exit_code=0
+  timeout 60 wine "$BUILD/tests/e2e/debugrun.exe" "${1:-$BUILD/tools/loadprobe/loadprobe.exe}" \
+    >"$work/output" 2>"$work/errors" </dev/null || exit_code=$?
+  debug_output=$(tr -d '\r' <"$work/output")
+}
+
+# messages: the messages of the debugger output's lines in the layout that a program starts with,
+# without time stamp, level, category, thread and function: "LEVEL(CATEGORY); MESSAGE; FUNCTION()".
+messages() {
+  sed -E 's/^.*:[0-9A-F]{8}; //' <<<"$debug_output"
+}
+
+# left_behind: what remains of the probe's file and service.
+left_behind() {
+  local left=''
+  driver_file_exists && left+='file '
+  service_exists && left+='service '
+  echo "${left:-nothing}"
+}
