@@ -46,12 +46,12 @@ public:
         const auto begin = storage_.begin() + guard_bytes;
         return std::all_of(begin + static_cast<std::ptrdiff_t>(first * sizeof(T)),
                            begin + static_cast<std::ptrdiff_t>(size_bytes_),
-                           [](u8 byte) { return byte == pattern; });
+                           [](u8 value) { return value == pattern; });
     }
 
     void check() const {
-        const auto is_guard = [](u8 byte) {
-            return byte == guard;
+        const auto is_guard = [](u8 value) {
+            return value == guard;
         };
         const auto front = storage_.begin() + guard_bytes;
         EXPECT_TRUE(std::all_of(storage_.begin(), front, is_guard)) << "written before the buffer";
