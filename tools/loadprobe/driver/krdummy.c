@@ -1,0 +1,18 @@
+/* krdummy: the test driver whose signatures loadprobe puts to the test. It says that it was loaded,
+ * says that it was unloaded, and does nothing else; DbgPrint is its only import, so that no other
+ * reason than the signature can keep a system from loading it. */
+#include <ntddk.h>
+
+static void krdummy_unload(PDRIVER_OBJECT driver) {
+    UNREFERENCED_PARAMETER(driver);
+    DbgPrint("krdummy unloaded.\n");
+}
+
+/* The unload routine is set first: a driver without one cannot be stopped, and its service and file
+ * would stay until the next restart. */
+NTSTATUS DriverEntry(PDRIVER_OBJECT driver, PUNICODE_STRING registry_path) {
+    UNREFERENCED_PARAMETER(registry_path);
+    driver->DriverUnload = krdummy_unload;
+    DbgPrint("krdummy loaded.\n");
+    return STATUS_SUCCESS;
+}
