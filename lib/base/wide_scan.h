@@ -65,12 +65,15 @@ u64 mismatch(const kr_char* a, const kr_char* b, u64 limit);
 bool is_zero(const void* buf, size_t size);
 
 } // namespace vectors
+#else
+namespace vectors = plain;
 #endif
 
-#if KR_VECTORS && !KR_READS_ARE_WATCHED
-namespace scan = vectors;
-#else
+/// What the operations use.
+#if KR_READS_ARE_WATCHED
 namespace scan = plain;
+#else
+namespace scan = vectors;
 #endif
 
 } // namespace kr::detail
