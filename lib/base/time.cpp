@@ -283,10 +283,10 @@ kr_result kr_time_getUTC32(const kr_time* t, u32* out) {
     return KR_SUCCESS;
 }
 
-kr_module* kr_time_module_descriptor() {
+kr_module* kr_time_module() {
     return &time_module;
 }
 
 void kr_time_module_register() {
-    kr_module_register(kr_time_module_descriptor());
+    kr_module_register(kr_time_module());
 }

@@ -91,4 +91,4 @@ void kr_time_module_register();
 
 struct kr_module;
 /// The descriptor of the module "time", for the modules that depend on it.
-kr_module* kr_time_module_descriptor();
+kr_module* kr_time_module();

@@ -1,0 +1,29 @@
+/// How ordinary lines are laid out and coloured, and the level masks that the layout follows.
+/// Public. Any thread may call anything here at any time; a change applies to the next line.
+#pragma once
+
+#include "log/log.h"
+
+/// Reads or replaces a category's level mask. 1, or 0 with nothing done for an id of
+/// KR_LOG_SLOT_COUNT or more. Setting derives the layout anew unless it is explicit.
+u32 kr_log_level_get(u16 id, u32* mask);
+u32 kr_log_level_set(u16 id, u32 mask);
+
+/// The formatting mode. Modes 0 and 1 put the thread first and the function last; mode 2 begins
+/// with the function, indented by call depth; mode 3 is the letter and the message alone. Any other
+/// value counts as 0. Setting it does not make it explicit.
+void kr_log_set_formatting(u32 mode);
+u32 kr_log_formatting();
+
+/// Makes the mode explicit: it is no longer derived from the masks, for the life of the process.
+void kr_log_keep_formatting();
+u32 kr_log_formatting_is_explicit();
+
+/// Derives the mode from the masks of categories 1 up: 2 if any has KR_LOG_CALL, else 1 if any has
+/// KR_LOG_DEBUG, else 0. Does so whether the mode is explicit or not.
+void kr_log_update_formatting();
+
+/// Colours the level letters by ANSI sequences: E red, W yellow, D green, C blue, and a reset after
+/// every letter. Off at start.
+void kr_log_set_colors(u32 on);
+u32 kr_log_colors();
