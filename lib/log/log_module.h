@@ -12,7 +12,7 @@
 void kr_log_register_module(const kr_char* destination);
 
 /// The descriptor of the module "log", for the modules that depend on it.
-kr_module* kr_log_module_descriptor();
+kr_module* kr_log_module();
 
 /// The module's start: locks, default masks, destination, stored configuration. Undoes what it did
 /// when it fails: KR_UNEXPECTED_BEHAVIOUR when a main destination is set already or none is set at
