@@ -4,31 +4,43 @@
 #include <limits>
 
 #include "base/decimal.h"
+#include "base/digit_scan.h"
 #include "log/log.h"
 #include "platform/platform.h"
 
 namespace {
 
+using kr::detail::is_decimal_digit;
+
 constexpr u64 max_of_u64 = std::numeric_limits<u64>::max();
 constexpr u64 max_of_i64 = std::numeric_limits<i64>::max();
-/// So many decimal digits fit an i64 whatever they are.
-constexpr u32 safe_digits = std::numeric_limits<i64>::digits10;
+
+// Digits by the library's own rules.
+
+enum class parse_end { terminator, other_character, overflow };
 
 template <typename Char>
-bool is_digit(Char character) {
-    return character >= '0' && character <= '9';
-}
+struct decimal_number {
+    u64 value;
+    parse_end end;
+    /// The first character that was not taken.
+    Char stop;
+};
 
-/// Reads digits as long as they come, at most `safe_digits`; returns where it stopped.
-template <typename Char>
-const Char* read_safe_digits(const Char* text, u64* value) {
-    u64 sum = 0;
-    u32 count = 0;
-    for (; count < safe_digits && is_digit(text[count]); ++count) {
-        sum = sum * 10 + static_cast<u64>(text[count] - '0');
+/// Reads digits up to the first character that is none, or the first that would take the value
+/// above `limit`.
+template <u64 limit, typename Char>
+decimal_number<Char> parse_decimal(const Char* text) {
+    const kr::detail::digit_run run = kr::detail::digits::scan_digits(text);
+    u64 value = run.value;
+    for (text += run.count; is_decimal_digit(*text); ++text) {
+        const auto digit = static_cast<u64>(*text - '0');
+        if (value > limit / 10 || (value == limit / 10 && digit > limit % 10)) {
+            return {value, parse_end::overflow, *text};
+        }
+        value = value * 10 + digit;
     }
-    *value = sum;
-    return text + count;
+    return {value, *text == Char{} ? parse_end::terminator : parse_end::other_character, *text};
 }
 
 // By the runtime's conversions.
@@ -60,14 +72,18 @@ narrow_number convert_narrow(const char* text, int base) {
 }
 
 /// Base 10. Plain digits are read here; what the runtime alone knows (blanks, signs, digits beyond
-/// ASCII, the range) is left to it. False for a value out of range.
+/// ASCII) is left to it. False for a value out of range.
 bool convert_wide_64(const kr_char* text, i64* out) {
-    u64 digits = 0;
-    const kr_char* const end = read_safe_digits(text, &digits);
     errno = 0;
-    if (end != text && *end < 0x80 && !is_digit(*end)) {
-        *out = static_cast<i64>(digits);
-        return true;
+    if (is_decimal_digit(*text)) {
+        const decimal_number<kr_char> number = parse_decimal<max_of_i64>(text);
+        if (number.end == parse_end::overflow) {
+            return false;
+        }
+        if (number.stop < 0x80) {
+            *out = static_cast<i64>(number.value);
+            return true;
+        }
     }
     // Not _wtoi64: not every runtime reports its range error.
     const i64 value = _wcstoi64(text, nullptr, 10);
@@ -79,32 +95,6 @@ bool convert_wide_64(const kr_char* text, i64* out) {
 }
 
 // By the library's strict rules.
-
-enum class parse_end { terminator, illegal_character, overflow };
-
-template <typename Char>
-struct strict_number {
-    u64 value;
-    parse_end end;
-    /// The terminator, or the character that the end is about.
-    Char stop;
-};
-
-/// Reads digits up to the terminator or the first defect. The value is at most `limit`, which is at
-/// least 10 to the power of `safe_digits`.
-template <u64 limit, typename Char>
-strict_number<Char> parse_strictly(const Char* text) {
-    u64 value = 0;
-    const Char* c = read_safe_digits(text, &value);
-    for (; is_digit(*c); ++c) {
-        const auto digit = static_cast<u64>(*c - '0');
-        if (value > limit / 10 || (value == limit / 10 && digit > limit % 10)) {
-            return {value, parse_end::overflow, *c};
-        }
-        value = value * 10 + digit;
-    }
-    return {value, *c == Char{} ? parse_end::terminator : parse_end::illegal_character, *c};
-}
 
 kr_result result_of(parse_end defect) {
     return kr_result_make_error(defect == parse_end::overflow ? KR_OVERFLOW
@@ -257,7 +247,7 @@ kr_result kr_string_to_si64_a(const char* text, i64* out) {
     const i64 value = _strtoi64(text, nullptr, 10);
     if (value == 0) {
         const char* c = text;
-        while (*c == '-' || is_digit(*c)) {
+        while (*c == '-' || is_decimal_digit(*c)) {
             ++c;
         }
         if (*c != '\0') {
@@ -281,7 +271,7 @@ kr_result kr_string_to_ui64_a_generic(const char* text, u64* out) {
         KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "Output pointer is null");
         return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
     }
-    const strict_number<char> number = parse_strictly<max_of_u64>(text);
+    const decimal_number<char> number = parse_decimal<max_of_u64>(text);
     if (number.end != parse_end::terminator) {
         return refuse(__func__, KR_LOG_ERROR, text, number.end, number.stop);
     }
@@ -293,7 +283,7 @@ kr_result kr_string_to_ui64_w_generic(const kr_char* text, u64* out) {
     if (text == nullptr || *text == kr_char{} || out == nullptr) {
         return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
     }
-    const strict_number<kr_char> number = parse_strictly<max_of_u64>(text);
+    const decimal_number<kr_char> number = parse_decimal<max_of_u64>(text);
     if (number.end != parse_end::terminator) {
         return result_of(number.end);
     }
@@ -307,7 +297,7 @@ kr_result kr_string_to_si64_a_generic(const char* text, i64* out) {
         return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
     }
     const bool negative = *text == '-';
-    const strict_number<char> number = parse_strictly<max_of_i64>(negative ? text + 1 : text);
+    const decimal_number<char> number = parse_decimal<max_of_i64>(negative ? text + 1 : text);
     if (number.end != parse_end::terminator) {
         return refuse(__func__, KR_LOG_DEBUG, text, number.end, number.stop);
     }
