@@ -2,7 +2,7 @@
 /// compared without regard to case. It lives in memory, or in the file that the environment
 /// variable KR_HOST_REGISTRY names: `.reg` text, read at the first use, written at every change.
 /// When that file cannot be read or is broken, standard error says where, the file is never
-/// written, and every call that needs the tree fails with 1010 (or the file's error number).
+/// written, and every call that needs the tree fails with 1009 (or the file's error number).
 ///
 /// Results common to all calls: 0, 6 (not an open key), 1018 (the key was deleted), 5 (the handle
 /// lacks the right), 87 (null where a pointer is needed), 161 (a path that begins with '\').

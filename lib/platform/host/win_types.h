@@ -97,6 +97,7 @@ inline constexpr LONG ERROR_DIRECTORY = 267;
 inline constexpr LONG ERROR_MR_MID_NOT_FOUND = 317;
 inline constexpr LONG ERROR_INVALID_IMAGE_HASH = 577;
 inline constexpr LONG ERROR_INVALID_FLAGS = 1004;
+inline constexpr LONG ERROR_BADDB = 1009;
 inline constexpr LONG ERROR_BADKEY = 1010;
 inline constexpr LONG ERROR_KEY_DELETED = 1018;
 inline constexpr LONG ERROR_SERVICE_ALREADY_RUNNING = 1056;

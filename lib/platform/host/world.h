@@ -20,7 +20,7 @@ void reset_registry();
 void reset_registry_to_file(const std::string& path);
 
 /// Imports `.reg` text (UTF-16 with byte-order mark, UTF-8, or bytes of Windows-1252 in the old
-/// form) into the registry: all of it, or on a broken text nothing. Returns 0; 1010 with the reason
+/// form) into the registry: all of it, or on a broken text nothing. Returns 0; 1009 with the reason
 /// and its line in `problem` (may be null); or what saving the file gave.
 u32 import_reg(std::span<const u8> text, std::string* problem);
 /// The whole registry as `.reg` text: UTF-16LE with byte-order mark and CR LF.
