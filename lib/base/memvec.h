@@ -12,11 +12,11 @@
 /// released cursor and every cursor of a destroyed vector must not be used.
 #pragma once
 
+#include "log/module.h"
 #include "platform/types.h"
 #include "result/result.h"
 
 struct kr_memvec_cursor;
-struct kr_module;
 
 /// The largest vector, 2^31 - 1 bytes: what a cursor walk, which counts in 32 signed bits, reaches.
 inline constexpr u64 KR_MEMVEC_SIZE_LIMIT = 0x7FFFFFFF;
@@ -91,8 +91,5 @@ void kr_memvec_fill(kr_memvec_cursor* cursor, u8 value, u64 size);
 /// into the typed operations. A failing pool is logged and its result returned; nothing stays.
 [[nodiscard]] kr_result kr_memvec_init();
 
-/// Registers the module "memory vector". Start-up does it by itself.
-void kr_memvec_module_register();
-
-/// The descriptor of the module "memory vector", for the modules that depend on it.
-kr_module* kr_memvec_module_descriptor();
+/// The module "memory vector", one of those that start-up registers by itself.
+kr_module* kr_memvec_module();

@@ -1,0 +1,101 @@
+/// The set of the elements that a memory pool owns, with one bit each: handed out or free. For
+/// base/mempool.cpp alone; touches nothing but the slots that the pool gives it.
+#pragma once
+
+#include <bit>
+
+#include "platform/types.h"
+
+namespace kr::detail {
+
+/// A hash table of addresses with open addressing, at most half full; nothing is ever removed. A
+/// slot is 0 or an element's address with `out_bit` set while it is handed out: addresses of user
+/// memory leave the highest bit free on every 64-bit system that the library serves. The table
+/// never looks at what an address points to, so it can be asked about any pointer.
+///
+/// Neighbours in memory, which are mostly used together, share a cache line of slots: a line holds
+/// the addresses of one stretch of eight element sizes, and only the lines are scattered. Elements
+/// do not overlap, so no stretch has more than a line's worth of them whatever the allocator does.
+class element_table {
+public:
+    element_table() = default;
+
+    /// Works on the `slot_count(count)` slots at `slots`, all 0, which stay the caller's.
+    element_table(u64* slots, u64 count, u64 element_size)
+        : slots_(slots), bits_(static_cast<u32>(std::bit_width(slot_count(count)) - 1)),
+          grain_(static_cast<u32>(std::bit_width(element_size | min_distance) - 1)) {}
+
+    static constexpr u64 slot_count(u64 count) {
+        return std::bit_ceil(count * 2 < min_slots ? min_slots : count * 2);
+    }
+
+    /// Adds an element that the table does not hold.
+    void insert(const void* element, bool handed_out) {
+        u64 at = home(address(element));
+        while (slots_[at] != 0) {
+            at = next(at);
+        }
+        slots_[at] = address(element) | (handed_out ? out_bit : 0);
+    }
+
+    /// Marks an element of the table, which is free, as handed out.
+    void mark_out(const void* element) { *find(element) |= out_bit; }
+
+    /// Marks an element as free and returns true; false for an element that is free already and for
+    /// any other pointer.
+    [[nodiscard]] bool mark_free(const void* element) {
+        u64* slot = find(element);
+        if (slot == nullptr || (*slot & out_bit) == 0) {
+            return false;
+        }
+        *slot &= ~out_bit;
+        return true;
+    }
+
+    /// Calls visit(element, handed_out) for every element, in no particular order.
+    template <typename Visit>
+    void for_each(Visit visit) const {
+        for (u64 at = 0; slots_ != nullptr && at <= mask(); ++at) {
+            if (slots_[at] != 0) {
+                // The integer came from a pointer of the same allocation.
+                visit(reinterpret_cast<void*>(slots_[at] & ~out_bit), // NOLINT(*-int-to-ptr)
+                      (slots_[at] & out_bit) != 0);
+            }
+        }
+    }
+
+private:
+    static constexpr u64 out_bit = u64{1} << 63;
+    static constexpr u32 line_bits = 3;
+    static constexpr u64 min_slots = u64{1} << (line_bits + 1);
+    /// Allocators keep their blocks at least this many bytes apart.
+    static constexpr u64 min_distance = 16;
+    /// 2^64 divided by the golden ratio: spreads evenly spaced keys evenly.
+    static constexpr u64 golden = 0x9E3779B97F4A7C15;
+
+    static u64 address(const void* element) { return reinterpret_cast<u64>(element); }
+    [[nodiscard]] u64 mask() const { return (u64{1} << bits_) - 1; }
+    [[nodiscard]] u64 next(u64 at) const { return (at + 1) & mask(); }
+
+    [[nodiscard]] u64 home(u64 address) const {
+        const u64 stretch = address >> grain_;
+        const u64 line = ((stretch >> line_bits) * golden) >> (64 - (bits_ - line_bits));
+        return (line << line_bits) | (stretch & ((u64{1} << line_bits) - 1));
+    }
+
+    /// The element's slot, or null.
+    [[nodiscard]] u64* find(const void* element) const {
+        for (u64 at = home(address(element)); slots_[at] != 0; at = next(at)) {
+            if ((slots_[at] & ~out_bit) == address(element)) {
+                return &slots_[at];
+            }
+        }
+        return nullptr;
+    }
+
+    u64* slots_ = nullptr;
+    u32 bits_ = 0;
+    u32 grain_ = 0;
+};
+
+} // namespace kr::detail

@@ -1,0 +1,227 @@
+/// Memory pools: which element comes next, wrong frees, bounds, failing allocators, threads.
+#include "base/mempool.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <random>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/failing_allocator.h"
+
+namespace {
+
+using kr::test::failing_allocator;
+
+constexpr kr_time minute = {KR_TIME_UNIT_SECONDS, 60, 1};
+
+/// Owns a pool; a failing creation leaves `result` and no pool.
+struct test_pool {
+    test_pool(u64 element_size, u32 grow, u32 max, u32 flags = 0)
+        : result(
+              kr_mempool_create(KR_TEXT("p"), element_size, flags, grow, max, &minute, 0, &pool)) {}
+    test_pool(const test_pool&) = delete;
+    test_pool& operator=(const test_pool&) = delete;
+    ~test_pool() { kr_mempool_destroy(pool); }
+
+    void* alloc() {
+        void* element = nullptr;
+        result = kr_mempool_alloc(pool, &element);
+        return element;
+    }
+    void free(void* element) const { kr_mempool_free(pool, element); }
+
+    kr_mempool* pool = nullptr;
+    kr_result result;
+};
+
+TEST(Mempool, RefusesArgumentsAndLeavesNothing) {
+    struct row {
+        int line;
+        const kr_char* name;
+        u64 element_size;
+        u32 flags;
+        const kr_time* time_out;
+        u64 reserved;
+        u16 code;
+    };
+    constexpr row rows[] = {
+        {__LINE__, nullptr, 8, 0, &minute, 0, KR_INVALID_ARGUMENT_TO_FUNCTION},
+        {__LINE__, KR_TEXT("p"), 0, 0, &minute, 1, KR_INVALID_ARGUMENT_TO_FUNCTION},
+        {__LINE__, KR_TEXT("p"), 8, 0x80000000, &minute, 0, KR_INVALID_ARGUMENT_TO_FUNCTION},
+        {__LINE__, KR_TEXT("p"), 8, 0, nullptr, 0, KR_INVALID_ARGUMENT_TO_FUNCTION},
+        {__LINE__, KR_TEXT("p"), 8, 0, &minute, 1, KR_FUNCTION_NOT_IMPLEMENTED},
+    };
+    const failing_allocator allocator;
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.line);
+        kr_mempool* pool = nullptr;
+        EXPECT_EQ(
+            kr_mempool_create(r.name, r.element_size, r.flags, 0, 0, r.time_out, r.reserved, &pool),
+            kr_result_make_error(r.code));
+        EXPECT_EQ(pool, nullptr);
+    }
+    EXPECT_EQ(allocator.allocations(), 0u);
+}
+
+/// The stock as the allocator sees it: a growth keeps or replaces the room for pointers, so the
+/// number of live blocks tells the number of elements.
+TEST(Mempool, GrowsByItsCountUpToItsBound) {
+    struct row {
+        int line;
+        u32 grow, max;
+        std::vector<std::size_t> stock;
+    };
+    const row rows[] = {
+        {__LINE__, 0, 0, {10, 20, 30}}, {__LINE__, 10, 12, {10, 12}}, {__LINE__, 3, 9, {3, 6, 9}},
+        {__LINE__, 1, 2, {1, 2}},       {__LINE__, 5, 2, {5}},
+    };
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.line);
+        const failing_allocator allocator;
+        test_pool pool(24, r.grow, r.max, KR_MEMPOOL_FAIL_WHEN_FULL);
+        const std::size_t others = allocator.live() - r.stock.front();
+        std::set<void*> seen;
+        for (const std::size_t stock : r.stock) {
+            while (seen.size() < stock) {
+                ASSERT_TRUE(seen.insert(pool.alloc()).second);
+                EXPECT_EQ(allocator.live() - others, stock);
+            }
+        }
+        if (r.max != 0) {
+            EXPECT_EQ(pool.alloc(), nullptr);
+            EXPECT_EQ(pool.result, kr_result_make_error(KR_MEMORY_POOL_IS_FULL));
+            pool.free(*seen.begin());
+            EXPECT_EQ(pool.alloc(), *seen.begin());
+        }
+    }
+}
+
+/// Against the plain description: an array, an element found by a scan and swapped to the border.
+TEST(Mempool, HandsOutTheElementThatALinearPoolWould) {
+    struct row {
+        int line;
+        u64 element_size;
+        u32 grow;
+        u32 steps;
+    };
+    constexpr row rows[] = {
+        {__LINE__, 1, 1, 3000},
+        {__LINE__, 24, 10, 20000},
+        {__LINE__, 9000, 64, 3000},
+        {__LINE__, 16, 5000, 20000},
+    };
+    std::mt19937 random(1); // NOLINT(*-msc51-cpp): the same steps in every run
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.line);
+        test_pool pool(r.element_size, r.grow, 0);
+        std::vector<void*> elements;
+        std::size_t used = 0;
+        for (u32 i = 0; i < r.steps; ++i) {
+            if (random() % 16 < (i / 512 % 2 != 0 ? 4u : 12u)) {
+                void* element = pool.alloc();
+                if (used < elements.size()) {
+                    ASSERT_EQ(element, elements[used]) << i;
+                } else {
+                    ASSERT_EQ(std::count(elements.begin(), elements.end(), element), 0) << i;
+                    elements.push_back(element);
+                }
+                ++used;
+            } else if (used != 0) {
+                const std::size_t at = random() % used;
+                pool.free(elements[at]);
+                std::swap(elements[at], elements[--used]);
+            }
+            // Wrong frees of every kind in between.
+            pool.free(used < elements.size() ? elements[used + random() % (elements.size() - used)]
+                                             : nullptr);
+            pool.free(elements.empty() ? &pool
+                                       : static_cast<void*>(static_cast<char*>(elements[0]) + 1));
+            pool.free(reinterpret_cast<void*>(~std::uintptr_t{0} - random() % 64));
+        }
+    }
+}
+
+TEST(Mempool, SurvivesEveryFailingAllocation) {
+    kr::test::sweep_allocations([] { return test_pool(8, 5, 0).result; });
+    constexpr u32 creation = 8;
+    for (u32 nth = 1; nth <= 6; ++nth) {
+        SCOPED_TRACE(nth);
+        const failing_allocator allocator(creation + nth);
+        test_pool pool(8, 5, 0);
+        std::set<void*> seen;
+        u32 failures = 0;
+        while (seen.size() < 10) {
+            void* element = pool.alloc();
+            if (element != nullptr) {
+                ASSERT_TRUE(seen.insert(element).second);
+            } else {
+                EXPECT_EQ(pool.result, kr_result_make_error(KR_OUT_OF_MEMORY));
+                ASSERT_EQ(++failures, 1u);
+            }
+        }
+        EXPECT_EQ(failures, 1u);
+    }
+}
+
+/// Every thread writes its mark into what it holds; a second owner would overwrite it.
+TEST(MempoolThreads, NeverHandOutAnElementTwice) {
+    struct row {
+        int line;
+        u32 grow, max;
+        u32 held;
+    };
+    constexpr u32 thread_count = 4;
+    // At a bound below the sum of what the threads want, each holds one at most: with more, all
+    // could wait for each other.
+    constexpr row rows[] = {
+        {__LINE__, 1, 0, 3}, {__LINE__, 100, 0, 3}, {__LINE__, 5, 12, 3}, {__LINE__, 1, 2, 1}};
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.line);
+        const failing_allocator allocator;
+        test_pool pool(sizeof(u64), r.grow, r.max);
+        const std::size_t others = allocator.live() - r.grow;
+        std::atomic<u32> wrong = 0;
+        const auto work = [&](u64 mark) {
+            for (int round = 0; round < 2000; ++round) {
+                std::vector<void*> mine(r.held);
+                for (void*& element : mine) {
+                    wrong += kr_result_failed(kr_mempool_alloc(pool.pool, &element)) ? 1 : 0;
+                    *static_cast<u64*>(element) = mark;
+                }
+                for (void* element : mine) {
+                    wrong += *static_cast<u64*>(element) != mark ? 1 : 0;
+                    pool.free(element);
+                }
+            }
+        };
+        {
+            std::vector<std::jthread> threads;
+            for (u64 mark = 1; mark <= thread_count; ++mark) {
+                threads.emplace_back(work, mark);
+            }
+        }
+        EXPECT_EQ(wrong, 0u);
+        EXPECT_LE(allocator.live() - others,
+                  r.max != 0 ? r.max : std::max(r.grow, thread_count * r.held));
+    }
+}
+
+TEST(MempoolThreads, WaitAtTheBoundUntilAnElementComesBack) {
+    test_pool pool(8, 1, 1);
+    void* const only = pool.alloc();
+    std::atomic<void*> got = nullptr;
+    std::jthread waiter([&] { got = pool.alloc(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(got, nullptr);
+    pool.free(&pool); // takes the lock, helps nobody
+    pool.free(only);
+    waiter.join();
+    EXPECT_EQ(got, only);
+}
+
+} // namespace
