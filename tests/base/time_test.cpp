@@ -1,0 +1,291 @@
+/// Time: units and their limits, differences, scaling, calendar dates, the clocks.
+#include "base/time.h"
+
+#include <ctime>
+
+#include <gmock/gmock.h>
+
+#include "base/local_date.h"
+#include "support/captured_log.h"
+
+namespace {
+
+using kr::test::captured_log;
+using kr::test::utf8;
+using testing::ElementsAre;
+
+constexpr i32 s = KR_TIME_UNIT_SECONDS;
+constexpr i32 ms = KR_TIME_UNIT_MILLISECONDS;
+constexpr i32 us = KR_TIME_UNIT_MICROSECONDS;
+constexpr i32 ns = KR_TIME_UNIT_NANOSECONDS;
+constexpr u64 maximum = ~u64{0};
+
+constexpr kr_time duration(i32 unit, u64 count) {
+    return {.unit = unit, .count = count, .relative = 1};
+}
+
+constexpr kr_time point(i32 unit, u64 count) {
+    return {.unit = unit, .count = count, .relative = 0};
+}
+
+bool same(const kr_time& a, const kr_time& b) {
+    return a.unit == b.unit && a.count == b.count && a.relative == b.relative;
+}
+
+TEST(Time, ConvertsBetweenUnitsOrChangesNothing) {
+    struct row {
+        int line;
+        i32 from;
+        u64 count;
+        i32 to;
+        u16 failure; // 0xFFFF: none
+        u64 converted;
+    };
+    constexpr u16 none = 0xFFFF;
+    constexpr row rows[] = {
+        {__LINE__, s, 7, s, none, 7},
+        {__LINE__, s, maximum, s, none, maximum},
+        {__LINE__, ms, 999, s, KR_ZERO, 0},
+        {__LINE__, ms, 1'999, s, none, 1},
+        {__LINE__, ns, 999'999'999, s, KR_ZERO, 0},
+        {__LINE__, ns, maximum, s, none, 18'446'744'073},
+        {__LINE__, ns, 5'000'000, us, none, 5'000},
+        {__LINE__, s, 18'446'744'073'709'551, ms, none, 18'446'744'073'709'551'000u},
+        {__LINE__, s, 18'446'744'073'709'552, ms, KR_OVERFLOW, 0},
+        {__LINE__, ms, 18'446'744'073'709, ns, none, 18'446'744'073'709'000'000u},
+        {__LINE__, ms, 18'446'744'073'710, ns, KR_OVERFLOW, 0},
+        {__LINE__, s, 18'446'744'073, ns, none, 18'446'744'073'000'000'000u},
+        {__LINE__, s, 18'446'744'074, ns, KR_OVERFLOW, 0},
+        {__LINE__, s, 0, s, KR_ZERO, 0},
+        {__LINE__, 5, 0, ns, KR_ZERO, 0},
+        {__LINE__, s, 0, 1, KR_UNEXPECTED_BEHAVIOUR, 0},
+        {__LINE__, s, 1, -4, KR_UNEXPECTED_BEHAVIOUR, 0},
+        {__LINE__, 1, 1, s, KR_UNEXPECTED_BEHAVIOUR, 0},
+        {__LINE__, -4, 1, s, KR_UNEXPECTED_BEHAVIOUR, 0},
+    };
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.line);
+        for (const u32 relative : {0u, 1u}) {
+            const kr_time before{.unit = r.from, .count = r.count, .relative = relative};
+            kr_time t = before;
+            const kr_result result = kr_time_convert(&t, r.to);
+            if (r.failure == none) {
+                EXPECT_EQ(result, KR_SUCCESS);
+                EXPECT_TRUE(same(t, {r.to, r.converted, relative}));
+            } else {
+                EXPECT_EQ(result, kr_result_make_error(r.failure));
+                EXPECT_TRUE(same(t, before));
+            }
+        }
+    }
+    const kr_time t = duration(ms, 61'000);
+    u64 count = 0;
+    EXPECT_EQ(kr_time_getSeconds(&t, &count), KR_SUCCESS);
+    EXPECT_EQ(count, 61u);
+    EXPECT_EQ(kr_time_getMicroseconds(&t, &count), KR_SUCCESS);
+    EXPECT_EQ(count, 61'000'000u);
+    const kr_time zero = duration(ms, 0);
+    EXPECT_EQ(kr_time_getNanoseconds(&zero, &count), kr_result_make_error(KR_ZERO));
+    EXPECT_EQ(count, 61'000'000u);
+}
+
+TEST(Time, SubtractsInTheFinerUnit) {
+    struct row {
+        int line;
+        kr_time a;
+        kr_time b;
+        kr_result result;
+        kr_time distance;
+        i32 direction;
+    };
+    const kr_result equal = kr_result_make_success(KR_ZERO);
+    const kr_result invalid = kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    const kr_result overflow = kr_result_make_error(KR_OVERFLOW);
+    const kr_result unexpected = kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+    const row rows[] = {
+        {__LINE__, duration(s, 1), duration(ms, 1'500), KR_SUCCESS, duration(ms, 500), 1},
+        {__LINE__, duration(ms, 1'500), duration(s, 1), KR_SUCCESS, duration(ms, 500), -1},
+        {__LINE__, point(ns, 5), point(ns, 3), KR_SUCCESS, duration(ns, 2), -1},
+        {__LINE__, duration(s, 1), duration(ms, 1'000), equal, duration(ms, 0), 0},
+        {__LINE__, duration(s, 0), duration(ms, 5), KR_SUCCESS, duration(ms, 5), 1},
+        {__LINE__, duration(s, 0), duration(us, 0), equal, duration(us, 0), 0},
+        {__LINE__, point(s, 0), point(s, maximum), KR_SUCCESS, duration(s, maximum), 1},
+        {__LINE__, point(s, 1), duration(s, 1), invalid, {}, 0},
+        {__LINE__, point(s, 18'446'744'074), point(ns, 1), overflow, {}, 0},
+        {__LINE__, duration(s, 1), duration(-4, 1), unexpected, {}, 0},
+    };
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.line);
+        const kr_time untouched = point(9, 9);
+        kr_time distance = untouched;
+        i32 direction = 9;
+        EXPECT_EQ(kr_time_diff(&r.a, &r.b, &distance, &direction), r.result);
+        const bool failed = kr_result_failed(r.result);
+        EXPECT_TRUE(same(distance, failed ? untouched : r.distance));
+        EXPECT_EQ(direction, failed ? 9 : r.direction);
+        EXPECT_EQ(kr_time_diff_reversed(&r.a, &r.b, nullptr, &direction), r.result);
+        EXPECT_EQ(direction, failed ? 9 : -r.direction);
+        const kr_result answer =
+            failed ? r.result : kr_result_make_success(r.direction == 0 ? KR_YES : KR_NO);
+        EXPECT_EQ(kr_time_is_equal(&r.a, &r.b), answer);
+    }
+}
+
+TEST(Time, ScalesDurationsOnly) {
+    kr_time t = duration(ms, 2);
+    EXPECT_EQ(kr_time_multiply(&t, 3, &t), KR_SUCCESS);
+    EXPECT_TRUE(same(t, duration(ms, 6)));
+    EXPECT_EQ(kr_time_divide(&t, 4, &t), KR_SUCCESS);
+    EXPECT_TRUE(same(t, duration(ms, 1)));
+    EXPECT_EQ(kr_time_divide(&t, 2, &t), KR_SUCCESS);
+    EXPECT_TRUE(same(t, duration(ms, 0)));
+    EXPECT_EQ(kr_time_is_zero(&t), kr_result_make_success(KR_YES));
+    const kr_time absolute = point(s, 0);
+    EXPECT_EQ(kr_time_is_zero(&absolute), kr_result_make_success(KR_NO));
+    const kr_result invalid = kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    const kr_time big = duration(s, u64{1} << 63);
+    EXPECT_EQ(kr_time_multiply(&big, 2, &t), kr_result_make_error(KR_OVERFLOW));
+    EXPECT_EQ(kr_time_multiply(&big, 1, &t), KR_SUCCESS);
+    EXPECT_EQ(kr_time_multiply(&big, 0, &t), invalid);
+    EXPECT_EQ(kr_time_divide(&big, 0, &t), invalid);
+    EXPECT_EQ(kr_time_multiply(&absolute, 1, &t), invalid);
+    EXPECT_EQ(kr_time_divide(&absolute, 1, &t), invalid);
+}
+
+TEST(Time, GoesToUtcSecondsAndBack) {
+    captured_log log;
+    for (const u32 seconds : {0u, 1u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
+        kr_time t{};
+        kr_time_from_UTC32(&seconds, &t);
+        u32 back = ~seconds;
+        EXPECT_EQ(kr_time_getUTC32(&t, &back), KR_SUCCESS);
+        EXPECT_EQ(back, seconds);
+    }
+    constexpr u64 epoch = KR_TIME_EPOCH_DISTANCE_SECONDS;
+    u32 out = 3;
+    const kr_time before = point(s, epoch - 1);
+    const kr_time after = point(s, epoch + 0x100000000);
+    const kr_time relative = duration(s, epoch);
+    const kr_time fraction = point(ms, 1);
+    EXPECT_EQ(kr_time_getUTC32(&before, &out), kr_result_make_error(KR_OVERFLOW));
+    EXPECT_EQ(kr_time_getUTC32(&after, &out), kr_result_make_error(KR_OVERFLOW));
+    EXPECT_EQ(kr_time_getUTC32(&relative, &out),
+              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+    EXPECT_EQ(kr_time_getUTC32(&fraction, &out), kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR));
+    EXPECT_EQ(out, 3u);
+    EXPECT_THAT(log.take(),
+                ElementsAre("E 01 kr_time_getUTC32: Overflow.", "E 01 kr_time_getUTC32: Overflow.",
+                            "E 01 kr_time_getUTC32: time_getUTC32 is only applicable to absolute "
+                            "time values.",
+                            "E 01 kr_time_getUTC32: Cannot get seconds. Result is 0x8200004E "
+                            "(error \"Zero\" from \"Unknown source\")"));
+}
+
+class local_offset {
+public:
+    explicit local_offset(i32 seconds) : previous_(kr_time_local_offset) {
+        kr_time_local_offset = seconds;
+    }
+    ~local_offset() { kr_time_local_offset = previous_; }
+    local_offset(const local_offset&) = delete;
+    local_offset& operator=(const local_offset&) = delete;
+
+private:
+    i32 previous_;
+};
+
+TEST(LocalDate, FormatsShiftedByTheOffset) {
+    struct row {
+        int line;
+        i32 offset;
+        u32 utc;
+        const char* text;
+    };
+    constexpr row rows[] = {
+        {__LINE__, 3'600, 0, "700101 01:00:00"},
+        {__LINE__, 3'600, 1'706'659'200, "240131 01:00:00"},
+        {__LINE__, 3'600, 1'709'251'200, "240301 01:00:00"},
+        {__LINE__, 3'600, 2'147'483'648, "380119 04:14:08"},
+        {__LINE__, -3'600, 951'868'800, "000229 23:00:00"},
+        {__LINE__, 0, 4'107'542'400, "000301 00:00:00"},
+        {__LINE__, 0, 4'294'967'295, "060207 06:28:15"},
+        {__LINE__, -1, 0, "060207 06:28:15"},
+    };
+    kr_char buffer[64];
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.line);
+        const local_offset offset(r.offset);
+        EXPECT_EQ(
+            kr_time_format_local(r.utc, buffer, sizeof(buffer), "%02d%02d%02d %02d:%02d:%02d"),
+            KR_SUCCESS);
+        EXPECT_EQ(utf8(buffer), r.text);
+    }
+    EXPECT_EQ(kr_time_format_local(0, buffer, 4, "%d"),
+              kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH));
+    EXPECT_EQ(kr_time_format_local(0, buffer, -2, "%d"),
+              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+}
+
+/// Every day of the 32-bit range against the runtime's own calendar.
+TEST(LocalDate, AgreesWithTheRuntimeOnEveryDay) {
+    const local_offset offset(0);
+    for (u64 seconds = 0; seconds <= 0xFFFFFFFF; seconds += 86'399) {
+        const kr_time t = point(s, seconds + KR_TIME_EPOCH_DISTANCE_SECONDS);
+        u32 fields[6] = {};
+        ASSERT_EQ(kr_time_get_local_date(&t, &fields[0], &fields[1], &fields[2], &fields[3],
+                                         &fields[4], &fields[5]),
+                  KR_SUCCESS);
+        const auto clock = static_cast<std::time_t>(seconds);
+        const std::tm* const tm = std::gmtime(&clock);
+        ASSERT_NE(tm, nullptr);
+        ASSERT_THAT(fields, ElementsAre(tm->tm_year + 1900, tm->tm_mon + 1, tm->tm_mday,
+                                        tm->tm_hour, tm->tm_min, tm->tm_sec))
+            << seconds;
+    }
+    u32 field = 4;
+    const kr_time relative = duration(s, 1);
+    EXPECT_EQ(kr_time_get_local_date(&relative, &field, &field, &field, &field, &field, &field),
+              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+    EXPECT_EQ(field, 4u);
+}
+
+TEST(Clocks, MoveForwardAndAgreeWithTheRuntime) {
+    const captured_log log;
+    kr_time now{};
+    ASSERT_EQ(kr_time_get_current(&now), KR_SUCCESS);
+    EXPECT_EQ(now.unit, ns);
+    EXPECT_EQ(now.relative, 0u);
+    u32 seconds = 0;
+    ASSERT_EQ(kr_time_getUTC32(&now, &seconds), KR_SUCCESS);
+    EXPECT_NEAR(static_cast<double>(seconds), static_cast<double>(std::time(nullptr)), 2);
+    kr_time first{};
+    kr_time second{};
+    ASSERT_EQ(kr_time_get_uptime(&first), KR_SUCCESS);
+    ASSERT_EQ(kr_time_get_uptime(&second), KR_SUCCESS);
+    i32 direction = 0;
+    EXPECT_EQ(first.relative, 1u);
+    EXPECT_TRUE(kr_result_succeeded(kr_time_diff(&first, &second, nullptr, &direction)));
+    EXPECT_GE(direction, 0);
+}
+
+TEST(Clocks, SinceRefusesTheFutureButTellsItsDistance) {
+    captured_log log;
+    kr_time now{};
+    ASSERT_EQ(kr_time_get_current(&now), KR_SUCCESS);
+    kr_time since = point(9, 9);
+    EXPECT_EQ(kr_time_since(&now, &since), KR_SUCCESS);
+    EXPECT_EQ(since.relative, 1u);
+    const kr_time future = point(ns, now.count + 5'000'000'000);
+    EXPECT_EQ(kr_time_since(&future, &since),
+              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+    EXPECT_NEAR(static_cast<double>(since.count), 5e9, 2e9);
+    const kr_time relative = duration(s, 1);
+    EXPECT_EQ(kr_time_since(&relative, &since),
+              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+    EXPECT_THAT(log.take(),
+                ElementsAre("W 01 kr_time_since: Supplied time is in the future",
+                            "E 01 kr_time_since: kr_time_diff() failed Result is 0x8200000C "
+                            "(error \"Invalid argument to function\" from \"Unknown source\")"));
+}
+
+} // namespace
