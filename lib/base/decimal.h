@@ -2,7 +2,9 @@
 /// language only.
 #pragma once
 
+#include <array>
 #include <bit>
+#include <cstring>
 
 #include "platform/types.h"
 
@@ -42,39 +44,57 @@ constexpr u32 decimal_digit_count(u64 value) {
 }
 
 template <typename Char>
-struct digit_pairs_table {
-    Char digits[200];
+struct digit_pair {
+    Char digits[2];
 };
 
 /// "00" to "99".
 template <typename Char>
-inline constexpr digit_pairs_table<Char> digit_pairs = [] {
-    digit_pairs_table<Char> table{};
+inline constexpr std::array<digit_pair<Char>, 100> digit_pairs = [] {
+    std::array<digit_pair<Char>, 100> table{};
     for (u32 i = 0; i < 100; ++i) {
-        table.digits[2 * i] = static_cast<Char>('0' + i / 10);
-        table.digits[2 * i + 1] = static_cast<Char>('0' + i % 10);
+        table[i] = {{static_cast<Char>('0' + i / 10), static_cast<Char>('0' + i % 10)}};
     }
     return table;
 }();
 
+template <typename Char>
+inline void write_pair(u32 pair, Char* out) {
+    std::memcpy(out, &digit_pairs<Char>[pair], sizeof(digit_pair<Char>));
+}
+
+/// Writes the 8 digits of a value below 10^8. Its quarters do not wait for one another.
+template <typename Char>
+inline void write_8_digits(u32 value, Char* out) {
+    const u32 high = value / 10'000;
+    const u32 low = value % 10'000;
+    write_pair(high / 100, out);
+    write_pair(high % 100, out + 2);
+    write_pair(low / 100, out + 4);
+    write_pair(low % 100, out + 6);
+}
+
 /// Writes the `count` = decimal_digit_count(value) digits of `value` to out[0] to out[count - 1];
 /// no terminator.
 template <typename Char>
-constexpr void write_decimal(u64 value, u32 count, Char* out) {
-    const Char* const pairs = digit_pairs<Char>.digits;
+inline void write_decimal(u64 value, u32 count, Char* out) {
+    constexpr u64 eight_digits = 100'000'000;
     Char* end = out + count;
-    while (value >= 100) {
-        const u64 pair = value % 100;
-        value /= 100;
-        end -= 2;
-        end[0] = pairs[2 * pair];
-        end[1] = pairs[2 * pair + 1];
+    while (value >= eight_digits) {
+        end -= 8;
+        write_8_digits(static_cast<u32>(value % eight_digits), end);
+        value /= eight_digits;
     }
-    if (value >= 10) {
-        end[-2] = pairs[2 * value];
-        end[-1] = pairs[2 * value + 1];
+    auto rest = static_cast<u32>(value);
+    while (rest >= 100) {
+        end -= 2;
+        write_pair(rest % 100, end);
+        rest /= 100;
+    }
+    if (rest >= 10) {
+        write_pair(rest, end - 2);
     } else {
-        end[-1] = static_cast<Char>('0' + value);
+        end[-1] = static_cast<Char>('0' + rest);
     }
 }
 

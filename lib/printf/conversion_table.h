@@ -153,17 +153,26 @@ consteval format_index format_index_of(bool library) {
 inline constexpr format_index format_plain_index = format_index_of(false);
 inline constexpr format_index format_library_index = format_index_of(true);
 
-/// The row of the flag that a character is. The flags lie between blank and '0'.
+/// The flags lie between blank and '0'.
+inline constexpr char format_first_flag = ' ';
+inline constexpr char format_last_flag = '0';
+
+/// Row numbers of the flags by character, from format_first_flag on.
+inline constexpr auto format_flag_index = [] {
+    std::array<u8, format_last_flag - format_first_flag + 1> index{};
+    index.fill(format_no_row);
+    for (u8 row = 0; row < std::size(format_flags); ++row) {
+        index[static_cast<size_t>(format_flags[row].character - format_first_flag)] = row;
+    }
+    return index;
+}();
+
+/// The row of the flag that a character is.
 constexpr u8 format_find_flag(char character) {
-    if (character > '0' || character < ' ') {
+    if (character > format_last_flag || character < format_first_flag) {
         return format_no_row;
     }
-    for (u8 row = 0; row < std::size(format_flags); ++row) {
-        if (format_flags[row].character == character) {
-            return row;
-        }
-    }
-    return format_no_row;
+    return format_flag_index[static_cast<size_t>(character - format_first_flag)];
 }
 
 constexpr bool format_is_digit(char character) {

@@ -23,17 +23,40 @@ struct format_settings {
     u32 size_modifier = KR_PRINTF_SIZE_NONE;
 };
 
-struct format_output {
-    kr_char* cursor;  ///< where the next character goes; null: only measuring
-    size_t remaining; ///< bytes of room from the cursor; an odd byte is never used
-    size_t required;  ///< bytes produced so far, also when measuring
+/// Room for characters, up to `end`.
+struct format_room {
+    kr_char* at;
+    kr_char* end;
 
-    [[nodiscard]] bool measuring() const { return cursor == nullptr; }
-    [[nodiscard]] size_t room_chars() const { return remaining / sizeof(kr_char); }
-    void count(size_t chars) { required += chars * sizeof(kr_char); }
-    void advance(size_t chars) {
-        cursor += chars;
-        remaining -= chars * sizeof(kr_char);
+    [[nodiscard]] size_t chars() const { return static_cast<size_t>(end - at); }
+};
+
+/// The output of one walk. What was counted is what was written, so that one number says both where
+/// the next character goes and how much room is left.
+struct format_output {
+    kr_char* base; ///< null: only measuring
+    size_t size;   ///< bytes of room at `base`; an odd byte is never used
+    size_t chars = 0;
+    size_t bytes_before = 0; ///< produced before `base`, for the trace
+
+    [[nodiscard]] bool measuring() const { return base == nullptr; }
+    void count(size_t more) { chars += more; }
+    [[nodiscard]] size_t bytes() const { return chars * sizeof(kr_char); }
+    [[nodiscard]] size_t total_bytes() const { return bytes_before + bytes(); }
+    [[nodiscard]] size_t remaining_bytes() const { return measuring() ? size : size - bytes(); }
+
+    /// When writing: the room that the last `counted` characters and all behind them have. It may
+    /// be less than was counted.
+    [[nodiscard]] format_room room_of(size_t counted) const {
+        return {base + (chars - counted), base + size / sizeof(kr_char)};
+    }
+
+    /// The output behind the next `more` characters, as a piece of its own. They must fit.
+    [[nodiscard]] format_output behind(size_t more) const {
+        if (measuring()) {
+            return {nullptr, size, 0, total_bytes()};
+        }
+        return {base + chars + more, size - (chars + more) * sizeof(kr_char), 0, total_bytes()};
     }
 };
 
@@ -106,25 +129,27 @@ private:
 
 /// Writes `count` fill characters, or as many as there is room for; whether that was all.
 template <bool Traced>
-inline bool format_pad(const format_scope<Traced>& scope, format_output& out, size_t count,
+inline bool format_pad(const format_scope<Traced>& scope, format_room& room, size_t count,
                        char fill) {
-    const size_t fitting = std::min(count, out.room_chars());
-    for (size_t i = 0; i < fitting; ++i) {
-        *out.cursor = static_cast<kr_char>(fill);
+    kr_char* const end = room.at + std::min(count, room.chars());
+    const bool fits = count <= room.chars();
+    while (room.at != end) {
+        *room.at++ = static_cast<kr_char>(fill);
         scope.debug("Padding with '%c'", fill);
-        out.advance(1);
     }
-    return fitting == count;
+    return fits;
 }
 
 /// Runs a conversion on the output state as the public operations take it apart.
 template <typename Conversion>
 kr_result format_with_output(kr_char** cursor, size_t remaining, size_t* required,
                              const Conversion& conversion) {
-    format_output out{*cursor, remaining, *required};
+    format_output out = {*cursor, remaining, 0, *required};
     const kr_result result = conversion(out);
-    *cursor = out.cursor;
-    *required = out.required;
+    *required = out.total_bytes();
+    if (kr_result_succeeded(result) && !out.measuring()) {
+        *cursor += out.chars;
+    }
     return result;
 }
 

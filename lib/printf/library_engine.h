@@ -9,32 +9,38 @@
 
 namespace kr::detail {
 
-/// Writes "0x" when writing; false without the room. The caller counts it.
-inline bool put_0x(format_output& out) {
-    if (out.measuring()) {
-        return true;
+/// "0x" and the digits that `put_digits` writes behind it, counted only when both fit.
+template <bool Traced, typename PutDigits>
+inline kr_result format_behind_0x(const format_scope<Traced>& scope, format_output& out,
+                                  const PutDigits& put_digits) {
+    constexpr u32 prefix = 2;
+    if (!out.measuring()) {
+        format_room room = out.room_of(0);
+        if (!put_prefix(prefix, kr_printf_digits_lower, room)) {
+            return scope.leave_without_room();
+        }
     }
-    return put_prefix(2, kr_printf_digits_lower, out);
+    format_output part = out.behind(prefix);
+    const kr_result result = put_digits(part);
+    out.count(part.chars);
+    if (kr_result_succeeded(result)) {
+        out.count(prefix);
+    }
+    return scope.leave(result);
 }
 
 template <bool Traced>
 inline kr_result format_pointer(u32 size_modifier, format_output& out, va_list* args) {
     const format_scope<Traced> scope("kr_printf_format_pointer");
     scope.enter();
-    if (!put_0x(out)) {
-        return scope.leave_without_room();
-    }
     const format_settings settings = {
         .flags = KR_PRINTF_FLAG_ZEROES,
         .width = 16,
         .size_modifier = size_modifier == KR_PRINTF_SIZE_NONE ? KR_PRINTF_SIZE_64 : size_modifier,
     };
-    const kr_result result =
-        format_unsigned<Traced>(16, kr_printf_digits_upper, settings, out, args);
-    if (kr_result_succeeded(result)) {
-        out.count(2);
-    }
-    return scope.leave(result);
+    return format_behind_0x(scope, out, [&](format_output& part) {
+        return format_unsigned<Traced>(16, kr_printf_digits_upper, settings, part, args);
+    });
 }
 
 template <bool Traced>
@@ -54,19 +60,18 @@ inline kr_result format_guid(format_output& out, va_list* args) {
     if (out.measuring()) {
         return scope.leave(KR_SUCCESS);
     }
-    if (out.room_chars() < chars) {
+    format_room room = out.room_of(chars);
+    if (room.chars() < chars) {
         return scope.leave_without_room();
     }
     if (guid == nullptr) {
-        copy_text(null_wide_text, chars, out.cursor);
-    } else {
-        kr_char* position = out.cursor;
-        for (const u8 byte : guid->bytes) {
-            *position++ = kr_printf_digits_upper[byte >> 4];
-            *position++ = kr_printf_digits_upper[byte & 0x0F];
-        }
+        copy_text(null_wide_text, chars, room.at);
+        return scope.leave(KR_SUCCESS);
     }
-    out.advance(chars);
+    for (const u8 byte : guid->bytes) {
+        *room.at++ = kr_printf_digits_upper[byte >> 4];
+        *room.at++ = kr_printf_digits_upper[byte & 0x0F];
+    }
     return scope.leave(KR_SUCCESS);
 }
 
@@ -77,7 +82,7 @@ inline kr_result format_ipv4(format_output& out, va_list* args) {
     const u32 address = va_arg(*args, u32);
     constexpr u32 dots = 3;
     // The octets count for themselves: the caller's counter grows only when the whole address fits.
-    format_output part = {out.cursor, out.remaining, 0};
+    format_output part = out.behind(0);
     for (u32 octet = 0; octet <= dots; ++octet) {
         const u32 value = (address >> (8 * (dots - octet))) & 0xFF;
         const kr_result result =
@@ -86,18 +91,19 @@ inline kr_result format_ipv4(format_output& out, va_list* args) {
             scope.warn("Failed to format IP component");
             return scope.leave(result);
         }
-        if (octet < dots && !part.measuring()) {
-            if (part.room_chars() < 1) {
+        if (octet == dots) {
+            break;
+        }
+        part.count(1);
+        if (!part.measuring()) {
+            const format_room room = part.room_of(1);
+            if (room.chars() < 1) {
                 return scope.leave_without_room();
             }
-            *part.cursor = '.';
-            part.advance(1);
+            *room.at = '.';
         }
     }
-    out.cursor = part.cursor;
-    out.remaining = part.remaining;
-    out.required += part.required;
-    out.count(dots);
+    out.count(part.chars);
     return scope.leave(KR_SUCCESS);
 }
 
@@ -106,15 +112,10 @@ inline kr_result format_result(format_output& out, va_list* args) {
     const format_scope<Traced> scope("kr_printf_format_sr");
     scope.enter();
     const kr_result value = *va_arg(*args, const kr_result*);
-    if (!put_0x(out)) {
-        return scope.leave_without_room();
-    }
-    const kr_result result = format_unsigned_value<Traced>(16, kr_printf_digits_upper,
-                                                           KR_PRINTF_FLAG_ZEROES, 8, out, value);
-    if (kr_result_succeeded(result)) {
-        out.count(2);
-    }
-    return scope.leave(result);
+    return format_behind_0x(scope, out, [&](format_output& part) {
+        return format_unsigned_value<Traced>(16, kr_printf_digits_upper, KR_PRINTF_FLAG_ZEROES, 8,
+                                             part, value);
+    });
 }
 
 /// The size in bytes of a code's text, which needs a buffer to be found.
@@ -130,17 +131,18 @@ inline kr_result format_description(u32 size_modifier, format_output& out, va_li
         return scope.leave(kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
     }
     const bool code_only = size_modifier == KR_PRINTF_SIZE_SHORT;
-    size_t size = out.remaining;
+    kr_char* const at = out.measuring() ? nullptr : out.room_of(0).at;
+    size_t size = out.remaining_bytes();
     kr_result result = KR_SUCCESS;
     if (!code_only) {
-        result = kr_get_result_description2(*described, out.cursor, &size);
+        result = kr_get_result_description2(*described, at, &size);
         if (kr_result_is(result, KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH)) { // also when it was cut
             result = kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH);
         }
     } else if (out.measuring()) {
         result = measure_code_description(*described, &size);
     } else {
-        result = kr_get_result_code_description(*described, out.cursor, &size);
+        result = kr_get_result_code_description(*described, at, &size);
     }
     if (kr_result_failed(result)) {
         scope.warn("%s() failed. Result is %_r (%_z)",
@@ -149,11 +151,7 @@ inline kr_result format_description(u32 size_modifier, format_output& out, va_li
         return scope.leave(result);
     }
     // The terminator is not counted: what follows overwrites it.
-    const size_t chars = size / sizeof(kr_char) - 1;
-    out.count(chars);
-    if (!out.measuring()) {
-        out.advance(chars);
-    }
+    out.count(size / sizeof(kr_char) - 1);
     return scope.leave(KR_SUCCESS);
 }
 

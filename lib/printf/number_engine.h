@@ -6,10 +6,10 @@
 #include <cstring>
 
 #include "base/decimal.h"
-#include "base/wide_string.h"
 #include "base/widen.h"
 #include "printf/engine.h"
 #include "printf/numbers.h"
+#include "printf/text_scan.h"
 
 namespace kr::detail {
 
@@ -37,22 +37,29 @@ inline u32 digit_count(u64 value, u32 radix) {
 
 /// Writes the `count` digits of `value` from the right end backwards.
 inline void write_digits(u64 value, u32 radix, const kr_char* digits, u32 count, kr_char* out) {
-    if (radix == 10) {
-        write_decimal(value, count, out);
-        return;
-    }
     kr_char* position = out + count;
-    if (std::has_single_bit(radix)) {
-        const u32 shift = static_cast<u32>(std::countr_zero(radix));
+    switch (radix) {
+    case 10:
+        write_decimal(value, count, out);
+        break;
+    case 16: // the radixes of the conversions divide by shifting
         while (position != out) {
-            *--position = digits[value & (radix - 1)];
-            value >>= shift;
+            *--position = digits[value % 16];
+            value /= 16;
         }
-        return;
-    }
-    while (position != out) {
-        *--position = digits[value % radix];
-        value /= radix;
+        break;
+    case 8:
+        while (position != out) {
+            *--position = digits[value % 8];
+            value /= 8;
+        }
+        break;
+    default:
+        while (position != out) {
+            *--position = digits[value % radix];
+            value /= radix;
+        }
+        break;
     }
 }
 
@@ -64,15 +71,15 @@ inline u32 prefix_length(u32 radix, u32 flags, u64 value) {
     return radix == 16 ? 2 : radix == 8 ? 1 : 0;
 }
 
-inline bool put_prefix(u32 length, const kr_char* digits, format_output& out) {
-    if (out.room_chars() < length) {
+inline bool put_prefix(u32 length, const kr_char* digits, format_room& room) {
+    if (room.chars() < length) {
         return false;
     }
-    out.cursor[0] = '0';
+    room.at[0] = '0';
     if (length == 2) {
-        out.cursor[1] = digits[10] == 'A' ? 'X' : 'x';
+        room.at[1] = digits[10] == 'A' ? 'X' : 'x';
     }
-    out.advance(length);
+    room.at += length;
     return true;
 }
 
@@ -85,32 +92,34 @@ inline kr_result format_unsigned_value(u32 radix, const kr_char* digits, u32 fla
     const u32 digits_wanted = digit_count(value, radix);
     const u32 chars = prefix + digits_wanted;
     scope.debug("Width required = %u", chars);
-    out.count(std::max(width, chars));
-    scope.debug("Required size = %zu", out.required);
+    const u32 total = std::max(width, chars);
+    out.count(total);
+    scope.debug("Required size = %zu", out.total_bytes());
     if (out.measuring()) {
         return scope.leave(KR_SUCCESS);
     }
+    format_room room = out.room_of(total);
     const bool zeroes = (flags & KR_PRINTF_FLAG_ZEROES) != 0;
     bool has_prefix = true;
     if (prefix != 0 && zeroes) {
-        has_prefix = put_prefix(prefix, digits, out);
+        has_prefix = put_prefix(prefix, digits, room);
     }
-    if (has_prefix && width > chars && !format_pad(scope, out, width - chars, zeroes ? '0' : ' ')) {
+    if (has_prefix && !format_pad(scope, room, total - chars, zeroes ? '0' : ' ')) {
         return scope.leave_without_room();
     }
     if (prefix != 0 && !zeroes) {
-        has_prefix = put_prefix(prefix, digits, out);
+        has_prefix = put_prefix(prefix, digits, room);
     }
     if (!has_prefix) {
         scope.warn("Buffer too small. No place for alternative form.");
         return scope.leave(kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH));
     }
-    if (out.room_chars() < digits_wanted) {
-        scope.warn("Buffer too small (%zu while %u required).", out.remaining, digits_wanted);
+    if (room.chars() < digits_wanted) {
+        scope.warn("Buffer too small (%zu while %u required).",
+                   room.chars() * sizeof(kr_char) + out.size % sizeof(kr_char), digits_wanted);
         return scope.leave(kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH));
     }
-    write_digits(value, radix, digits, digits_wanted, out.cursor);
-    out.advance(digits_wanted);
+    write_digits(value, radix, digits, digits_wanted, room.at);
     return scope.leave(KR_SUCCESS);
 }
 
@@ -145,7 +154,7 @@ template <bool Traced>
 inline kr_result format_unsigned(u32 radix, const kr_char* digits, const format_settings& settings,
                                  format_output& out, va_list* args) {
     const format_scope<Traced> scope("kr_printf_format_uint");
-    scope.enter("Enter (buffer_left = %zu, radix = %u)", out.remaining, radix);
+    scope.enter("Enter (buffer_left = %zu, radix = %u)", out.remaining_bytes(), radix);
     u64 value = 0;
     if (!take_unsigned(scope, settings.size_modifier, args, &value)) {
         return scope.leave(kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED));
@@ -181,19 +190,18 @@ inline bool take_signed(const format_scope<Traced>& scope, u32 size_modifier, va
     }
 }
 
-inline bool put_minus(format_output& out) {
-    if (out.room_chars() < 1) {
+inline bool put_minus(format_room& room) {
+    if (room.chars() < 1) {
         return false;
     }
-    *out.cursor = '-';
-    out.advance(1);
+    *room.at++ = '-';
     return true;
 }
 
 template <bool Traced>
 inline kr_result format_signed(const format_settings& settings, format_output& out, va_list* args) {
     const format_scope<Traced> scope("kr_printf_format_sint");
-    scope.enter("Enter (buffer_left = %u)", static_cast<u32>(out.remaining));
+    scope.enter("Enter (buffer_left = %u)", static_cast<u32>(out.remaining_bytes()));
     i64 argument = 0;
     if (!take_signed(scope, settings.size_modifier, args, &argument)) {
         return scope.leave(kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED));
@@ -206,33 +214,33 @@ inline kr_result format_signed(const format_settings& settings, format_output& o
     }
     const u32 digits = decimal_digit_count(value);
     const u32 chars = digits + (negative ? 1 : 0);
-    out.count(std::max(settings.width, chars));
-    scope.debug("Updating required size %zu.", out.required);
+    const u32 total = std::max(settings.width, chars);
+    out.count(total);
+    scope.debug("Updating required size %zu.", out.total_bytes());
     if (out.measuring()) {
         return scope.leave(KR_SUCCESS);
     }
+    format_room room = out.room_of(total);
     const bool zeroes = (settings.flags & KR_PRINTF_FLAG_ZEROES) != 0;
     if (negative && zeroes) {
         scope.debug("Negative with leading zeroes.");
-        if (!put_minus(out)) {
+        if (!put_minus(room)) {
             return scope.leave_without_room();
         }
     }
-    if (settings.width > chars &&
-        !format_pad(scope, out, settings.width - chars, zeroes ? '0' : ' ')) {
+    if (!format_pad(scope, room, total - chars, zeroes ? '0' : ' ')) {
         return scope.leave_without_room();
     }
     if (negative && !zeroes) {
         scope.debug("Negative without leading zeroes");
-        if (!put_minus(out)) {
+        if (!put_minus(room)) {
             return scope.leave_without_room();
         }
     }
-    if (out.room_chars() < digits) {
+    if (room.chars() < digits) {
         return scope.leave_without_room();
     }
-    write_decimal(value, digits, out.cursor);
-    out.advance(digits);
+    write_decimal(value, digits, room.at);
     return scope.leave(KR_SUCCESS);
 }
 
@@ -248,19 +256,17 @@ inline void copy_text(const kr_char* text, size_t length, kr_char* out) {
 template <bool Traced, typename Char>
 inline kr_result format_text(const format_scope<Traced>& scope, u32 width, format_output& out,
                              const Char* text, size_t length) {
-    out.count(std::max<size_t>(width, length));
-    scope.debug("Updating required size %zu.", out.required);
+    const size_t total = std::max<size_t>(width, length);
+    out.count(total);
+    scope.debug("Updating required size %zu.", out.total_bytes());
     if (out.measuring()) {
         return scope.leave(KR_SUCCESS);
     }
-    if (width > length && !format_pad(scope, out, width - length, ' ')) {
+    format_room room = out.room_of(total);
+    if (!format_pad(scope, room, total - length, ' ') || room.chars() < length) {
         return scope.leave_without_room();
     }
-    if (out.room_chars() < length) {
-        return scope.leave_without_room();
-    }
-    copy_text(text, length, out.cursor);
-    out.advance(length);
+    copy_text(text, length, room.at);
     return scope.leave(KR_SUCCESS);
 }
 
@@ -274,7 +280,7 @@ inline kr_result format_narrow_string(const format_settings& settings, format_ou
         text = null_text;
     }
     scope.debug("ASCIIZ string \"%s\"", text);
-    return format_text(scope, settings.width, out, text, std::strlen(text));
+    return format_text(scope, settings.width, out, text, text_length(text));
 }
 
 template <bool Traced>
@@ -286,7 +292,7 @@ inline kr_result format_wide_string(const format_settings& settings, format_outp
     if (text == nullptr) {
         text = null_wide_text;
     }
-    return format_text(scope, settings.width, out, text, kr_string_length(text));
+    return format_text(scope, settings.width, out, text, text_length(text));
 }
 
 template <bool Traced>
@@ -296,15 +302,15 @@ inline kr_result format_character(format_output& out, va_list* args) {
     const char character = static_cast<char>(va_arg(*args, u32));
     scope.debug("char '%c'", character);
     out.count(1);
-    scope.debug("Updating required size %zu.", out.required);
+    scope.debug("Updating required size %zu.", out.total_bytes());
     if (out.measuring()) {
         return scope.leave(KR_SUCCESS);
     }
-    if (out.room_chars() < 1) {
+    const format_room room = out.room_of(1);
+    if (room.chars() < 1) {
         return scope.leave_without_room();
     }
-    *out.cursor = widen(character);
-    out.advance(1);
+    *room.at = widen(character);
     return scope.leave(KR_SUCCESS);
 }
 

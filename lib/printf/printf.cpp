@@ -2,11 +2,6 @@
 /// entry points.
 #include "printf/printf.h"
 
-#include <emmintrin.h>
-
-#include <bit>
-#include <cstring>
-
 #include "base/widen.h"
 #include "printf/library_engine.h"
 #include "printf/number_engine.h"
@@ -20,35 +15,33 @@ kr_result syntax_error() {
     return kr_result_make_error(KR_PRINTF_FORMAT_STRING_SYNTAX_ERROR);
 }
 
-/// The first '%' from `text` on, or `end`.
-inline const char* find_percent(const char* text, const char* end) {
-    const __m128i percent = _mm_set1_epi8('%');
-    while (end - text >= 16) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
-        const int mask = _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, percent));
-        if (mask != 0) {
-            return text + std::countr_zero(static_cast<u32>(mask));
-        }
-        text += 16;
-    }
-    while (text != end && *text != '%') {
-        ++text;
-    }
-    return text;
+/// The number of characters that the output may have when a literal has been put: room for the
+/// terminator stays behind it.
+inline size_t literal_limit(const format_output& out) {
+    return out.measuring() ? SIZE_MAX : (out.size - 1) / sizeof(kr_char);
 }
 
-/// Puts literal characters, each only while room for the terminator stays behind it; whether all
-/// were put.
-inline bool put_literals(const char* text, size_t count, format_output& out) {
-    out.count(count);
-    if (out.measuring()) {
-        return true;
-    }
-    const size_t room = out.remaining == 0 ? 0 : (out.remaining - 1) / sizeof(kr_char);
-    const size_t fitting = std::min(count, room);
-    widen(text, fitting, out.cursor);
-    out.advance(fitting);
-    return fitting == count;
+/// Puts literal characters up to the next '%' or the end, at least one; whether all had room.
+///
+/// Between two conversions there are mostly one to three. They are looked at one by one: the
+/// processor guesses their number and goes on, where a vector's answer would have to be waited for.
+inline bool put_literals(const char** format, format_output& out) {
+    const size_t limit = literal_limit(out);
+    size_t until_vectors = 4;
+    do {
+        if (out.chars >= limit) {
+            return false;
+        }
+        if (!out.measuring()) {
+            out.base[out.chars] = widen(**format);
+        }
+        out.count(1);
+        ++*format;
+        if (--until_vectors == 0) {
+            take_literal_vectors(format, out.base, &out.chars, limit);
+        }
+    } while (**format != '%' && **format != '\0');
+    return true;
 }
 
 /// The settings that an unsigned conversion works with; false when its size modifier is missing.
@@ -111,11 +104,10 @@ inline kr_result run_conversion(const format_conversion& conversion, format_sett
     return syntax_error();
 }
 
-/// Handles the conversion behind a '%' and moves the cursor behind it.
+/// Parses what stands before the letter. The format must go on after flags, width and precision.
 template <bool Traced>
-inline kr_result format_conversion_at(const format_scope<Traced>& scope, const char** cursor,
-                                      format_output& out, va_list* args) {
-    format_settings settings;
+inline kr_result parse_settings(const format_scope<Traced>& scope, const char** cursor,
+                                format_settings& settings) {
     kr_result result = parse_flags<Traced>(cursor, &settings.flags);
     if (kr_result_failed(result)) {
         scope.warn("Flag parsing failed Result is %_r (%_z)", &result, &result);
@@ -143,18 +135,34 @@ inline kr_result format_conversion_at(const format_scope<Traced>& scope, const c
     result = parse_size_modifier<Traced>(cursor, &settings.size_modifier);
     if (kr_result_failed(result)) {
         scope.warn("Size modifier parsing failed Result is %_r (%_z)", &result, &result);
-        return result;
     }
+    return result;
+}
 
-    const bool library = **cursor == '_';
-    const u8 row = format_take_conversion(cursor);
+/// Handles the conversion behind a '%' and moves the cursor behind it.
+template <bool Traced>
+inline kr_result format_conversion_at(const format_scope<Traced>& scope, const char** cursor,
+                                      format_output& out, va_list* args) {
+    format_settings settings;
+    // Most conversions are their letter alone. The trace wants to hear of every parser, though.
+    const char* letter = *cursor;
+    u8 row = Traced ? format_no_row : format_take_conversion(&letter);
     if (row == format_no_row) {
-        result = syntax_error();
-        if (!library && **cursor != '\0') {
+        const kr_result result = parse_settings(scope, cursor, settings);
+        if (kr_result_failed(result)) {
+            return result;
+        }
+        letter = *cursor;
+        row = format_take_conversion(&letter);
+    }
+    kr_result result = syntax_error();
+    if (row == format_no_row) {
+        if (**cursor != '_' && **cursor != '\0') {
             scope.warn("Unknown type Result is %_r (%_z)", &result, &result);
         }
         return result;
     }
+    *cursor = letter;
     const format_conversion& conversion = format_conversions[row];
     result = run_conversion<Traced>(conversion, settings, out, args);
     if (kr_result_failed(result)) {
@@ -168,21 +176,11 @@ inline kr_result format_conversion_at(const format_scope<Traced>& scope, const c
 template <bool Traced>
 inline kr_result walk(const format_scope<Traced>& scope, const char* format, format_output& out,
                       va_list* args) {
-    const char* const end = format + std::strlen(format);
-    for (;;) {
-        const char* const percent = find_percent(format, end);
-        if (!put_literals(format, static_cast<size_t>(percent - format), out)) {
-            return format_no_room("kr_printf_format");
-        }
-        if (percent == end) {
-            return KR_SUCCESS;
-        }
-        format = percent + 1;
-        if (*format == '%') {
-            if (!put_literals(format, 1, out)) {
+    while (*format != '\0') {
+        if (*format != '%' || *++format == '%') { // the second of two stands for itself
+            if (!put_literals(&format, out)) {
                 return format_no_room("kr_printf_format");
             }
-            ++format;
             continue;
         }
         const kr_result result = format_conversion_at<Traced>(scope, &format, out, args);
@@ -190,11 +188,12 @@ inline kr_result walk(const format_scope<Traced>& scope, const char* format, for
             return result;
         }
     }
+    return KR_SUCCESS;
 }
 
 template <bool Traced>
-kr_result format_all(kr_char* buffer, size_t buffer_size, const char* format, va_list* args,
-                     size_t* required_size) {
+[[gnu::flatten]] kr_result format_all(kr_char* buffer, size_t buffer_size, const char* format,
+                                      va_list* args, size_t* required_size) {
     const format_scope<Traced> scope("kr_printf_format");
     scope.enter();
     if (format == nullptr) {
@@ -203,13 +202,14 @@ kr_result format_all(kr_char* buffer, size_t buffer_size, const char* format, va
     if (buffer != nullptr && buffer_size < sizeof(kr_char)) {
         return scope.leave_without_room();
     }
-    format_output out = {buffer, buffer == nullptr ? 0 : buffer_size, 0};
+    format_output out = {buffer, buffer == nullptr ? 0 : buffer_size};
     kr_result result = walk<Traced>(scope, format, out, args);
     if (kr_result_succeeded(result) && !out.measuring()) {
-        if (out.room_chars() < 1) {
+        const format_room room = out.room_of(0);
+        if (room.chars() < 1) {
             result = format_no_room("kr_printf_format");
         } else {
-            *out.cursor = 0;
+            *room.at = 0;
         }
     }
     if (kr_result_failed(result)) {
@@ -220,7 +220,7 @@ kr_result format_all(kr_char* buffer, size_t buffer_size, const char* format, va
         return scope.leave(result);
     }
     if (required_size != nullptr) {
-        *required_size = out.required + sizeof(kr_char);
+        *required_size = out.bytes() + sizeof(kr_char);
     }
     return scope.leave(KR_SUCCESS);
 }
