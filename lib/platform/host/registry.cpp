@@ -63,8 +63,9 @@ void walk_down(open_key& key, std::u16string_view& path) {
     }
 }
 
-/// Opens the existing key at `path` below `parent`.
-LONG find_path(locked_registry& registry, HKEY parent, std::u16string_view path, open_key* key) {
+/// Finds the key at `path` below `parent`; on 2 `key` is the lowest that exists and `path` what is
+/// missing below it.
+LONG find_path(locked_registry& registry, HKEY parent, std::u16string_view& path, open_key* key) {
     if (path.starts_with(u'\\')) {
         return ERROR_BAD_PATHNAME;
     }
@@ -84,8 +85,8 @@ LONG open_path(HKEY parent, const WCHAR* path, REGSAM access, HKEY* opened) {
     }
     locked_registry registry;
     open_key key;
-    if (const LONG status = find_path(registry, parent, view_of(path), &key);
-        status != ERROR_SUCCESS) {
+    std::u16string_view rest = view_of(path);
+    if (const LONG status = find_path(registry, parent, rest, &key); status != ERROR_SUCCESS) {
         return status;
     }
     key.access = specific_rights(access);
@@ -106,7 +107,6 @@ LONG create_path(HKEY parent, const WCHAR* given, REGSAM access, HKEY* opened, D
     }
     const bool creates = status == ERROR_FILE_NOT_FOUND;
     if (creates) {
-        walk_down(key, path);
         const std::shared_ptr<registry_key> lowest = key.key;
         std::shared_ptr<registry_key> first_new;
         for (auto name = detail::take_key_name(path); !name.empty();
@@ -204,7 +204,8 @@ LSTATUS RegDeleteKeyW(HKEY parent, const WCHAR* path) {
     }
     locked_registry registry;
     open_key key;
-    if (const LONG status = find_path(registry, parent, path, &key); status != ERROR_SUCCESS) {
+    std::u16string_view rest = path;
+    if (const LONG status = find_path(registry, parent, rest, &key); status != ERROR_SUCCESS) {
         return status;
     }
     return key.key->subkeys().empty() ? remove_key(registry, key.key) : LONG{ERROR_ACCESS_DENIED};
@@ -217,8 +218,8 @@ LSTATUS RegDeleteTreeW(HKEY parent, const WCHAR* path) {
     }
     locked_registry registry;
     open_key key;
-    if (const LONG status = find_path(registry, parent, view_of(path), &key);
-        status != ERROR_SUCCESS) {
+    std::u16string_view rest = view_of(path);
+    if (const LONG status = find_path(registry, parent, rest, &key); status != ERROR_SUCCESS) {
         return status;
     }
     if (!view_of(path).empty()) {

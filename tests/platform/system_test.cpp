@@ -1,0 +1,219 @@
+/// System messages, encodings, clocks, threads, names, event sources: the same on both systems.
+#include "platform/platform.h"
+
+#include <atomic>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr DWORD one_line = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK;
+constexpr DWORD default_language = 0x0400;
+
+TEST(SystemMessage, IsOneLineThatEndsInABlank) {
+    kr_char buffer[128];
+    const DWORD length =
+        FormatMessageW(one_line, nullptr, 5, default_language, buffer, 128, nullptr);
+    ASSERT_GT(length, 5u);
+    EXPECT_EQ(buffer[length], 0);
+    EXPECT_EQ(buffer[length - 1], KR_TEXT(' '));
+    EXPECT_EQ(buffer[length - 2], KR_TEXT('.'));
+    EXPECT_EQ(wcschr(buffer, KR_TEXT('\n')), nullptr);
+
+    const DWORD broken = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, 5, default_language,
+                                        buffer, 128, nullptr);
+    EXPECT_EQ(broken, length + 1);
+    EXPECT_EQ(buffer[broken - 2], KR_TEXT('\r'));
+    EXPECT_EQ(buffer[broken - 1], KR_TEXT('\n'));
+
+    EXPECT_EQ(FormatMessageW(one_line, nullptr, 5, default_language, buffer, length + 1, nullptr),
+              length);
+    EXPECT_EQ(FormatMessageW(one_line, nullptr, 5, default_language, buffer, length, nullptr), 0u);
+    EXPECT_EQ(GetLastError(), 122u);
+    EXPECT_EQ(FormatMessageW(one_line, nullptr, 0xFFFE, default_language, buffer, 128, nullptr),
+              0u);
+    EXPECT_EQ(GetLastError(), 317u);
+}
+
+TEST(Encoding, TurnsUtf16IntoUtf8AndBack) {
+    struct row {
+        int line;
+        const kr_char* wide;
+        const char* narrow;
+    };
+    const row rows[] = {
+        {__LINE__, KR_TEXT("abc"), "abc"},
+        {__LINE__, KR_TEXT("\u00E4\u20AC"), "\xC3\xA4\xE2\x82\xAC"},
+        {__LINE__, KR_TEXT("\U0001F600"), "\xF0\x9F\x98\x80"},
+    };
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.line);
+        char narrow[32];
+        kr_char wide[32];
+        const int bytes = WideCharToMultiByte(CP_UTF8, 0, r.wide, -1, narrow, 32, nullptr, nullptr);
+        EXPECT_EQ(bytes, static_cast<int>(std::strlen(r.narrow)) + 1);
+        EXPECT_STREQ(narrow, r.narrow);
+        EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, r.narrow, -1, wide, 32),
+                  static_cast<int>(wcslen(r.wide)) + 1);
+        EXPECT_EQ(wcscmp(wide, r.wide), 0);
+        EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, r.wide, -1, nullptr, 0, nullptr, nullptr), bytes);
+        EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, r.wide, -1, narrow, bytes - 1, nullptr, nullptr),
+                  0);
+        EXPECT_EQ(GetLastError(), 122u);
+    }
+}
+
+TEST(Encoding, ReplacesOrRefusesWhatIsBroken) {
+    const kr_char lone[] = {KR_TEXT('a'), 0xD800, KR_TEXT('b')};
+    char narrow[16];
+    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, lone, 3, narrow, 16, nullptr, nullptr), 5);
+    EXPECT_EQ(std::string(narrow, 5), "a\xEF\xBF\xBD"
+                                      "b");
+    EXPECT_EQ(
+        WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, lone, 3, narrow, 16, nullptr, nullptr),
+        0);
+    EXPECT_EQ(GetLastError(), 1113u);
+    kr_char wide[16];
+    for (const char* bad :
+         {"\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\x80", "\xE2\x82", "\xFF"}) {
+        EXPECT_EQ(MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bad, -1, wide, 16), 0) << bad;
+        EXPECT_EQ(GetLastError(), 1113u);
+        EXPECT_GT(MultiByteToWideChar(CP_UTF8, 0, bad, -1, wide, 16), 1);
+        EXPECT_EQ(wide[0], kr_char{0xFFFD});
+    }
+    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, lone, 0, narrow, 16, nullptr, nullptr), 0);
+    EXPECT_EQ(GetLastError(), 87u);
+}
+
+u64 ticks_of(const FILETIME& time) {
+    return static_cast<u64>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+}
+
+TEST(Clock, CountsFrom1601AndGoesOn) {
+    FILETIME first{};
+    FILETIME second{};
+    LARGE_INTEGER frequency{};
+    LARGE_INTEGER before{};
+    LARGE_INTEGER after{};
+    ASSERT_TRUE(QueryPerformanceFrequency(&frequency));
+    ASSERT_TRUE(QueryPerformanceCounter(&before));
+    GetSystemTimeAsFileTime(&first);
+    Sleep(20);
+    GetSystemTimeAsFileTime(&second);
+    ASSERT_TRUE(QueryPerformanceCounter(&after));
+    constexpr u64 ticks_2020 = 132'223'104'000'000'000;
+    EXPECT_GT(ticks_of(first), ticks_2020);
+    EXPECT_GE(ticks_of(second), ticks_of(first) + 150'000);
+    EXPECT_GE((after.QuadPart - before.QuadPart) * 1000, frequency.QuadPart * 15);
+
+    // The offset of now, whole minutes, holds for any date.
+    FILETIME utc{};
+    ASSERT_TRUE(LocalFileTimeToFileTime(&first, &utc));
+    const i64 offset = static_cast<i64>(ticks_of(first) - ticks_of(utc));
+    EXPECT_EQ(offset % 600'000'000, 0);
+    EXPECT_LE(std::abs(offset), 14 * 36'000'000'000);
+}
+
+struct thread_notes {
+    std::atomic<u32> id{0};
+    std::atomic<bool> go{false};
+    int priority = 0;
+};
+
+unsigned WINAPI note_thread(void* argument) {
+    auto* const notes = static_cast<thread_notes*>(argument);
+    notes->id = GetCurrentThreadId();
+    while (!notes->go) {
+        SwitchToThread();
+    }
+    SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_LOWEST);
+    notes->priority = GetThreadPriority(GetCurrentThread());
+    return 0;
+}
+
+TEST(Thread, RunsIsAwaitedAndIsClosedOnce) {
+    thread_notes notes;
+    unsigned id = 0;
+    HANDLE thread =
+        reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, note_thread, &notes, 0, &id));
+    ASSERT_NE(thread, nullptr);
+    EXPECT_TRUE(SetThreadPriority(thread, THREAD_PRIORITY_TIME_CRITICAL));
+    EXPECT_EQ(GetThreadPriority(thread), THREAD_PRIORITY_TIME_CRITICAL);
+    EXPECT_FALSE(SetThreadPriority(thread, 7));
+    EXPECT_EQ(GetLastError(), 87u);
+    EXPECT_EQ(WaitForSingleObject(thread, 0), DWORD{WAIT_TIMEOUT});
+    notes.go = true;
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), DWORD{WAIT_OBJECT_0});
+    EXPECT_EQ(WaitForSingleObject(thread, 0), DWORD{WAIT_OBJECT_0});
+    EXPECT_EQ(notes.id, id);
+    EXPECT_NE(id, GetCurrentThreadId());
+    EXPECT_EQ(notes.priority, THREAD_PRIORITY_LOWEST);
+    EXPECT_TRUE(CloseHandle(thread));
+    EXPECT_EQ(WaitForSingleObject(thread, 0), DWORD{WAIT_FAILED});
+    EXPECT_EQ(GetLastError(), 6u);
+    EXPECT_FALSE(CloseHandle(thread));
+}
+
+TEST(Lock, IsRecursiveAndKeepsOthersOut) {
+    CRITICAL_SECTION section;
+    InitializeCriticalSection(&section);
+    EnterCriticalSection(&section);
+    EXPECT_TRUE(TryEnterCriticalSection(&section));
+    LeaveCriticalSection(&section);
+    struct shared {
+        CRITICAL_SECTION* section;
+        BOOL entered;
+    } shared{&section, TRUE};
+    const auto run_other = [&shared] {
+        HANDLE thread = reinterpret_cast<HANDLE>(_beginthreadex(
+            nullptr, 0,
+            [](void* argument) -> unsigned {
+                auto* const it = static_cast<struct shared*>(argument);
+                it->entered = TryEnterCriticalSection(it->section);
+                if (it->entered) {
+                    LeaveCriticalSection(it->section);
+                }
+                return 0;
+            },
+            &shared, 0, nullptr));
+        WaitForSingleObject(thread, INFINITE);
+        CloseHandle(thread);
+    };
+    run_other();
+    EXPECT_FALSE(shared.entered);
+    LeaveCriticalSection(&section);
+    run_other();
+    EXPECT_TRUE(shared.entered);
+    DeleteCriticalSection(&section);
+}
+
+TEST(NameResolution, NeedsItsStartAndKnowsTheLocalHost) {
+    WSADATA data{};
+    ASSERT_EQ(WSAStartup(MAKEWORD(2, 2), &data), 0);
+    const hostent* const host = gethostbyname("localhost");
+    ASSERT_NE(host, nullptr);
+    EXPECT_EQ(host->h_addrtype, AF_INET);
+    EXPECT_EQ(host->h_length, 4);
+    u32 address = 0;
+    std::memcpy(&address, host->h_addr_list[0], sizeof address);
+    EXPECT_EQ(ntohl(address), 0x7F000001u);
+    const hostent* const named =
+        gethostbyaddr(reinterpret_cast<const char*>(&address), sizeof address, AF_INET);
+    ASSERT_NE(named, nullptr);
+    EXPECT_GT(std::strlen(named->h_name), 0u);
+    EXPECT_EQ(WSACleanup(), 0);
+    EXPECT_EQ(gethostbyname("localhost"), nullptr);
+    EXPECT_EQ(WSAGetLastError(), 10093);
+}
+
+TEST(EventSource, TakesReports) {
+    HANDLE log = RegisterEventSourceW(nullptr, KR_TEXT("KorinthSuite"));
+    ASSERT_NE(log, nullptr);
+    const kr_char* strings[] = {KR_TEXT(""), KR_TEXT("a line\n")};
+    EXPECT_TRUE(ReportEventW(log, EVENTLOG_INFORMATION_TYPE, 0, 0x40001230, nullptr, 2, 0, strings,
+                             nullptr));
+    EXPECT_TRUE(DeregisterEventSource(log));
+}
+
+} // namespace
