@@ -1,0 +1,186 @@
+/// ASCII and wide copies: the vector copies against the plain ones, limits, new strings; UTF-8
+/// counts.
+#include "base/convert_text.h"
+
+#include <string>
+
+#include <gmock/gmock.h>
+
+#include "base/widen.h"
+#include "support/captured_log.h"
+#include "support/failing_allocator.h"
+#include "support/guarded_buffer.h"
+
+namespace {
+
+using kr::test::guarded_buffer;
+using testing::ElementsAre;
+using wide = std::basic_string<kr_char>;
+
+constexpr kr_result invalid = 0x8200000C;
+constexpr kr_result too_small = 0x82000021;
+
+#if KR_VECTORS
+TEST(VectorCopies, WidenAsSingleBytesOnEveryAlignmentAndLength) {
+    for (size_t offset = 0; offset < 17; ++offset) {
+        for (size_t length = 0; length < 60; ++length) {
+            std::string src(offset, '\0');
+            for (size_t i = 0; i < length; ++i) {
+                src += static_cast<char>(1 + (i * 37 + length) % 255);
+            }
+            guarded_buffer<kr_char> expected(length + 1);
+            guarded_buffer<kr_char> found(length + 1);
+            kr::detail::plain::widen_text(src.c_str() + offset, expected.data());
+            kr::detail::vectors::widen_text(src.c_str() + offset, found.data());
+            ASSERT_EQ(wide(found.data()), wide(expected.data())) << offset << " + " << length;
+        }
+    }
+}
+
+TEST(VectorCopies, NarrowAsSingleCharactersUpToTheSameOne) {
+    constexpr kr_char stops[] = {0, 0x80, 0x7F00, 0x8000, 0xFF41};
+    for (const kr_char stop : stops) {
+        for (size_t length = 0; length < 40; ++length) {
+            wide src;
+            for (size_t i = 0; i < length; ++i) {
+                src += static_cast<kr_char>(1 + (i * 37 + length) % 127);
+            }
+            src += stop;
+            src += KR_TEXT("behind the character that stops");
+            for (size_t room = 0; room < length + 10; ++room) {
+                SCOPED_TRACE(std::to_string(stop) + " at " + std::to_string(length));
+                guarded_buffer<char> expected(room);
+                guarded_buffer<char> found(room);
+                const size_t count =
+                    kr::detail::plain::narrow_ascii(src.data(), expected.data(), room);
+                ASSERT_EQ(kr::detail::vectors::narrow_ascii(src.data(), found.data(), room), count);
+                ASSERT_EQ(count, std::min(room, length));
+                ASSERT_TRUE(std::ranges::equal(found.elements(), expected.elements()));
+            }
+        }
+    }
+}
+#endif
+
+TEST(AsciiCopies, StopAtTheLimitAndAtWhatIsNotAscii) {
+    kr::test::captured_log log;
+    guarded_buffer<char> out(4);
+    EXPECT_EQ(kr_wchar_to_ascii(KR_TEXT("abc"), out.data(), 4), KR_SUCCESS);
+    EXPECT_STREQ(out.data(), "abc");
+    guarded_buffer<char> tight(3);
+    EXPECT_EQ(kr_wchar_to_ascii(KR_TEXT("abc"), tight.data(), 3), too_small);
+    EXPECT_EQ(std::string(tight.data(), 3), "abc");
+    EXPECT_EQ(kr_wchar_to_ascii(nullptr, tight.data(), 0), too_small);
+    EXPECT_EQ(kr_wchar_to_ascii(KR_TEXT("ab\u00FF"), tight.data(), 2), too_small);
+    EXPECT_THAT(log.take(), ElementsAre());
+
+    guarded_buffer<char> part(8);
+    EXPECT_EQ(kr_krchar_to_ascii(KR_TEXT("ab\u20ACd"), part.data(), 8), invalid);
+    EXPECT_EQ(std::string(part.data(), 2), "ab");
+    EXPECT_TRUE(part.untouched(2));
+    EXPECT_THAT(log.take(),
+                ElementsAre("E 01 kr_krchar_to_ascii: Non ASCII unicode char 20AC at string index "
+                            "2 cannot be converted to non-unicode char"));
+
+    guarded_buffer<kr_char> widened(4);
+    kr_ascii_to_krchar("a\x80\xFF", widened.data());
+    EXPECT_THAT(widened.elements(), ElementsAre('a', 0xFF80, 0xFFFF, 0));
+    kr_ascii_to_wchar("\x7F", widened.data());
+    EXPECT_THAT(widened.elements().first(2), ElementsAre(0x7F, 0));
+}
+
+template <typename Char, typename Source>
+kr_result duplicate(kr_result (*convert)(const Source*, Char**), const Source* src,
+                    std::basic_string<Char> expected) {
+    Char* out = nullptr;
+    const kr_result result = convert(src, &out);
+    if (kr_result_failed(result)) {
+        EXPECT_EQ(out, nullptr);
+        return result;
+    }
+    EXPECT_EQ(out, expected);
+    kr_memory_deallocate_hook(out);
+    return result;
+}
+
+TEST(AsciiDuplicates, ComeFromTheHookInTheSizeOfTheText) {
+    const auto to_wchar = [] {
+        return duplicate(kr_ascii_to_wchar_strdup, "tools", wide(KR_TEXT("tools")));
+    };
+    const auto to_krchar = [] {
+        return duplicate(kr_ascii_to_krchar_strdup, "tools", wide(KR_TEXT("tools")));
+    };
+    const auto to_ascii = [] {
+        return duplicate(kr_krchar_to_ascii_strdup, KR_TEXT("tools"), std::string("tools"));
+    };
+    kr::test::sweep_allocations(to_wchar);
+    kr::test::sweep_allocations(to_krchar);
+    kr::test::sweep_allocations(to_ascii);
+
+    kr::test::captured_log log;
+    {
+        kr::test::failing_allocator allocator;
+        EXPECT_EQ(to_krchar(), KR_SUCCESS);
+        EXPECT_EQ(allocator.last_size(), 6 * sizeof(kr_char));
+        EXPECT_EQ(to_ascii(), KR_SUCCESS);
+        EXPECT_EQ(allocator.last_size(), 6u);
+        EXPECT_EQ(duplicate(kr_krchar_to_ascii_strdup, KR_TEXT("\u00E9"), std::string()), invalid);
+    }
+    kr::test::failing_allocator allocator(1, kr::test::failing_allocator::repeat::always);
+    EXPECT_TRUE(kr_result_is(to_wchar(), KR_OUT_OF_MEMORY));
+    EXPECT_TRUE(kr_result_is(to_krchar(), KR_OUT_OF_MEMORY));
+    EXPECT_TRUE(kr_result_is(to_ascii(), KR_OUT_OF_MEMORY));
+    const std::string reason =
+        " Result is 0x82000002 (error \"Out of memory\" from \"Unknown source\")";
+    EXPECT_THAT(
+        log.take(),
+        ElementsAre("E 01 kr_wchar_to_ascii: Non ASCII unicode char 00E9 at string index 0 cannot "
+                    "be converted to non-unicode char",
+                    "E 01 kr_ascii_to_wchar_strdup: Failed to allocate memory for wchar_t string." +
+                        reason,
+                    "E 01 kr_ascii_to_krchar_strdup: Failed to allocate memory for "
+                    "kr_char_string." +
+                        reason,
+                    "E 01 kr_krchar_to_ascii_strdup: Failed to allocate memory for ascii char "
+                    "string." +
+                        reason));
+}
+
+TEST(Utf8Counts, NeverPassTheTerminator) {
+    struct row {
+        int line;
+        /// Behind its terminator stands text that no count may include.
+        std::string_view text;
+        u64 characters;
+        u64 bytes;
+    };
+    constexpr row rows[] = {
+        {__LINE__, std::string_view("\0abc", 4), 0, 0},
+        {__LINE__, std::string_view("abc\0d", 5), 3, 3},
+        {__LINE__, std::string_view("\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\0d", 11), 3, 9},
+        {__LINE__, std::string_view("\xF8 234\xFC 2345\0d", 13), 2, 11},
+        {__LINE__, std::string_view("\xC3\0\xA9", 3), 1, 1},
+        {__LINE__, std::string_view("a\xE2\x82\0\xAC", 5), 2, 3},
+        {__LINE__, std::string_view("\xFF\x80\0\x80\x80\x80\x80\x80", 8), 1, 2},
+        {__LINE__, std::string_view("a\x80\xBF z\0d", 7), 3, 5},
+    };
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.line);
+        EXPECT_EQ(kr_string_char_count_utf8(r.text.data()), r.characters);
+        EXPECT_EQ(kr_string_bytesize_clean_utf8(r.text.data()), r.bytes);
+        EXPECT_EQ(kr_string_bytesize_utf8(r.text.data()), r.bytes + 1);
+    }
+    EXPECT_EQ(kr_string_char_count_utf8(nullptr), invalid);
+    EXPECT_EQ(kr_string_bytesize_clean_utf8(nullptr), invalid);
+    EXPECT_EQ(kr_string_bytesize_utf8(nullptr), invalid);
+
+    kr::test::captured_log log;
+    EXPECT_EQ(kr_string_char_count_utf8("\x80"), 0u);
+    EXPECT_EQ(kr_string_bytesize_clean_utf8("\xBF"), 1u);
+    EXPECT_THAT(log.take(), ElementsAre("E 01 kr_string_char_count_utf8: Invalid byte value 0x80 "
+                                        "in UTF-8 sequence, ignoring it!",
+                                        "E 01 kr_string_bytesize_clean_utf8: Invalid byte value "
+                                        "0xBF in UTF-8 sequence, ignoring it!"));
+}
+
+} // namespace
