@@ -1,0 +1,206 @@
+/// The GUID's text forms, written and read, and serial numbers.
+#include "base/guid.h"
+
+#include <string>
+
+#include <gmock/gmock.h>
+
+#include "support/captured_log.h"
+#include "support/guarded_buffer.h"
+
+namespace {
+
+using kr::test::guarded_buffer;
+using testing::ElementsAre;
+using wide = std::basic_string<kr_char>;
+
+constexpr kr_result generic = 0x82000000;
+constexpr kr_result invalid = 0x8200000C;
+constexpr kr_result too_small = 0x82000021;
+
+constexpr KRGUID sample = {{0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF, 0xFE, 0xDC, 0xBA, 0x98,
+                            0x76, 0x54, 0x32, 0x10}};
+constexpr KRGUID marker = {{0x55, 0x55}};
+constexpr KRGUID null_guid = {};
+
+wide to_wide(const std::string& text) {
+    return {text.begin(), text.end()};
+}
+
+bool is(const KRGUID& a, const KRGUID& b) {
+    return kr_guid_equal(&a, &b);
+}
+
+TEST(Guid, ComparesAllSixteenBytes) {
+    KRGUID guid;
+    kr_guid_copy(&guid, &sample);
+    EXPECT_TRUE(kr_guid_equal(&guid, &sample));
+    for (u8& byte : guid.bytes) {
+        byte ^= 1;
+        EXPECT_FALSE(kr_guid_equal(&guid, &sample));
+        byte ^= 1;
+    }
+    kr_guid_set_null(&guid);
+    EXPECT_TRUE(kr_guid_is_null(&guid));
+    guid.bytes[15] = 1;
+    EXPECT_FALSE(kr_guid_is_null(&guid));
+    kr_guid_set_all_ones(&guid);
+    EXPECT_TRUE(kr_guid_is_all_ones(&guid));
+    guid.bytes[15] = 0xFE;
+    EXPECT_FALSE(kr_guid_is_all_ones(&guid));
+}
+
+TEST(GuidText, IsWrittenIntoExactlyItsRoom) {
+    guarded_buffer<char> simple(KR_GUID_SIMPLE_CHARS);
+    EXPECT_STREQ(kr_guid_to_string_simple_ascii(&sample, simple.data()),
+                 "0123456789ABCDEFFEDCBA9876543210");
+    guarded_buffer<kr_char> simple_wide(KR_GUID_SIMPLE_CHARS);
+    EXPECT_EQ(kr_guid_to_string_simple(&sample, simple_wide.data()), to_wide(simple.data()));
+    guarded_buffer<char> braced(KR_GUID_BRACED_CHARS);
+    EXPECT_EQ(kr_guid_to_string_braced(&sample, braced.data()), 37);
+    EXPECT_STREQ(braced.data(), "{01234567-89ABCDEF-FEDCBA98-76543210}");
+    guarded_buffer<char> lower(KR_GUID_BRACED_LOWER_CHARS);
+    EXPECT_EQ(kr_guid_to_string_braced_lower(&sample, lower.data()), 38);
+    EXPECT_STREQ(lower.data(), "{01234567-89ab-cdef-fedc-ba9876543210}");
+}
+
+enum class text_form { simple, shortest, braced_37, braced_38 };
+
+kr_result read(text_form form, const std::string& text, bool narrow, KRGUID* out) {
+    switch (form) {
+    case text_form::simple:
+        return narrow ? kr_guid_from_string_simple_ascii(text.c_str(), out)
+                      : kr_guid_from_string_simple(to_wide(text).c_str(), out);
+    case text_form::shortest:
+        return narrow ? kr_guid_from_string_shortest_ascii(text.c_str(), out)
+                      : kr_guid_from_string_shortest(to_wide(text).c_str(), out);
+    case text_form::braced_37:
+        return kr_guid_from_string_braced_ascii(text.c_str(), out);
+    case text_form::braced_38:
+        return kr_guid_from_string_braced(to_wide(text).c_str(), out);
+    }
+    return generic;
+}
+
+TEST(GuidText, IsReadByTheRulesOfItsForm) {
+    struct row {
+        int line;
+        text_form form;
+        const char* text;
+        kr_result result;
+        KRGUID guid = marker;
+    };
+    using form = text_form;
+    constexpr row rows[] = {
+        {__LINE__, form::simple, "0123456789abcdefFEDCBA9876543210", KR_SUCCESS, sample},
+        {__LINE__, form::simple, "0123456789abcdefFEDCBA987654321", generic},
+        {__LINE__, form::simple, "0123456789abcdefFEDCBA98765432100", generic},
+        {__LINE__, form::simple, "0123456789abcdefFEDCBA987654321g", invalid},
+        {__LINE__, form::simple, "0123456789abcdefFEDCBA987654321\xB0", invalid},
+        {__LINE__, form::simple, "", generic},
+        {__LINE__, form::shortest, "12", KR_SUCCESS, {{0x12}}},
+        {__LINE__, form::shortest, "0123456789abcdefFEDCBA9876543210", KR_SUCCESS, sample},
+        {__LINE__, form::shortest, "", invalid},
+        {__LINE__, form::shortest, "1", invalid},
+        {__LINE__, form::shortest, "0123456789abcdefFEDCBA987654321000", invalid},
+        {__LINE__, form::shortest, "12345678 0", invalid, null_guid},
+        {__LINE__, form::braced_37, "{01234567-89ABCDEF-FEDCBA98-76543210}", KR_SUCCESS, sample},
+        {__LINE__, form::braced_37, "}}01234567-89abcdeffedcba98-76543210{", KR_SUCCESS, sample},
+        {__LINE__, form::braced_37, "{01234567-89ABCDEF-FEDCBA98-7654321}", generic},
+        {__LINE__, form::braced_37, "{01234567-89ABCDEF-FEDCBA98-76543210}}", generic},
+        {__LINE__, form::braced_37, "{01234567-89ABCDEF-FEDCBA98 76543210}", invalid},
+        {__LINE__, form::braced_37, "{01234567-89ABCDEF-FEDCBA98-7654321-}", invalid},
+        {__LINE__, form::braced_37, "{01234567-89ABCDEF-FEDCBA98076543210}", invalid},
+        {__LINE__, form::braced_37, "0123456789012345678901234567890123456", invalid},
+        {__LINE__, form::braced_37, "-------------------------------------", invalid},
+        {__LINE__, form::braced_38, "{01234567-89ab-cdef-fedc-ba9876543210}", KR_SUCCESS, sample},
+        {__LINE__, form::braced_38, "{01234567-89ab-cdef-fedc-ba987654321}", generic},
+        {__LINE__, form::braced_38, "01234567890123456789012345678901234567", invalid},
+    };
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.line);
+        for (const bool narrow : {true, false}) {
+            KRGUID guid = marker;
+            EXPECT_EQ(read(r.form, r.text, narrow, &guid), r.result);
+            EXPECT_TRUE(is(guid, r.guid));
+        }
+    }
+    // A unit whose low byte is a digit is none; a byte that counts no character is not passed over.
+    KRGUID guid;
+    EXPECT_EQ(kr_guid_from_string_shortest(KR_TEXT("1\u0131"), &guid), invalid);
+    EXPECT_EQ(kr_guid_from_string_shortest_ascii("12\x80", &guid), invalid);
+}
+
+TEST(GuidShortestText, DropsTrailingZerosButKeepsFourBytes) {
+    struct row {
+        int line;
+        KRGUID guid;
+        const char* text;
+    };
+    constexpr row rows[] = {
+        {__LINE__, {{0x12}}, "12000000"},
+        {__LINE__, {{0, 0, 0, 0xA0}}, "000000A0"},
+        {__LINE__, {{1, 0, 0, 0, 0, 0x0F}}, "01000000000F"},
+        {__LINE__, sample, "0123456789ABCDEFFEDCBA9876543210"},
+    };
+    for (const row& r : rows) {
+        SCOPED_TRACE(r.line);
+        const size_t length = std::string_view(r.text).size();
+        guarded_buffer<char> tight(length);
+        EXPECT_EQ(kr_guid_to_string_shortest(&r.guid, tight.data(), length), too_small);
+        EXPECT_TRUE(tight.untouched());
+        guarded_buffer<char> out(length + 1);
+        EXPECT_EQ(kr_guid_to_string_shortest(&r.guid, out.data(), length + 1), KR_SUCCESS);
+        EXPECT_STREQ(out.data(), r.text);
+        KRGUID back = marker;
+        EXPECT_EQ(kr_guid_from_string_shortest_ascii(out.data(), &back), KR_SUCCESS);
+        EXPECT_TRUE(is(back, r.guid));
+    }
+    char out[KR_GUID_SIMPLE_CHARS];
+    EXPECT_EQ(kr_guid_to_string_shortest(&null_guid, out, sizeof out), invalid);
+}
+
+TEST(GuidSerial, NeedsZerosBehindTheNumber) {
+    kr::test::captured_log log;
+    u32 serial = 77;
+    KRGUID guid = {{1, 2, 3, 4}};
+    EXPECT_EQ(kr_guid_to_serial(nullptr, &serial), invalid);
+    EXPECT_EQ(kr_guid_to_serial(&guid, nullptr), invalid);
+    EXPECT_THAT(log.take(), ElementsAre());
+    for (u32 i = 4; i < KR_GUID_BYTES; ++i) {
+        guid.bytes[i] = 1;
+        EXPECT_EQ(kr_guid_to_serial(&guid, &serial), invalid);
+        guid.bytes[i] = 0;
+        EXPECT_THAT(log.take(), ElementsAre("W 01 kr_guid_to_serial: Unexpected KRGUID contents"));
+    }
+    EXPECT_EQ(serial, 77u);
+    EXPECT_EQ(kr_guid_to_serial(&guid, &serial), KR_SUCCESS);
+    EXPECT_EQ(serial, 0x01020304u);
+}
+
+TEST(GuidDebugLines, ShowEachStep) {
+    kr::test::captured_log log(KR_LOG_DEBUG);
+    log.set_mask(KR_LOG_PRINTF, 0);
+    KRGUID guid;
+    EXPECT_EQ(kr_guid_from_string_shortest(KR_TEXT("1"), &guid), invalid);
+    EXPECT_EQ(kr_guid_from_string_shortest_ascii("1x", &guid), invalid);
+    EXPECT_EQ(kr_guid_from_string_shortest_ascii("aB", &guid), KR_SUCCESS);
+    const std::string from = "D 01 kr_guid_from_string_shortest";
+    EXPECT_THAT(log.take(),
+                ElementsAre(from + ": GUID check 1 failed. s=1 (1)",
+                            from + "_ascii: GUID check 2 failed.", from + "_ascii: a -> 10",
+                            from + "_ascii: 0", from + "_ascii: 160", from + "_ascii: B -> 11",
+                            from + "_ascii: 160", from + "_ascii: 171"));
+    char out[KR_GUID_SIMPLE_CHARS] = {};
+    EXPECT_EQ(kr_guid_to_string_shortest(&null_guid, out, sizeof out), invalid);
+    EXPECT_EQ(kr_guid_to_string_shortest(&guid, out, sizeof out), KR_SUCCESS);
+    const std::string to = "D 01 kr_guid_to_string_shortest: ";
+    EXPECT_THAT(log.take(),
+                ElementsAre(to + "First non-zero byte at -1", to + "First non-zero byte at 0",
+                            to + "\"??????\"", to + "Index 3 -> 00 (\"??????00\")",
+                            to + "Index 2 -> 00 (\"????0000\")",
+                            to + "Index 1 -> 00 (\"??000000\")",
+                            to + "Index 0 -> AB (\"AB000000\")"));
+}
+
+} // namespace
