@@ -1,0 +1,257 @@
+/// What the engine says in the log, and the public parsers and conversions on their own.
+#include <gmock/gmock.h>
+
+#include "printf/library_conversions.h"
+#include "printf/numbers.h"
+#include "printf/printf.h"
+#include "support/captured_log.h"
+#include "support/guarded_buffer.h"
+
+namespace {
+
+using kr::test::captured_log;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+
+template <typename... Args>
+kr_result write_into(size_t size, const char* format, Args... args) {
+    kr::test::guarded_buffer<kr_char> buffer(kr::test::byte_count{size});
+    return kr_printf_format2(buffer.data(), size, nullptr, format, args...);
+}
+
+constexpr const char* syntax_text =
+    "0x82000079 (error \"printf format string syntax error\" from \"Unknown source\")";
+constexpr const char* not_implemented_text =
+    "0x82000022 (error \"Function not implemented\" from \"Unknown source\")";
+constexpr const char* too_small_text =
+    "0x82000021 (error \"Supplied buffer is not large enough\" from \"Unknown source\")";
+
+TEST(EngineLog, WarnsOfEveryFailure) {
+    captured_log log(KR_LOG_WARNING);
+    const kr_result described = 0x82000002;
+    const kr_result* none = nullptr;
+    const std::string processing = "W 05 kr_printf_format: Processing '";
+    struct row {
+        int line;
+        std::vector<std::string> lines; ///< the call's own, taken once it was made
+        std::vector<std::string> expected;
+    };
+    const auto lines = [&](size_t size, const char* format, auto... args) {
+        EXPECT_TRUE(kr_result_failed(write_into(size, format, args...)));
+        return log.take();
+    };
+    const row rows[] = {
+        {__LINE__,
+         lines(99, "%--d", 1),
+         {"W 05 kr_printf_format_parse_flags: Duplicate '-' flag",
+          std::string("W 05 kr_printf_format: Flag parsing failed Result is ") + syntax_text}},
+        {__LINE__,
+         lines(99, "%*d", 1),
+         {"W 05 kr_printf_format_parse_width: '*' in width field not supported.",
+          std::string("W 05 kr_printf_format: Width parsing failed Result is ") +
+              not_implemented_text}},
+        {__LINE__,
+         lines(99, "%.d", 1),
+         {"W 05 kr_printf_format_parse_precision: Precision not supported.",
+          std::string("W 05 kr_printf_format: Precision parsing failed Result is ") +
+              not_implemented_text}},
+        {__LINE__,
+         lines(99, "%q", 1),
+         {std::string("W 05 kr_printf_format: Unknown type Result is ") + syntax_text}},
+        {__LINE__, lines(99, "%_q", 1), {}},
+        {__LINE__, lines(99, "abc%0", 1), {}},
+        {__LINE__, lines(99, "%_u", 1), {processing + "_u' type failed Result is " + syntax_text}},
+        {__LINE__, lines(99, "%_X", 1), {processing + "_X' type failed Result is " + syntax_text}},
+        {__LINE__,
+         lines(99, "%_z", none),
+         {"W 05 kr_printf_format_tr_descr: NULL pointer provided from log macros.",
+          processing + "_z' type failed Result is 0x8200000C "
+                       "(error \"Invalid argument to function\" from \"Unknown source\")"}},
+        {__LINE__,
+         lines(20, "%_z", &described),
+         {std::string("W 05 kr_printf_format_tr_descr: kr_get_result_description2() failed. "
+                      "Result is ") +
+              too_small_text,
+          processing + "_z' type failed Result is " + too_small_text}},
+        {__LINE__,
+         lines(7, "%i", 12345),
+         {"W 05 kr_printf_format_sint: Buffer too small.",
+          processing + "d' type failed Result is " + too_small_text}},
+        {__LINE__,
+         lines(7, "%6u", 12345),
+         {"W 05 kr_printf_format_uint_internal: Buffer too small (5 while 5 required).",
+          processing + "u' type failed Result is " + too_small_text}},
+        {__LINE__,
+         lines(2, "%#x", 255),
+         {"W 05 kr_printf_format_uint_internal: Buffer too small. No place for alternative form.",
+          processing + "x' type failed Result is " + too_small_text}},
+        {__LINE__,
+         lines(6, "%_k", 0x01020304), // no room for the dot
+         {"W 05 kr_printf_format_ipv4: Buffer too small.",
+          processing + "_k' type failed Result is " + too_small_text}},
+        {__LINE__,
+         lines(9, "%_k", 0x01020304), // no room for the octet
+         {"W 05 kr_printf_format_uint_internal: Buffer too small (1 while 1 required).",
+          "W 05 kr_printf_format_ipv4: Failed to format IP component",
+          processing + "_k' type failed Result is " + too_small_text}},
+        {__LINE__, lines(6, "abc"), {"W 05 kr_printf_format: Buffer too small."}},
+        {__LINE__, lines(6, "%s", "abc"), {"W 05 kr_printf_format: Buffer too small."}},
+        {__LINE__, lines(1, ""), {"W 05 kr_printf_format: Buffer too small."}},
+    };
+    for (const row& r : rows) {
+        EXPECT_THAT(r.lines, ElementsAreArray(r.expected)) << "line " << r.line;
+    }
+}
+
+TEST(EngineLog, TracesEveryStepWhenAsked) {
+    captured_log log(0);
+    log.set_mask(KR_LOG_PRINTF, KR_LOG_CALL | KR_LOG_DEBUG);
+    ASSERT_EQ(write_into(64, "x%05d", -42), KR_SUCCESS);
+    EXPECT_THAT(log.take(),
+                ElementsAre("C 05 kr_printf_format2: Enter ()",                          //
+                            "C 05 ..kr_printf_format: Enter ()",                         //
+                            "C 05 ....kr_printf_format_parse_flags: Enter ()",           //
+                            "D 05 kr_printf_format_parse_flags: Flag leading zeroes",    //
+                            "C 05 ....kr_printf_format_parse_flags: Return ()",          //
+                            "C 05 ....kr_printf_format_parse_width: Enter ()",           //
+                            "D 05 kr_printf_format_parse_width: Width set to 5",         //
+                            "C 05 ....kr_printf_format_parse_width: Return ()",          //
+                            "C 05 ....kr_printf_format_parse_precision: Enter ()",       //
+                            "C 05 ....kr_printf_format_parse_precision: Return ()",      //
+                            "C 05 ....kr_printf_format_parse_size_mod: Enter ()",        //
+                            "C 05 ....kr_printf_format_parse_size_mod: Return ()",       //
+                            "C 05 ....kr_printf_format_sint: Enter (buffer_left = 62)",  //
+                            "D 05 kr_printf_format_sint: signed decimal int -42",        //
+                            "D 05 kr_printf_format_sint: Negative value",                //
+                            "D 05 kr_printf_format_sint: Updating required size 12.",    //
+                            "D 05 kr_printf_format_sint: Negative with leading zeroes.", //
+                            "D 05 kr_printf_format_sint: Padding with '0'",              //
+                            "D 05 kr_printf_format_sint: Padding with '0'",              //
+                            "C 05 ....kr_printf_format_sint: Return ()",                 //
+                            "C 05 ..kr_printf_format: Return ()",                        //
+                            "C 05 kr_printf_format2: Return ()"));
+
+    log.set_mask(KR_LOG_PRINTF, KR_LOG_DEBUG);
+    ASSERT_EQ(write_into(64, "%#6lx|%s|%c", 255, "ab", 'z'), KR_SUCCESS);
+    EXPECT_THAT(log.take(),
+                ElementsAre("D 05 kr_printf_format_parse_flags: Flag alternate form",
+                            "D 05 kr_printf_format_parse_width: Width set to 6",
+                            "D 05 kr_printf_format_parse_size_mod: Size modifier set to LONG",
+                            "D 05 kr_printf_format_uint: unsigned long int 255",
+                            "D 05 kr_printf_format_uint_internal: Width required = 4",
+                            "D 05 kr_printf_format_uint_internal: Required size = 12",
+                            "D 05 kr_printf_format_uint_internal: Padding with ' '",
+                            "D 05 kr_printf_format_uint_internal: Padding with ' '",
+                            "D 05 kr_printf_format_string: ASCIIZ string \"ab\"",
+                            "D 05 kr_printf_format_string: Updating required size 18.",
+                            "D 05 kr_printf_format_char: char 'z'",
+                            "D 05 kr_printf_format_char: Updating required size 22."));
+
+    log.set_mask(KR_LOG_PRINTF, KR_LOG_CALL);
+    kr_char out[4];
+    EXPECT_TRUE(kr_result_failed(kr_string_format(out, sizeof(out), "%p", nullptr)));
+    std::vector<std::string> lines = log.take();
+    ASSERT_GE(lines.size(), 8u);
+    EXPECT_EQ(lines[2], "C 05 ....kr_printf_format: Enter ()");
+    EXPECT_THAT(lines, testing::Contains("C 05 ........kr_printf_format_uint: Enter (buffer_left = "
+                                         "4, radix = 16)"));
+    EXPECT_EQ(lines.back(), "C 05 kr_string_format: Return 0x82000021 () error \"Supplied buffer "
+                            "is not large enough\" from \"Unknown source\"");
+
+    log.set_mask(KR_LOG_PRINTF, KR_LOG_PROFILE);
+    ASSERT_EQ(write_into(64, "text"), KR_SUCCESS);
+    EXPECT_THAT(log.take(), ElementsAre("P kr_printf_format", "P kr_printf_format2"));
+}
+
+TEST(EngineLog, SaysNothingWhileALineIsBuilt) {
+    captured_log log(KR_LOG_DEBUG | KR_LOG_CALL | KR_LOG_PROFILE | KR_LOG_WARNING);
+    KR_LOG(KR_LOG_MAIN, KR_LOG_WARNING, "%05d", -42);
+    EXPECT_THAT(log.take(), ElementsAre("W 02 TestBody: -0042"));
+}
+
+/// Calls `conversion` with the list of the arguments behind it.
+template <typename Conversion>
+kr_result with_list(const Conversion* conversion, ...) {
+    va_list args;
+    va_start(args, conversion);
+    const kr_result result = (*conversion)(&args);
+    va_end(args);
+    return result;
+}
+
+TEST(Conversions, CountInBothModesAndMoveTheCursorOnlyWhenWriting) {
+    kr_char out[16];
+    kr_char* cursor = out;
+    size_t required = 10;
+    EXPECT_EQ(kr_printf_format_uint_internal(16, kr_printf_digits_lower, KR_PRINTF_FLAG_ALTERNATE,
+                                             6, 0, 0, &cursor, sizeof(out), 0xAB, &required),
+              KR_SUCCESS);
+    EXPECT_EQ(std::string(out, cursor), "  0xab");
+    EXPECT_EQ(required, 22u);
+    EXPECT_EQ(kr_printf_format_uint_internal(7, kr_printf_digits_lower, 0, 0, 0, 0, &cursor, 6, 342,
+                                             &required),
+              KR_SUCCESS);
+    EXPECT_EQ(std::string(out, cursor), "  0xab666");
+    EXPECT_EQ(required, 28u);
+    EXPECT_EQ(kr_printf_format_uint_internal(10, kr_printf_digits_lower, 0, 5, 0, 0, &cursor, 8,
+                                             123, &required),
+              0x82000021u);
+    EXPECT_EQ(required, 38u);
+    EXPECT_EQ(cursor, out + 9);
+    for (const u32 radix : {0u, 1u, 17u}) {
+        EXPECT_EQ(kr_printf_format_uint_internal(radix, kr_printf_digits_lower, 0, 0, 0, 0, &cursor,
+                                                 8, 1, &required),
+                  0x8200000Cu);
+    }
+    const auto take_all = [&](va_list* args) {
+        kr_char* none = nullptr;
+        EXPECT_EQ(kr_printf_format_uint(10, kr_printf_digits_lower, 0, 0, 0, 4, &none, 0, args,
+                                        &required),
+                  0x82000022u);
+        EXPECT_EQ(kr_printf_format_sint(0, 0, 0, 9, &none, 0, args, &required), 0x82000022u);
+        EXPECT_EQ(kr_printf_format_sint(0, 0, 0, 3, &none, 0, args, &required), KR_SUCCESS);
+        EXPECT_EQ(kr_printf_format_string(0, 5, 0, 0, &none, 0, args, &required), KR_SUCCESS);
+        EXPECT_EQ(kr_printf_format_ustring(0, 0, 0, 0, &none, 0, args, &required), KR_SUCCESS);
+        EXPECT_EQ(kr_printf_format_kr_pointer(0, 0, 0, &none, 0, args, &required), KR_SUCCESS);
+        EXPECT_EQ(kr_printf_format_sguid(0, 0, 0, 0, &none, 0, args, &required), KR_SUCCESS);
+        EXPECT_EQ(kr_printf_format_ipv4(0, 0, 0, 0, &none, 0, args, &required), KR_SUCCESS);
+        EXPECT_EQ(none, nullptr);
+        return kr_printf_format_char(0, 0, 0, 0, &none, 0, args, &required);
+    };
+    required = 0;
+    // Two refused size modifiers take nothing, then 11 + 5 + 2 + 18 + 6 + 7 + 1 characters.
+    EXPECT_EQ(with_list(&take_all, i64{-1234567890}, "abc", KR_TEXT("de"), nullptr, nullptr,
+                        0x01020304, 'x'),
+              KR_SUCCESS);
+    EXPECT_EQ(required, 100u);
+}
+
+TEST(Parsers, StopBehindWhatTheyKnow) {
+    const char* cursor = "-#z";
+    u32 value = 99;
+    EXPECT_EQ(kr_printf_format_parse_flags(&cursor, &value), KR_SUCCESS);
+    EXPECT_EQ(value, KR_PRINTF_FLAG_LEFT | KR_PRINTF_FLAG_ALTERNATE);
+    EXPECT_EQ(kr_printf_format_parse_width(&cursor, &value), KR_SUCCESS);
+    EXPECT_EQ(value, 0u);
+    EXPECT_EQ(kr_printf_format_parse_precision(&cursor, &value), KR_SUCCESS);
+    EXPECT_EQ(kr_printf_format_parse_size_mod(&cursor, &value), KR_SUCCESS);
+    EXPECT_EQ(value, KR_PRINTF_SIZE_64);
+    EXPECT_STREQ(cursor, "");
+
+    cursor = "4294967298lx"; // 2^32 + 2
+    EXPECT_EQ(kr_printf_format_parse_width(&cursor, &value), KR_SUCCESS);
+    EXPECT_EQ(value, 2u);
+    EXPECT_EQ(kr_printf_format_parse_size_mod(&cursor, &value), KR_SUCCESS);
+    EXPECT_EQ(value, KR_PRINTF_SIZE_LONG);
+    EXPECT_STREQ(cursor, "x");
+
+    cursor = "00";
+    EXPECT_EQ(kr_printf_format_parse_flags(&cursor, &value), 0x82000079u);
+    EXPECT_STREQ(cursor, "0");
+    cursor = "*";
+    EXPECT_EQ(kr_printf_format_parse_width(&cursor, &value), 0x82000022u);
+    cursor = ".";
+    EXPECT_EQ(kr_printf_format_parse_precision(&cursor, &value), 0x82000022u);
+}
+
+} // namespace

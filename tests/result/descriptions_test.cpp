@@ -1,0 +1,155 @@
+/// Descriptions: which text a code has, what the frame around it is, and what happens in small
+/// rooms.
+#include "result/descriptions.h"
+
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "platform/platform.h"
+#include "support/guarded_buffer.h"
+
+namespace {
+
+using kr::test::byte_count;
+using kr::test::guarded_buffer;
+
+constexpr kr_result too_small = 0x82000021;
+constexpr kr_result cut = 0x02000021;
+
+std::string narrow(const kr_char* text) {
+    const std::basic_string<kr_char> wide(text);
+    return {wide.begin(), wide.end()};
+}
+
+struct description_row {
+    int line;
+    kr_result result;
+    const char* text;
+};
+
+TEST(CodeDescription, FindsTheTextOfEverySpace) {
+    constexpr description_row rows[] = {
+        {__LINE__, 0x82000000, "Generic"},
+        {__LINE__, 0x82000002, "Out of memory"},
+        {__LINE__, 0x8200001E, "Unknown internal code"},
+        {__LINE__, 0x8200004B, "Unknown internal code"},
+        {__LINE__, 0x820000D1, "Login required"},
+        {__LINE__, 0x82001000, "Unknown internal code"},
+        {__LINE__, 0x82001001, "XML parse has failed and the XML is considered bad"},
+        {__LINE__, 0x0255200E, "The template project is not available"},
+        {__LINE__, 0x8200FFFF, "Unknown internal code"},
+        {__LINE__, 0x81000000, "No error"},
+        {__LINE__, 0x81000023, "Resource temporarily unavailable / Operation would block"},
+        {__LINE__, 0x8100005D, "Attribute not found"},
+        {__LINE__, 0x81000003, "Unknown macintosh BSD code"},
+        {__LINE__, 0x81000123, "Unknown macintosh BSD code"},
+        {__LINE__, 0x83000028, "Too many symbolic links encountered"},
+        {__LINE__, 0x83000029, "Unknown Linux code"},
+        {__LINE__, 0x8300007C, "Wrong medium type"},
+        {__LINE__, 0x8300007D, "Unknown Linux code"},
+        {__LINE__, 0x86000005, "Buffer overflow"},
+        {__LINE__, 0x86000106, "Specified name too long"},
+        {__LINE__, 0x86000279, "Reparse point not handled"},
+        {__LINE__, 0x86000379, "Unknown NTSTATUS code"},
+        {__LINE__, 0x0C000000, "success"},
+        {__LINE__, 0x8C000005, "general error"},
+        {__LINE__, 0x8C000001, "Unknown macintosh Mach code"},
+        {__LINE__, 0x8E000000, "Unknown forth code"},
+        {__LINE__, 0x8E00001D, "Invalid argument passed to a word"},
+        {__LINE__, 0x8E00001E, "Unknown forth code"},
+        {__LINE__, 0x85000001, "Unknown pool code"},
+        {__LINE__, 0xC6000034, "Unknown pool code"},
+    };
+    for (const description_row& row : rows) {
+        SCOPED_TRACE(row.line);
+        const size_t needed = (std::strlen(row.text) + 1) * sizeof(kr_char);
+        guarded_buffer<kr_char> buffer(byte_count{needed});
+        size_t size = needed - 1;
+        EXPECT_EQ(kr_get_result_code_description(row.result, buffer.data(), &size), too_small);
+        EXPECT_EQ(size, needed);
+        EXPECT_TRUE(buffer.untouched());
+        EXPECT_EQ(kr_get_result_code_description(row.result, buffer.data(), &size), KR_SUCCESS);
+        EXPECT_EQ(size, needed);
+        EXPECT_EQ(narrow(buffer.data()), row.text);
+    }
+}
+
+TEST(Description, FramesTheTextAndCutsItToTheRoom) {
+    constexpr description_row rows[] = {
+        {__LINE__, KR_SUCCESS, "success \"Generic\" from \"Unknown source\""},
+        {__LINE__, 0x82000002, "error \"Out of memory\" from \"Unknown source\""},
+        {__LINE__, 0x0200001F, "success \"Yes\" from \"Unknown source\""},
+        {__LINE__, 0x83FF0001, "error \"Operation not permitted\" from \"Unknown source\""},
+        {__LINE__, 0x83010001, "error \"Operation not permitted\" from \"Driver probe\""},
+        {__LINE__, KR_RESULT_INVALID, "Invalid result value"},
+    };
+    for (const description_row& row : rows) {
+        SCOPED_TRACE(row.line);
+        const std::string text = row.text;
+        const size_t needed = (text.size() + 1) * sizeof(kr_char);
+        size_t size = 0;
+        EXPECT_EQ(kr_get_result_description2(row.result, nullptr, &size), KR_SUCCESS);
+        EXPECT_EQ(size, needed);
+        for (size_t room = 0; room <= needed + 1; ++room) {
+            guarded_buffer<kr_char> buffer(byte_count{room});
+            size = room;
+            const kr_result result = kr_get_result_description2(row.result, buffer.data(), &size);
+            if (room < 2) {
+                EXPECT_EQ(result, 0x82000003u);
+                continue;
+            }
+            EXPECT_EQ(result, room < needed ? cut : KR_SUCCESS) << room;
+            EXPECT_EQ(size, needed);
+            EXPECT_EQ(narrow(buffer.data()), text.substr(0, room / 2 - 1));
+            EXPECT_EQ(kr_get_result_description(row.result, buffer.data(), room), result);
+        }
+    }
+}
+
+TEST(Win32Message, IsTheSystemsText) {
+    constexpr u32 file_not_found = 2;
+    constexpr u32 no_such_number = 0xFFFE;
+    kr_char expected[256];
+    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK,
+                                        nullptr, file_not_found, 0x0400, expected, 256, nullptr);
+    ASSERT_GT(length, 0u);
+    const size_t needed = (length + 1) * sizeof(kr_char);
+
+    guarded_buffer<kr_char> buffer(byte_count{needed});
+    size_t size = needed;
+    EXPECT_EQ(kr_result_win32_message(file_not_found, buffer.data(), &size), KR_SUCCESS);
+    EXPECT_EQ(size, needed);
+    EXPECT_EQ(narrow(buffer.data()), narrow(expected));
+    size = needed - 2;
+    EXPECT_EQ(kr_get_result_code_description(0x84000002, buffer.data(), &size), too_small);
+    EXPECT_EQ(size, needed - 2);
+    EXPECT_EQ(kr_get_result_code_description(0x84000000 + no_such_number, buffer.data(), &size),
+              0x82000000u);
+    EXPECT_EQ(size, needed - 2);
+
+    size = 1;
+    EXPECT_EQ(kr_get_result_description2(0x84000002, nullptr, &size), KR_SUCCESS);
+    EXPECT_EQ(size, needed + (std::strlen("error \"\" from \"Unknown source\"") * 2));
+    EXPECT_EQ(kr_get_result_description2(0x84000000 + no_such_number, nullptr, &size), 0x82000000u);
+}
+
+TEST(Win32Message, IsNotFramedWhenItIsLongerThan127Characters) {
+    u32 texts = 0;
+    for (u32 error = 0; error < 3000; ++error) {
+        kr_char text[4096];
+        size_t size = sizeof(text);
+        kr_result expected = kr_result_win32_message(static_cast<u16>(error), text, &size);
+        if (kr_result_succeeded(expected)) {
+            ++texts;
+            expected = size > 128 * sizeof(kr_char) ? too_small : KR_SUCCESS;
+        }
+        size_t framed = 0;
+        EXPECT_EQ(kr_get_result_description2(0x84000000 + error, nullptr, &framed), expected)
+            << error;
+    }
+    EXPECT_GT(texts, 10u);
+}
+
+} // namespace
