@@ -74,7 +74,7 @@ void apply_formatting(kr_settings_handle group, const kr_char* entry,
     if (kr_result_succeeded(kr_settings_get_signed_int(group, entry, &mode))) {
         kr_log_set_formatting(static_cast<u32>(mode));
     }
-    kr_log_keep_formatting();
+    kr_log_keep_formatting(1);
     KR_LOG_AS(KR_LOG_OTHER, KR_LOG_FORCED, reset_name, "Overriding log formatting -> %d", mode);
 }
 

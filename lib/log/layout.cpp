@@ -36,8 +36,8 @@ u32 kr_log_formatting() {
     return formatting_mode.load(std::memory_order_relaxed);
 }
 
-void kr_log_keep_formatting() {
-    formatting_explicit.store(1, std::memory_order_relaxed);
+void kr_log_keep_formatting(u32 on) {
+    formatting_explicit.store(on, std::memory_order_relaxed);
 }
 
 u32 kr_log_formatting_is_explicit() {

@@ -15,8 +15,9 @@ u32 kr_log_level_set(u16 id, u32 mask);
 void kr_log_set_formatting(u32 mode);
 u32 kr_log_formatting();
 
-/// Makes the mode explicit: it is no longer derived from the masks, for the life of the process.
-void kr_log_keep_formatting();
+/// While on, the mode is explicit: it is not derived from the masks. The configuration turns it on,
+/// and nothing of the library turns it off again.
+void kr_log_keep_formatting(u32 on);
 u32 kr_log_formatting_is_explicit();
 
 /// Derives the mode from the masks of categories 1 up: 2 if any has KR_LOG_CALL, else 1 if any has
