@@ -1,0 +1,148 @@
+#!/bin/bash
+# log_settings_e2e.sh BUILD: the log settings under Wine: each sample file and each kind of entry is
+# imported with reg, the real program runs, and its log is compared line by line.
+set -u
+BUILD=$1
+source "$(dirname "$0")/lib.sh"
+
+samples=$(dirname "$0")/../../tools/loadprobe/settings
+key='HKEY_LOCAL_MACHINE\SOFTWARE\Korinth\tools\loadprobe\log'
+
+# settings LINE...: a group that holds these entries and no others. Wine lists them by name.
+settings() {
+  {
+    printf 'Windows Registry Editor Version 5.00\r\n\r\n[-%s]\r\n\r\n[%s]\r\n' "$key" "$key"
+    printf '%s\r\n' "$@"
+  } >"$work/settings.reg"
+  import_settings "$work/settings.reg"
+}
+
+# comparable: what differs from run to run is named instead: stamps, thread ids, addresses, run times.
+comparable() {
+  tr -d '\r' | sed -E \
+    -e 's/^[0-9]{6} [0-9:]{8}\.[0-9]{3}\.[0-9]{3}; /STAMP; /' \
+    -e 's/:________:[0-9A-F]{8}(;|$)/:THREAD\1/' \
+    -e 's/0x[0-9A-F]{16}/ADDRESS/' \
+    -e 's/^\[[0-9]{6}\] msec/[TIME] msec/'
+}
+
+# says WHAT EXPECTED: runs the program and compares what it says.
+says() {
+  probe
+  check "$1: exit code" "$exit_code" 0
+  check "$1: log" "$(comparable <<<"$debug_output")" "$2"
+}
+
+# What the program says by itself, and the first line about settings, in the usual layout.
+compatible='STAMP; loadprobe:THREAD; F(02); Successfully loaded test driver, will mark system as compatible; wmain()'
+stored='STAMP; loadprobe:THREAD; F(02); Set registry DWORD value HKLM\SOFTWARE\Korinth\driver_signature_supported to 1; kr::store_system_support_for_driver_signature()'
+found='STAMP; loadprobe:THREAD; F(01); Override log setting found for domain loadprobe; kr_log_reset()'
+# reset TEXT and category TEXT: an announcement.
+reset() { echo "STAMP; loadprobe:THREAD; F(01); $1; kr_log_reset()"; }
+category() { echo "STAMP; loadprobe:THREAD; F(01); Overriding $1; kr_log_conf_category()"; }
+
+fresh
+log_file=$WINEPREFIX/drive_c/windows/temp/loadprobe.log
+rm -f "$log_file"
+import_settings "$samples/log_to_file.reg"
+says 'log_to_file.reg' "$found
+$(reset 'Overriding log destination -> file://C:\Windows\Temp\loadprobe.log')"
+check 'log_to_file.reg: file' "$(comparable <"$log_file")" "$compatible
+$stored"
+
+import_settings "$samples/log_everything_to_console.reg"
+timeout 60 wine "$BUILD/tools/loadprobe/loadprobe.exe" >"$work/console" 2>/dev/null </dev/null
+memory='STAMP; loadprobe:THREAD; D(26); memory_ptr = ADDRESS; kr_memory_deallocate_raw()'
+memory_2='STAMP; D(26); kr_memory_deallocate_raw(); memory_ptr = ADDRESS; loadprobe:THREAD'
+check 'log_everything_to_console.reg' "$(comparable <"$work/console")" "$memory
+STAMP; C(07); kr_settings_get_signed_int(); Enter (name = formatting); loadprobe:THREAD
+$memory
+STAMP; C(07); kr_settings_get_signed_int(); Return 0x02000000 () success \"Generic\" from \"Unknown source\"; loadprobe:THREAD
+[TIME] msec - kr_settings_get_signed_int(); loadprobe:THREAD
+STAMP; F(01); kr_log_reset(); Overriding log formatting -> 2; loadprobe:THREAD
+$memory_2
+$memory_2
+$memory_2
+$memory_2
+$memory_2
+STAMP; F(02); wmain(); Successfully loaded test driver, will mark system as compatible; loadprobe:THREAD
+STAMP; F(02); kr::store_system_support_for_driver_signature(); Set registry DWORD value HKLM\\SOFTWARE\\Korinth\\driver_signature_supported to 1; loadprobe:THREAD"
+
+import_settings "$samples/log_quiet.reg"
+says 'log_quiet.reg' "$found
+$(reset 'Overriding log destination -> quiet!windbg')
+$compatible
+$stored"
+
+import_settings "$samples/log_defaults.reg"
+says 'log_defaults.reg' "$compatible
+$stored"
+
+settings
+says 'no entries' "$found
+$compatible
+$stored"
+
+for mode in 0 1; do
+  settings "\"formatting\"=\"$mode\""
+  says "formatting $mode" "$found
+$(reset "Overriding log formatting -> $mode")
+$compatible
+$stored"
+done
+settings '"formatting"="2"'
+says 'formatting 2' "$found
+STAMP; F(01); kr_log_reset(); Overriding log formatting -> 2; loadprobe:THREAD
+STAMP; F(02); wmain(); Successfully loaded test driver, will mark system as compatible; loadprobe:THREAD
+STAMP; F(02); kr::store_system_support_for_driver_signature(); Set registry DWORD value HKLM\\SOFTWARE\\Korinth\\driver_signature_supported to 1; loadprobe:THREAD"
+
+settings '"colors"="1"' '"formatting"="3"' '"notime"="1"'
+off=$'\e[0m'
+says 'colors, formatting 3, notime' "$found
+$(reset 'Overriding ansi colors -> yes')
+STAMP; F: Overriding log formatting -> 3
+F: Disable timestamps -> yes
+${off}F$off: Successfully loaded test driver, will mark system as compatible
+${off}F$off: Set registry DWORD value HKLM\\SOFTWARE\\Korinth\\driver_signature_supported to 1"
+
+settings '"notime"="1"' '"profile_min"="4294967295"' '"tags"="timer;________"' '"zebra"="1"'
+says 'notime, profile_min, tags' "$found
+$(reset 'Disable timestamps -> yes' | sed 's/^STAMP; //')
+$(reset 'Setting profile threshold -> 4294967295' | sed 's/^STAMP; //')
+$(reset 'Using tags filter -> timer;________' | sed 's/^STAMP; //')"
+
+# A warning of the probe shows which levels `main` has.
+wine sc create krdummy type= kernel start= demand binPath= 'C:\other.sys' >/dev/null 2>&1
+warning='STAMP; loadprobe:THREAD; W(02); Unable to create driver service, error code = 1073; kr::load_driver()'
+not_compatible="${compatible/Successfully loaded test driver, will mark system as compatible/Unable to load the test driver, will mark system as incompatible}"
+not_stored=${stored/ to 1/ to 0}
+settings '"ALL"="1"' '"Main"="2"'
+says '"all" before a category' "$found
+$(category 'all category levels to 1')
+$(category 'category Main level to 2')
+$warning
+$not_compatible
+$not_stored"
+settings '"2"="2"' '"all"="1"'
+says '"all" behind a category' "$found
+$(category 'category 2 level to 2')
+$(category 'all category levels to 1')
+$not_compatible
+$not_stored"
+fresh
+
+generic='Result is 0x82000000 (error "Generic" from "Unknown source")'
+settings '"destination"=dword:00000001' '"main"="65536"' '"memory"=dword:00000001' \
+  '"profile_min"=hex(1):31,00' '"settings"="7"' '"unknown"="7"'
+says 'bad values' "$found
+STAMP; loadprobe:THREAD; W(01); Keeping log destination because the value of 'destination' cannot be read as a string $generic; kr_log_reset()
+STAMP; loadprobe:THREAD; W(01); Ignoring log conf category key 'main' because its value cannot be converted to 16 bit integer Result is 0x8200004D (error \"Overflow\" from \"Unknown source\"); kr_log_conf_category()
+STAMP; loadprobe:THREAD; W(07); kr_settings_get_string_alloc() failed for name=memory $generic; kr_settings_get_unsigned_int()
+STAMP; loadprobe:THREAD; W(01); Ignoring log conf category key 'memory' because its value cannot be converted to 16 bit integer $generic; kr_log_conf_category()
+$(reset 'Setting profile threshold -> 1')
+$(category 'category settings level to 7')
+$compatible
+$stored"
+
+fresh
+finish
