@@ -273,7 +273,7 @@ kr_result kr_settings_get_string(kr_settings_handle settings, const kr_char* nam
         return kr_result_make_error(KR_GENERIC);
     }
     if (!is_terminated(buffer, size_bytes)) {
-        const u32 length_chars = size_bytes / sizeof(kr_char);
+        const auto length_chars = static_cast<u32>(size_bytes / sizeof(kr_char));
         if (length_chars >= capacity) {
             return kr_result_make_error(KR_GENERIC);
         }
