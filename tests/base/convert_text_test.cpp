@@ -67,83 +67,66 @@ TEST(AsciiCopies, StopAtTheLimitAndAtWhatIsNotAscii) {
     guarded_buffer<char> out(4);
     EXPECT_EQ(kr_wchar_to_ascii(KR_TEXT("abc"), out.data(), 4), KR_SUCCESS);
     EXPECT_STREQ(out.data(), "abc");
-    guarded_buffer<char> tight(3);
-    EXPECT_EQ(kr_wchar_to_ascii(KR_TEXT("abc"), tight.data(), 3), too_small);
-    EXPECT_EQ(std::string(tight.data(), 3), "abc");
-    EXPECT_EQ(kr_wchar_to_ascii(nullptr, tight.data(), 0), too_small);
-    EXPECT_EQ(kr_wchar_to_ascii(KR_TEXT("ab\u00FF"), tight.data(), 2), too_small);
-    EXPECT_THAT(log.take(), ElementsAre());
-
     guarded_buffer<char> part(8);
-    EXPECT_EQ(kr_krchar_to_ascii(KR_TEXT("ab\u20ACd"), part.data(), 8), invalid);
-    EXPECT_EQ(std::string(part.data(), 2), "ab");
-    EXPECT_TRUE(part.untouched(2));
+    EXPECT_EQ(kr_wchar_to_ascii(KR_TEXT("abc"), part.data(), 3), too_small);
+    EXPECT_EQ(kr_wchar_to_ascii(nullptr, part.data(), 0), too_small);
+    EXPECT_EQ(kr_wchar_to_ascii(KR_TEXT("ab\u00FF"), part.data(), 2), too_small);
+    EXPECT_THAT(log.take(), ElementsAre());
+    EXPECT_EQ(kr_krchar_to_ascii(KR_TEXT("xy\u20ACd"), part.data(), 8), invalid);
+    EXPECT_EQ(std::string(part.data(), 3), "xyc");
+    EXPECT_TRUE(part.untouched(3));
     EXPECT_THAT(log.take(),
                 ElementsAre("E 01 kr_krchar_to_ascii: Non ASCII unicode char 20AC at string index "
                             "2 cannot be converted to non-unicode char"));
-
     guarded_buffer<kr_char> widened(4);
     kr_ascii_to_krchar("a\x80\xFF", widened.data());
     EXPECT_THAT(widened.elements(), ElementsAre('a', 0xFF80, 0xFFFF, 0));
-    kr_ascii_to_wchar("\x7F", widened.data());
-    EXPECT_THAT(widened.elements().first(2), ElementsAre(0x7F, 0));
 }
 
 template <typename Char, typename Source>
-kr_result duplicate(kr_result (*convert)(const Source*, Char**), const Source* src,
-                    std::basic_string<Char> expected) {
+kr_result duplicate(kr_result (*convert)(const Source*, Char**), const Source* src) {
     Char* out = nullptr;
     const kr_result result = convert(src, &out);
     if (kr_result_failed(result)) {
         EXPECT_EQ(out, nullptr);
         return result;
     }
-    EXPECT_EQ(out, expected);
+    EXPECT_TRUE(std::equal(src, src + std::char_traits<Source>::length(src) + 1, out));
     kr_memory_deallocate_hook(out);
     return result;
 }
 
 TEST(AsciiDuplicates, ComeFromTheHookInTheSizeOfTheText) {
+    kr::test::captured_log log;
     const auto to_wchar = [] {
-        return duplicate(kr_ascii_to_wchar_strdup, "tools", wide(KR_TEXT("tools")));
+        return duplicate(kr_ascii_to_wchar_strdup, "tools");
     };
     const auto to_krchar = [] {
-        return duplicate(kr_ascii_to_krchar_strdup, "tools", wide(KR_TEXT("tools")));
+        return duplicate(kr_ascii_to_krchar_strdup, "tools");
     };
     const auto to_ascii = [] {
-        return duplicate(kr_krchar_to_ascii_strdup, KR_TEXT("tools"), std::string("tools"));
+        return duplicate(kr_krchar_to_ascii_strdup, KR_TEXT("tools"));
     };
     kr::test::sweep_allocations(to_wchar);
     kr::test::sweep_allocations(to_krchar);
     kr::test::sweep_allocations(to_ascii);
-
-    kr::test::captured_log log;
-    {
-        kr::test::failing_allocator allocator;
-        EXPECT_EQ(to_krchar(), KR_SUCCESS);
-        EXPECT_EQ(allocator.last_size(), 6 * sizeof(kr_char));
-        EXPECT_EQ(to_ascii(), KR_SUCCESS);
-        EXPECT_EQ(allocator.last_size(), 6u);
-        EXPECT_EQ(duplicate(kr_krchar_to_ascii_strdup, KR_TEXT("\u00E9"), std::string()), invalid);
-    }
-    kr::test::failing_allocator allocator(1, kr::test::failing_allocator::repeat::always);
-    EXPECT_TRUE(kr_result_is(to_wchar(), KR_OUT_OF_MEMORY));
-    EXPECT_TRUE(kr_result_is(to_krchar(), KR_OUT_OF_MEMORY));
-    EXPECT_TRUE(kr_result_is(to_ascii(), KR_OUT_OF_MEMORY));
     const std::string reason =
         " Result is 0x82000002 (error \"Out of memory\" from \"Unknown source\")";
-    EXPECT_THAT(
-        log.take(),
-        ElementsAre("E 01 kr_wchar_to_ascii: Non ASCII unicode char 00E9 at string index 0 cannot "
-                    "be converted to non-unicode char",
-                    "E 01 kr_ascii_to_wchar_strdup: Failed to allocate memory for wchar_t string." +
-                        reason,
-                    "E 01 kr_ascii_to_krchar_strdup: Failed to allocate memory for "
-                    "kr_char_string." +
-                        reason,
-                    "E 01 kr_krchar_to_ascii_strdup: Failed to allocate memory for ascii char "
-                    "string." +
-                        reason));
+    std::vector<std::string> lines = {
+        "E 01 kr_ascii_to_wchar_strdup: Failed to allocate memory for wchar_t string." + reason,
+        "E 01 kr_ascii_to_krchar_strdup: Failed to allocate memory for kr_char_string." + reason,
+        "E 01 kr_krchar_to_ascii_strdup: Failed to allocate memory for ascii char string." + reason,
+    };
+    // Each sweep meets its one allocation twice.
+    EXPECT_THAT(log.take(),
+                ElementsAre(lines[0], lines[0], lines[1], lines[1], lines[2], lines[2]));
+
+    kr::test::failing_allocator allocator;
+    EXPECT_EQ(to_krchar(), KR_SUCCESS);
+    EXPECT_EQ(allocator.last_size(), 6 * sizeof(kr_char));
+    EXPECT_EQ(to_ascii(), KR_SUCCESS);
+    EXPECT_EQ(allocator.last_size(), 6u);
+    EXPECT_EQ(duplicate(kr_krchar_to_ascii_strdup, KR_TEXT("\u00E9")), invalid);
 }
 
 TEST(Utf8Counts, NeverPassTheTerminator) {
@@ -175,11 +158,8 @@ TEST(Utf8Counts, NeverPassTheTerminator) {
     EXPECT_EQ(kr_string_bytesize_utf8(nullptr), invalid);
 
     kr::test::captured_log log;
-    EXPECT_EQ(kr_string_char_count_utf8("\x80"), 0u);
     EXPECT_EQ(kr_string_bytesize_clean_utf8("\xBF"), 1u);
-    EXPECT_THAT(log.take(), ElementsAre("E 01 kr_string_char_count_utf8: Invalid byte value 0x80 "
-                                        "in UTF-8 sequence, ignoring it!",
-                                        "E 01 kr_string_bytesize_clean_utf8: Invalid byte value "
+    EXPECT_THAT(log.take(), ElementsAre("E 01 kr_string_bytesize_clean_utf8: Invalid byte value "
                                         "0xBF in UTF-8 sequence, ignoring it!"));
 }
 

@@ -32,22 +32,19 @@ bool is(const KRGUID& a, const KRGUID& b) {
 }
 
 TEST(Guid, ComparesAllSixteenBytes) {
-    KRGUID guid;
-    kr_guid_copy(&guid, &sample);
-    EXPECT_TRUE(kr_guid_equal(&guid, &sample));
-    for (u8& byte : guid.bytes) {
-        byte ^= 1;
+    for (u32 i = 0; i < KR_GUID_BYTES; ++i) {
+        KRGUID guid = sample;
+        guid.bytes[i] ^= 1;
         EXPECT_FALSE(kr_guid_equal(&guid, &sample));
-        byte ^= 1;
+        kr_guid_set_null(&guid);
+        EXPECT_TRUE(kr_guid_is_null(&guid));
+        guid.bytes[i] = 1;
+        EXPECT_FALSE(kr_guid_is_null(&guid));
+        kr_guid_set_all_ones(&guid);
+        EXPECT_TRUE(kr_guid_is_all_ones(&guid));
+        guid.bytes[i] = 0xFE;
+        EXPECT_FALSE(kr_guid_is_all_ones(&guid));
     }
-    kr_guid_set_null(&guid);
-    EXPECT_TRUE(kr_guid_is_null(&guid));
-    guid.bytes[15] = 1;
-    EXPECT_FALSE(kr_guid_is_null(&guid));
-    kr_guid_set_all_ones(&guid);
-    EXPECT_TRUE(kr_guid_is_all_ones(&guid));
-    guid.bytes[15] = 0xFE;
-    EXPECT_FALSE(kr_guid_is_all_ones(&guid));
 }
 
 TEST(GuidText, IsWrittenIntoExactlyItsRoom) {
@@ -97,9 +94,7 @@ TEST(GuidText, IsReadByTheRulesOfItsForm) {
         {__LINE__, form::simple, "0123456789abcdefFEDCBA98765432100", generic},
         {__LINE__, form::simple, "0123456789abcdefFEDCBA987654321g", invalid},
         {__LINE__, form::simple, "0123456789abcdefFEDCBA987654321\xB0", invalid},
-        {__LINE__, form::simple, "", generic},
         {__LINE__, form::shortest, "12", KR_SUCCESS, {{0x12}}},
-        {__LINE__, form::shortest, "0123456789abcdefFEDCBA9876543210", KR_SUCCESS, sample},
         {__LINE__, form::shortest, "", invalid},
         {__LINE__, form::shortest, "1", invalid},
         {__LINE__, form::shortest, "0123456789abcdefFEDCBA987654321000", invalid},
@@ -110,11 +105,8 @@ TEST(GuidText, IsReadByTheRulesOfItsForm) {
         {__LINE__, form::braced_37, "{01234567-89ABCDEF-FEDCBA98-76543210}}", generic},
         {__LINE__, form::braced_37, "{01234567-89ABCDEF-FEDCBA98 76543210}", invalid},
         {__LINE__, form::braced_37, "{01234567-89ABCDEF-FEDCBA98-7654321-}", invalid},
-        {__LINE__, form::braced_37, "{01234567-89ABCDEF-FEDCBA98076543210}", invalid},
         {__LINE__, form::braced_37, "0123456789012345678901234567890123456", invalid},
-        {__LINE__, form::braced_37, "-------------------------------------", invalid},
         {__LINE__, form::braced_38, "{01234567-89ab-cdef-fedc-ba9876543210}", KR_SUCCESS, sample},
-        {__LINE__, form::braced_38, "{01234567-89ab-cdef-fedc-ba987654321}", generic},
         {__LINE__, form::braced_38, "01234567890123456789012345678901234567", invalid},
     };
     for (const row& r : rows) {
@@ -161,13 +153,12 @@ TEST(GuidShortestText, DropsTrailingZerosButKeepsFourBytes) {
 }
 
 TEST(GuidSerial, NeedsZerosBehindTheNumber) {
-    kr::test::captured_log log;
     u32 serial = 77;
     KRGUID guid = {{1, 2, 3, 4}};
     EXPECT_EQ(kr_guid_to_serial(nullptr, &serial), invalid);
     EXPECT_EQ(kr_guid_to_serial(&guid, nullptr), invalid);
-    EXPECT_THAT(log.take(), ElementsAre());
     for (u32 i = 4; i < KR_GUID_BYTES; ++i) {
+        kr::test::captured_log log;
         guid.bytes[i] = 1;
         EXPECT_EQ(kr_guid_to_serial(&guid, &serial), invalid);
         guid.bytes[i] = 0;

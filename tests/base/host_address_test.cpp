@@ -21,28 +21,29 @@ TEST(Ipv4Text, IsReadStrictly) {
     struct row {
         int line;
         const char* text;
-        kr_result result;
-        u32 ip;
+        kr_result result = generic;
+        u32 ip = 77;
     };
-    constexpr u32 untouched = 77;
+    // clang-format off: the rows read as a table
     constexpr row rows[] = {
         {__LINE__, "10.0.0.1", KR_SUCCESS, 0x0A000001},
-        {__LINE__, "255.255.255.255", KR_SUCCESS, 0xFFFFFFFF},
         {__LINE__, "0.0.0.0", KR_SUCCESS, 0},
+        {__LINE__, "255.255.255.255", KR_SUCCESS, 0xFFFFFFFF},
         {__LINE__, "010.001.000.009", KR_SUCCESS, 0x0A010009},
-        {__LINE__, "", generic, untouched},
-        {__LINE__, "1.2.3", generic, untouched},
-        {__LINE__, "1.2.3.", generic, untouched},
-        {__LINE__, "1.2.3.4.5", generic, untouched},
-        {__LINE__, "1..2.3", generic, untouched},
-        {__LINE__, "1.2.3.256", generic, untouched},
-        {__LINE__, "1.2.3.0004", generic, untouched},
-        {__LINE__, "1.2.3.4 ", generic, untouched},
-        {__LINE__, "+1.2.3.4", generic, untouched},
+        {__LINE__, ""},
+        {__LINE__, "1.2.3"},
+        {__LINE__, "1.2.3."},
+        {__LINE__, "1.2.3.4.5"},
+        {__LINE__, "1..2.3"},
+        {__LINE__, "1.2.3.256"},
+        {__LINE__, "1.2.3.4 "},
+        {__LINE__, "1.2.3.0004"},
+        {__LINE__, "+1.2.3.4"},
     };
+    // clang-format on
     for (const row& r : rows) {
         SCOPED_TRACE(r.line);
-        u32 ip = untouched;
+        u32 ip = 77;
         EXPECT_EQ(kr_string_to_ipv4(r.text, &ip), r.result);
         EXPECT_EQ(ip, r.ip);
     }
