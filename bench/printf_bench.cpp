@@ -11,14 +11,7 @@
 
 #define STB_SPRINTF_STATIC
 #define STB_SPRINTF_IMPLEMENTATION
-#if defined(__GNUC__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wunused-function"
-#endif
 #include <stb/stb_sprintf.h>
-#if defined(__GNUC__)
-#pragma GCC diagnostic pop
-#endif
 
 #include "base/product.h"
 #include "printf/printf.h"
@@ -46,7 +39,9 @@ void run(benchmark::State& state, const Work& work) {
 }
 
 #define KR_WORK(name, ...)                                                                         \
-    void name(benchmark::State& state) { run(state, [&] { return __VA_ARGS__; }); }
+    void name(benchmark::State& state) {                                                           \
+        run(state, [&] { return __VA_ARGS__; });                                                   \
+    }
 
 template <typename... Args>
 auto kr_write(const char* format, Args... args) {
@@ -135,9 +130,8 @@ constexpr const wchar_t* w_line = L"%ls.%03d.%03d; %8s:%s:%08X; %s%c%s(%02d); %l
         line.letter, line.none, line.category, message, line.function
 
 KR_WORK(log_line_kr, kr_write(kr_line, KR_LINE_ARGUMENTS(line.stamp16, line.message16)))
-KR_WORK(log_line_fmt,
-        f_write("{}.{:03}.{:03}; {:>8}:{}:{:08X}; {}{}{}({:02}); {}; {}()\n",
-                KR_LINE_ARGUMENTS(line.stamp, line.message)))
+KR_WORK(log_line_fmt, f_write("{}.{:03}.{:03}; {:>8}:{}:{:08X}; {}{}{}({:02}); {}; {}()\n",
+                              KR_LINE_ARGUMENTS(line.stamp, line.message)))
 KR_WORK(log_line_fmt_wide,
         fw_write(L"{}.{:03}.{:03}; {:>8}:{}:{:08X}; {}{}{}({:02}); {}; {}()\n", line.wstamp,
                  line.milliseconds, line.sequence, line.wdomain, line.wthread, line.thread_id,
@@ -182,18 +176,18 @@ const kr_result failure = opaque(kr_result{0x82000002});
 const char* const description = opaque("error \"Out of memory\" from \"Unknown source\"");
 KR_WORK(result_kr, kr_write("Result is %_r (%_z)", &failure, &failure))
 KR_WORK(result_snprintf, c_write("Result is 0x%08X (%s)", failure, description))
-KR_WORK(result_strerror,
-        c_write("Result is 0x%08X (error \"%s\" from \"Unknown source\")", failure,
-                std::strerror(opaque(ENOMEM))))
+KR_WORK(result_strerror, c_write("Result is 0x%08X (error \"%s\" from \"Unknown source\")", failure,
+                                 std::strerror(opaque(ENOMEM))))
 
 KR_WORK(measure_kr, [] {
     size_t size = 0;
-    const kr_result result = kr_printf_format2(
-        nullptr, 0, &size, kr_line, KR_LINE_ARGUMENTS(line.stamp16, line.message16));
+    const kr_result result = kr_printf_format2(nullptr, 0, &size, kr_line,
+                                               KR_LINE_ARGUMENTS(line.stamp16, line.message16));
     return result + size;
 }())
-KR_WORK(measure_fmt, fmt::formatted_size("{}.{:03}.{:03}; {:>8}:{}:{:08X}; {}{}{}({:02}); {}; {}()\n",
-                                         KR_LINE_ARGUMENTS(line.stamp, line.message)))
+KR_WORK(measure_fmt,
+        fmt::formatted_size("{}.{:03}.{:03}; {:>8}:{}:{:08X}; {}{}{}({:02}); {}; {}()\n",
+                            KR_LINE_ARGUMENTS(line.stamp, line.message)))
 KR_WORK(measure_snprintf,
         std::snprintf(nullptr, 0, c_line, KR_LINE_ARGUMENTS(line.stamp, line.message)))
 KR_WORK(measure_stb,
