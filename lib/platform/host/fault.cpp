@@ -49,7 +49,7 @@ watch_lists& lists() {
 
 } // namespace
 
-std::optional<injected> report_call(std::string_view call, std::string argument) {
+std::optional<injected> report_call(std::string_view call, const std::string& argument) {
     watch_lists& all = lists();
     const std::lock_guard hold(all.lock);
     for (const auto& recorder : all.recorders) {

@@ -19,7 +19,7 @@ struct injected {
     u32 error;
     u32 amount;
 };
-std::optional<injected> report_call(std::string_view call, std::string argument);
+std::optional<injected> report_call(std::string_view call, const std::string& argument);
 
 /// Records the call and says what an armed fault makes of it. `describe()` gives the argument for
 /// the record as std::string and runs only when someone watches; callers hold no lock.
