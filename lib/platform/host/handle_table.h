@@ -11,7 +11,7 @@
 namespace kr::host::detail {
 
 /// Handle numbers count up in steps of 8 over all tables, so that no table knows another's number
-/// and none comes back. File handles (see files.cpp) are 4 above a multiple of 8.
+/// and none comes back. File handles (see descriptors.h) are 4 above a multiple of 8.
 inline u64 new_handle_number() {
     static std::atomic<u64> last{0x1000};
     return last.fetch_add(8, std::memory_order_relaxed) + 8;

@@ -1,0 +1,52 @@
+/// File handles and what is known of the open files.
+#include "platform/host/descriptors.h"
+
+#include "platform/host/world.h"
+
+namespace kr::host::detail {
+
+std::array<std::atomic<u8>, MAX_DESCRIPTORS> descriptor_flags;
+
+HANDLE handle_of(int descriptor) {
+    return reinterpret_cast<HANDLE>((static_cast<std::uintptr_t>(descriptor) + 1) * 8 + 4);
+}
+
+open_descriptor descriptor_of(HANDLE handle) {
+    const auto value = reinterpret_cast<std::uintptr_t>(handle);
+    const std::uintptr_t number = value / 8 - 1;
+    if (value % 8 != 4 || number >= MAX_DESCRIPTORS) {
+        return {-1, 0};
+    }
+    return {static_cast<int>(number), descriptor_flags[number].load(std::memory_order_acquire)};
+}
+
+open_files& files() {
+    static auto& instance = *new open_files;
+    return instance;
+}
+
+std::string file_argument(HANDLE handle) {
+    const open_descriptor file = descriptor_of(handle);
+    const std::lock_guard hold(files().lock);
+    const auto found = files().by_descriptor.find(file.number);
+    if (found != files().by_descriptor.end()) {
+        return found->second.path;
+    }
+    constexpr const char* standard[] = {"stdin", "stdout", "stderr"};
+    return file.number >= 0 && file.number < 3 ? standard[file.number] : "?";
+}
+
+std::string path_argument(const WCHAR* path) {
+    return to_utf8(path == nullptr ? u"" : path);
+}
+
+bool is_read_only(const struct stat& status) {
+    return S_ISREG(status.st_mode) && (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+}
+
+BOOL fail(DWORD error) {
+    SetLastError(error);
+    return FALSE;
+}
+
+} // namespace kr::host::detail
