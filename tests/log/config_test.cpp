@@ -215,7 +215,7 @@ TEST_F(LogConfig, FiltersThreadsByTags) {
         EXPECT_EQ(reset({{KR_TEXT("tags"), row.tags}}).size(), 1u);
         const auto writes = [log](const char* thread_name) {
             EXPECT_EQ(kr_log_thread_register(thread_name), KR_SUCCESS);
-            KR_LOG(KR_LOG_OTHER, KR_LOG_FORCED, "x");
+            kr_log(KR_LOG_OTHER, KR_LOG_FORCED, "krtest", "function", "x");
             EXPECT_EQ(kr_log_thread_unregister(), KR_SUCCESS);
             return !log->take().empty();
         };

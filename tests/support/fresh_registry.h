@@ -2,7 +2,6 @@
 /// On either system it is the real registry of that system, below HKEY_LOCAL_MACHINE.
 #pragma once
 
-#include <span>
 #include <string>
 #include <vector>
 
@@ -53,15 +52,18 @@ public:
     // NOLINTNEXTLINE(google-explicit-constructor): it stands for the handle that it keeps open
     operator kr_settings_handle() const { return handle_; }
 
-    /// Stores what another program might have left: any type, any bytes.
-    void plant(const kr_char* name, DWORD type, std::span<const u8> data) const {
+    /// Stores what another program might have left: any type, any bytes. No zeros stand behind
+    /// them, where the system looks for a missing terminator.
+    void plant(const kr_char* name, DWORD type, std::vector<u8> data) const {
+        const std::size_t size_bytes = data.size();
+        data.resize(size_bytes + sizeof(kr_char), 0x55);
         RegSetValueExW(reinterpret_cast<HKEY>(handle_), name, 0, type, data.data(),
-                       static_cast<DWORD>(data.size()));
+                       static_cast<DWORD>(size_bytes));
     }
 
     void plant(const kr_char* name, const wide& text) const {
-        plant(name, REG_SZ,
-              {reinterpret_cast<const u8*>(text.c_str()), (text.size() + 1) * sizeof(kr_char)});
+        const u8* const bytes = reinterpret_cast<const u8*>(text.c_str());
+        plant(name, REG_SZ, {bytes, bytes + (text.size() + 1) * sizeof(kr_char)});
     }
 
     /// The stored text, or "<missing>" or "<failed>".
