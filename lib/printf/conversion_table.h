@@ -85,10 +85,9 @@ enum class format_shape : u8 {
 };
 
 struct format_conversion {
-    bool library; ///< the letter follows an underscore
+    const char* name; ///< in the failure lines; i shares the name of d
+    bool library;     ///< the letter follows an underscore
     char letter;
-    /// As the failure lines name it; i shares the name of d.
-    const char* name;
     format_operation operation;
     format_argument argument;
     format_shape shape = format_shape::from_format;
@@ -102,28 +101,28 @@ struct format_conversion {
 
 inline constexpr format_conversion format_conversions[] = {
     // clang-format off
-    {false, 'd', "d", format_operation::signed_integer, format_argument::integer},
-    {false, 'i', "d", format_operation::signed_integer, format_argument::integer},
-    {false, 'u', "u", format_operation::unsigned_integer, format_argument::integer},
-    {false, 'o', "o", format_operation::unsigned_integer, format_argument::integer, format_shape::from_format, 8},
-    {false, 'x', "x", format_operation::unsigned_integer, format_argument::integer, format_shape::from_format, 16},
-    {false, 'X', "X", format_operation::unsigned_integer, format_argument::integer, format_shape::from_format, 16, true},
-    {false, 's', "s", format_operation::narrow_string, format_argument::narrow_string},
-    {false, 'c', "c", format_operation::character, format_argument::integer32},
-    {false, 'p', "p", format_operation::pointer, format_argument::pointer},
-    {true, 'P', "_P", format_operation::pointer, format_argument::pointer},
-    {true, 'p', "_p", format_operation::kr_pointer, format_argument::pointer},
-    {true, 's', "_s", format_operation::wide_string, format_argument::wide_string},
-    {true, 'g', "_g", format_operation::guid, format_argument::guid},
-    {true, 'k', "_k", format_operation::ipv4, format_argument::integer32},
-    {true, 'r', "_r", format_operation::result, format_argument::result},
-    {true, 'z', "_z", format_operation::description, format_argument::result},
-    {true, 'b', "_b", format_operation::unsigned_integer, format_argument::integer32, format_shape::always_32},
-    {true, 'h', "_h", format_operation::unsigned_integer, format_argument::integer32, format_shape::byte_digits, 16},
-    {true, 'H', "_H", format_operation::unsigned_integer, format_argument::integer32, format_shape::byte_digits, 16, true},
-    {true, 'u', "_u", format_operation::unsigned_integer, format_argument::integer, format_shape::sized},
-    {true, 'x', "_x", format_operation::unsigned_integer, format_argument::integer, format_shape::sized_digits, 16},
-    {true, 'X', "_X", format_operation::unsigned_integer, format_argument::integer, format_shape::sized_digits, 16, true},
+    {"d", false, 'd', format_operation::signed_integer, format_argument::integer},
+    {"d", false, 'i', format_operation::signed_integer, format_argument::integer},
+    {"u", false, 'u', format_operation::unsigned_integer, format_argument::integer},
+    {"o", false, 'o', format_operation::unsigned_integer, format_argument::integer, format_shape::from_format, 8},
+    {"x", false, 'x', format_operation::unsigned_integer, format_argument::integer, format_shape::from_format, 16},
+    {"X", false, 'X', format_operation::unsigned_integer, format_argument::integer, format_shape::from_format, 16, true},
+    {"s", false, 's', format_operation::narrow_string, format_argument::narrow_string},
+    {"c", false, 'c', format_operation::character, format_argument::integer32},
+    {"p", false, 'p', format_operation::pointer, format_argument::pointer},
+    {"_P", true, 'P', format_operation::pointer, format_argument::pointer},
+    {"_p", true, 'p', format_operation::kr_pointer, format_argument::pointer},
+    {"_s", true, 's', format_operation::wide_string, format_argument::wide_string},
+    {"_g", true, 'g', format_operation::guid, format_argument::guid},
+    {"_k", true, 'k', format_operation::ipv4, format_argument::integer32},
+    {"_r", true, 'r', format_operation::result, format_argument::result},
+    {"_z", true, 'z', format_operation::description, format_argument::result},
+    {"_b", true, 'b', format_operation::unsigned_integer, format_argument::integer32, format_shape::always_32},
+    {"_h", true, 'h', format_operation::unsigned_integer, format_argument::integer32, format_shape::byte_digits, 16},
+    {"_H", true, 'H', format_operation::unsigned_integer, format_argument::integer32, format_shape::byte_digits, 16, true},
+    {"_u", true, 'u', format_operation::unsigned_integer, format_argument::integer, format_shape::sized},
+    {"_x", true, 'x', format_operation::unsigned_integer, format_argument::integer, format_shape::sized_digits, 16},
+    {"_X", true, 'X', format_operation::unsigned_integer, format_argument::integer, format_shape::sized_digits, 16, true},
     // clang-format on
 };
 
@@ -137,14 +136,14 @@ void two_conversions_share_a_letter();
 consteval format_index format_index_of(bool library) {
     format_index index{};
     index.fill(format_no_row);
-    for (u8 row = 0; row < std::size(format_conversions); ++row) {
+    for (size_t row = 0; row < std::size(format_conversions); ++row) {
         const format_conversion& conversion = format_conversions[row];
         if (conversion.library == library) {
             u8& entry = index[static_cast<u8>(conversion.letter)];
             if (entry != format_no_row) {
                 two_conversions_share_a_letter();
             }
-            entry = row;
+            entry = static_cast<u8>(row);
         }
     }
     return index;
@@ -161,8 +160,9 @@ inline constexpr char format_last_flag = '0';
 inline constexpr auto format_flag_index = [] {
     std::array<u8, format_last_flag - format_first_flag + 1> index{};
     index.fill(format_no_row);
-    for (u8 row = 0; row < std::size(format_flags); ++row) {
-        index[static_cast<size_t>(format_flags[row].character - format_first_flag)] = row;
+    for (size_t row = 0; row < std::size(format_flags); ++row) {
+        index[static_cast<size_t>(format_flags[row].character - format_first_flag)] =
+            static_cast<u8>(row);
     }
     return index;
 }();

@@ -23,12 +23,15 @@ struct format_settings {
     u32 size_modifier = KR_PRINTF_SIZE_NONE;
 };
 
-/// Room for characters, up to `end`.
+/// Room for characters.
 struct format_room {
     kr_char* at;
-    kr_char* end;
+    size_t chars;
 
-    [[nodiscard]] size_t chars() const { return static_cast<size_t>(end - at); }
+    void advance(size_t count) {
+        at += count;
+        chars -= count;
+    }
 };
 
 /// The output of one walk. What was counted is what was written, so that one number says both where
@@ -48,7 +51,8 @@ struct format_output {
     /// When writing: the room that the last `counted` characters and all behind them have. It may
     /// be less than was counted.
     [[nodiscard]] format_room room_of(size_t counted) const {
-        return {base + (chars - counted), base + size / sizeof(kr_char)};
+        const size_t used = chars - counted;
+        return {base + used, size / sizeof(kr_char) - used};
     }
 
     /// The output behind the next `more` characters, as a piece of its own. They must fit.
@@ -131,13 +135,16 @@ private:
 template <bool Traced>
 inline bool format_pad(const format_scope<Traced>& scope, format_room& room, size_t count,
                        char fill) {
-    kr_char* const end = room.at + std::min(count, room.chars());
-    const bool fits = count <= room.chars();
-    while (room.at != end) {
-        *room.at++ = static_cast<kr_char>(fill);
+    if (count == 0) {
+        return true;
+    }
+    const size_t fitting = std::min(count, room.chars);
+    for (size_t i = 0; i < fitting; ++i) {
+        room.at[i] = static_cast<kr_char>(fill);
         scope.debug("Padding with '%c'", fill);
     }
-    return fits;
+    room.advance(fitting);
+    return fitting == count;
 }
 
 /// Runs a conversion on the output state as the public operations take it apart.

@@ -61,7 +61,7 @@ inline kr_result format_guid(format_output& out, va_list* args) {
         return scope.leave(KR_SUCCESS);
     }
     format_room room = out.room_of(chars);
-    if (room.chars() < chars) {
+    if (room.chars < chars) {
         return scope.leave_without_room();
     }
     if (guid == nullptr) {
@@ -97,7 +97,7 @@ inline kr_result format_ipv4(format_output& out, va_list* args) {
         part.count(1);
         if (!part.measuring()) {
             const format_room room = part.room_of(1);
-            if (room.chars() < 1) {
+            if (room.chars < 1) {
                 return scope.leave_without_room();
             }
             *room.at = '.';

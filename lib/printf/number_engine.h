@@ -72,14 +72,14 @@ inline u32 prefix_length(u32 radix, u32 flags, u64 value) {
 }
 
 inline bool put_prefix(u32 length, const kr_char* digits, format_room& room) {
-    if (room.chars() < length) {
+    if (room.chars < length) {
         return false;
     }
     room.at[0] = '0';
     if (length == 2) {
         room.at[1] = digits[10] == 'A' ? 'X' : 'x';
     }
-    room.at += length;
+    room.advance(length);
     return true;
 }
 
@@ -114,9 +114,9 @@ inline kr_result format_unsigned_value(u32 radix, const kr_char* digits, u32 fla
         scope.warn("Buffer too small. No place for alternative form.");
         return scope.leave(kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH));
     }
-    if (room.chars() < digits_wanted) {
+    if (room.chars < digits_wanted) {
         scope.warn("Buffer too small (%zu while %u required).",
-                   room.chars() * sizeof(kr_char) + out.size % sizeof(kr_char), digits_wanted);
+                   room.chars * sizeof(kr_char) + out.size % sizeof(kr_char), digits_wanted);
         return scope.leave(kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH));
     }
     write_digits(value, radix, digits, digits_wanted, room.at);
@@ -191,10 +191,11 @@ inline bool take_signed(const format_scope<Traced>& scope, u32 size_modifier, va
 }
 
 inline bool put_minus(format_room& room) {
-    if (room.chars() < 1) {
+    if (room.chars < 1) {
         return false;
     }
-    *room.at++ = '-';
+    *room.at = '-';
+    room.advance(1);
     return true;
 }
 
@@ -237,7 +238,7 @@ inline kr_result format_signed(const format_settings& settings, format_output& o
             return scope.leave_without_room();
         }
     }
-    if (room.chars() < digits) {
+    if (room.chars < digits) {
         return scope.leave_without_room();
     }
     write_decimal(value, digits, room.at);
@@ -263,7 +264,7 @@ inline kr_result format_text(const format_scope<Traced>& scope, u32 width, forma
         return scope.leave(KR_SUCCESS);
     }
     format_room room = out.room_of(total);
-    if (!format_pad(scope, room, total - length, ' ') || room.chars() < length) {
+    if (!format_pad(scope, room, total - length, ' ') || room.chars < length) {
         return scope.leave_without_room();
     }
     copy_text(text, length, room.at);
@@ -307,7 +308,7 @@ inline kr_result format_character(format_output& out, va_list* args) {
         return scope.leave(KR_SUCCESS);
     }
     const format_room room = out.room_of(1);
-    if (room.chars() < 1) {
+    if (room.chars < 1) {
         return scope.leave_without_room();
     }
     *room.at = widen(character);

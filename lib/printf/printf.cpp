@@ -155,16 +155,16 @@ inline kr_result format_conversion_at(const format_scope<Traced>& scope, const c
         letter = *cursor;
         row = format_take_conversion(&letter);
     }
-    kr_result result = syntax_error();
     if (row == format_no_row) {
+        const kr_result unknown = syntax_error();
         if (**cursor != '_' && **cursor != '\0') {
-            scope.warn("Unknown type Result is %_r (%_z)", &result, &result);
+            scope.warn("Unknown type Result is %_r (%_z)", &unknown, &unknown);
         }
-        return result;
+        return unknown;
     }
     *cursor = letter;
     const format_conversion& conversion = format_conversions[row];
-    result = run_conversion<Traced>(conversion, settings, out, args);
+    const kr_result result = run_conversion<Traced>(conversion, settings, out, args);
     if (kr_result_failed(result)) {
         scope.warn("Processing '%s' type failed Result is %_r (%_z)", conversion.name, &result,
                    &result);
@@ -176,8 +176,17 @@ inline kr_result format_conversion_at(const format_scope<Traced>& scope, const c
 template <bool Traced>
 inline kr_result walk(const format_scope<Traced>& scope, const char* format, format_output& out,
                       va_list* args) {
-    while (*format != '\0') {
-        if (*format != '%' || *++format == '%') { // the second of two stands for itself
+    for (;;) {
+        if (*format != '%') {
+            if (*format != '\0' && !put_literals(&format, out)) {
+                return format_no_room("kr_printf_format");
+            }
+            if (*format == '\0') {
+                return KR_SUCCESS;
+            }
+        }
+        ++format;
+        if (*format == '%') { // stands for itself
             if (!put_literals(&format, out)) {
                 return format_no_room("kr_printf_format");
             }
@@ -188,12 +197,11 @@ inline kr_result walk(const format_scope<Traced>& scope, const char* format, for
             return result;
         }
     }
-    return KR_SUCCESS;
 }
 
 template <bool Traced>
-[[gnu::flatten]] kr_result format_all(kr_char* buffer, size_t buffer_size, const char* format,
-                                      va_list* args, size_t* required_size) {
+kr_result format_all(kr_char* buffer, size_t buffer_size, const char* format, va_list* args,
+                     size_t* required_size) {
     const format_scope<Traced> scope("kr_printf_format");
     scope.enter();
     if (format == nullptr) {
@@ -206,7 +214,7 @@ template <bool Traced>
     kr_result result = walk<Traced>(scope, format, out, args);
     if (kr_result_succeeded(result) && !out.measuring()) {
         const format_room room = out.room_of(0);
-        if (room.chars() < 1) {
+        if (room.chars < 1) {
             result = format_no_room("kr_printf_format");
         } else {
             *room.at = 0;
@@ -225,6 +233,13 @@ template <bool Traced>
     return scope.leave(KR_SUCCESS);
 }
 
+/// format_all as it is nearly always called: one function without calls between its parts, which
+/// keeps the output's state in registers.
+[[gnu::flatten]] kr_result format_untraced(kr_char* buffer, size_t buffer_size, const char* format,
+                                           va_list* args, size_t* required_size) {
+    return format_all<false>(buffer, buffer_size, format, args, required_size);
+}
+
 template <bool Traced>
 kr_result string_format_all(kr_char* buffer, size_t buffer_size, const char* format,
                             va_list* args) {
@@ -233,7 +248,8 @@ kr_result string_format_all(kr_char* buffer, size_t buffer_size, const char* for
     if (buffer == nullptr) {
         return scope.leave(kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
     }
-    const kr_result result = format_all<Traced>(buffer, buffer_size, format, args, nullptr);
+    const kr_result result = Traced ? format_all<true>(buffer, buffer_size, format, args, nullptr)
+                                    : format_untraced(buffer, buffer_size, format, args, nullptr);
     if (kr_result_failed(result) && buffer_size >= sizeof(kr_char)) {
         buffer[0] = 0;
     }
@@ -252,7 +268,7 @@ kr_result kr_printf_format(kr_char* buffer, size_t buffer_size, const char* form
     va_copy(list, args);
     const kr_result result =
         format_is_traced() ? format_all<true>(buffer, buffer_size, format, &list, required_size)
-                           : format_all<false>(buffer, buffer_size, format, &list, required_size);
+                           : format_untraced(buffer, buffer_size, format, &list, required_size);
     va_end(list);
     return result;
 }
@@ -277,7 +293,7 @@ kr_result kr_printf_format2(kr_char* buffer, size_t buffer_size, size_t* require
         scope.enter();
         result = scope.leave(format_all<true>(buffer, buffer_size, format, &list, required_size));
     } else {
-        result = format_all<false>(buffer, buffer_size, format, &list, required_size);
+        result = format_untraced(buffer, buffer_size, format, &list, required_size);
     }
     va_end(list);
     return result;

@@ -162,37 +162,10 @@ TEST(Engine, TakesEveryArgumentFromItsOwnSlot) {
 }
 
 TEST(Engine, RefusesDefectiveFormats) {
-    for (const char* format : {"abc%",
-                               "%5.2d",
-                               "%*d",
-                               "%--d",
-                               "%00d",
-                               "%+05+d",
-                               "%hhd",
-                               "%Ld",
-                               "%q",
-                               "%_",
-                               "%_q",
-                               "%#",
-                               "%12",
-                               "%.d",
-                               "%l",
-                               "%lll",
-                               "%_u",
-                               "%5_x",
-                               "%_X",
-                               "%jd",
-                               "%I64d",
-                               "%n",
-                               "%f",
-                               "% ' 5d",
-                               "%\xE9"
-                               "d",
-                               "%lld%",
-                               "%5*d",
-                               "%_%",
-                               "% %",
-                               "%5"}) {
+    for (const char* format :
+         {"abc%",  "%5.2d", "%*d", "%--d",   "%00d",   "%+05+d", "%hhd", "%Ld",  "%q",  "%_",
+          "%_q",   "%#",    "%12", "%.d",    "%l",     "%lll",   "%_u",  "%5_x", "%_X", "%jd",
+          "%I64d", "%n",    "%f",  "% ' 5d", "%\351d", "%lld%",  "%5*d", "%_%",  "% %", "%5"}) {
         EXPECT_EQ(text(format, 1, 2), "82000079") << format;
     }
     EXPECT_EQ(kr_printf_format2(nullptr, 0, nullptr, nullptr), 0x8200000Cu);
