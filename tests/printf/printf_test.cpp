@@ -181,7 +181,7 @@ TEST(Engine, LeavesWhatWasWrittenBeforeAFailure) {
     EXPECT_EQ(kr_printf_format2(buffer.data(), buffer.size_bytes(), nullptr, "%10u%5s", 7, "12"),
               too_small);
     EXPECT_EQ(std::string(buffer.data(), buffer.data() + 11), "         7 ");
-    EXPECT_EQ(kr_printf_format2(buffer.data(), 7, nullptr, "abcd"), too_small);
+    EXPECT_EQ(kr_printf_format2(buffer.data(), 8, nullptr, "abcd"), too_small);
     EXPECT_EQ(std::string(buffer.data(), buffer.data() + 4), "abc ");
 }
 
