@@ -72,7 +72,7 @@ start_wine() {
   fi
   stop_wine
   : >"$driver_log"
-  wineserver -p
+  wineserver -p </dev/null >/dev/null 2>&1
   WINEDEBUG=-all,warn+debugstr timeout 60 wine cmd /c exit </dev/null >/dev/null 2>>"$driver_log"
 }
 
