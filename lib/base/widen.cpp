@@ -3,6 +3,8 @@
 
 #include <bit>
 
+#include "base/vector_text.h"
+
 namespace kr::detail {
 
 namespace plain {
@@ -30,29 +32,10 @@ namespace vectors {
 
 namespace {
 
-/// The smallest page of the processor.
-constexpr std::uintptr_t page_bytes = 4096;
-constexpr size_t vector_bytes = sizeof(__m128i);
-constexpr size_t vector_chars = vector_bytes / sizeof(kr_char);
 constexpr u32 all_bytes = 0xFFFF;
-
-/// Whether the vector at `address` lies in one page: then it may be read when its first byte may.
-/// The text's end is not known, so no other bound is at hand.
-bool in_one_page(const void* address) {
-    return std::bit_cast<std::uintptr_t>(address) % page_bytes <= page_bytes - vector_bytes;
-}
-
-KR_READS_WHOLE_VECTORS __m128i load(const void* address) {
-    return _mm_loadu_si128(static_cast<const __m128i*>(address));
-}
 
 void store(void* address, __m128i value) {
     _mm_storeu_si128(static_cast<__m128i*>(address), value);
-}
-
-/// One bit per byte of a comparison's outcome.
-u32 bits_of(__m128i outcome) {
-    return static_cast<u32>(_mm_movemask_epi8(outcome));
 }
 
 } // namespace

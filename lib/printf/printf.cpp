@@ -27,6 +27,7 @@ inline size_t literal_limit(const format_output& out) {
 /// processor guesses their number and goes on, where a vector's answer would have to be waited for.
 inline bool put_literals(const char** format, format_output& out) {
     const size_t limit = literal_limit(out);
+    constexpr size_t singly_at_a_page_end = 16;
     size_t until_vectors = 4;
     do {
         if (out.chars >= limit) {
@@ -39,6 +40,7 @@ inline bool put_literals(const char** format, format_output& out) {
         ++*format;
         if (--until_vectors == 0) {
             take_literal_vectors(format, out.base, &out.chars, limit);
+            until_vectors = singly_at_a_page_end;
         }
     } while (**format != '%' && **format != '\0');
     return true;
