@@ -51,6 +51,11 @@ TEST_F(World, AFaultHitsTheCallsItIsMeantFor) {
         EXPECT_EQ(fault.hits(), r.hits);
     }
     EXPECT_EQ(delete_value(), 2) << "disarmed with the scope";
+    const armed_fault first({.call = "RegDeleteValueW", .error = 5});
+    const armed_fault second({.call = "RegDeleteValueW", .error = 6, .sticky = true});
+    EXPECT_EQ(delete_value(), 5);
+    EXPECT_EQ(delete_value(), 6);
+    EXPECT_EQ(second.hits(), 1u);
 }
 
 TEST_F(World, ARecorderKeepsNamesAndArgumentsInOrder) {
@@ -209,6 +214,35 @@ TEST_F(World, TheInvalidParameterHandlerIsCalledAndGivenBack) {
     EXPECT_NE(_set_invalid_parameter_handler(nullptr), nullptr);
     EXPECT_EQ(wcscpy_s(nullptr, 2, u"ab"), EINVAL);
     EXPECT_EQ(handler_calls, 2u);
+}
+
+struct late_note {
+    std::atomic<bool>* target = nullptr;
+    late_note() = default;
+    late_note(const late_note&) = delete;
+    late_note& operator=(const late_note&) = delete;
+    ~late_note() {
+        Sleep(20);
+        *target = true;
+    }
+};
+
+TEST_F(World, AWaitForAThreadIsOverAfterItsLastDestructor) {
+    std::atomic<bool> gone = false;
+    HANDLE thread = reinterpret_cast<HANDLE>(_beginthreadex(
+        nullptr, 0,
+        [](void* argument) -> unsigned {
+            thread_local late_note note;
+            note.target = static_cast<std::atomic<bool>*>(argument);
+            return 0;
+        },
+        &gone, 0, nullptr));
+    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
+    EXPECT_TRUE(gone);
+    EXPECT_TRUE(CloseHandle(thread));
+    const armed_fault fault({.call = "_beginthreadex", .error = 8});
+    EXPECT_EQ(_beginthreadex(nullptr, 0, nullptr, nullptr, 0, nullptr), 0u);
+    EXPECT_EQ(GetLastError(), 8u);
 }
 
 TEST_F(World, ServesManyThreadsAtOnce) {

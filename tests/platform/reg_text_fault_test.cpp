@@ -4,10 +4,12 @@
 #include "platform/host/world.h"
 #include "platform/platform.h"
 
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <sys/resource.h>
 
 #include <gtest/gtest.h>
 
@@ -243,7 +245,24 @@ TEST_F(RegFile, AChangeThatCannotBeSavedIsTakenBack) {
     fs::create_directory(folder);
     EXPECT_EQ(RegSetValueExW(leaf, u"v", 0, REG_DWORD, data, 4), 0);
     EXPECT_NE(exported(), before);
-    EXPECT_FALSE(got().empty());
+    const std::string whole = got();
+    EXPECT_FALSE(whole.empty());
+    EXPECT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, u"k"), 0);
+    EXPECT_EQ(exported(), header + "\n");
+
+    // A full disk shows only when the text is flushed.
+    put(whole);
+    reset_registry_to_file(file);
+    const auto ignored = signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit none{0, limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &none);
+    EXPECT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, u"k"), 112);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    signal(SIGXFSZ, ignored);
+    EXPECT_EQ(got(), whole);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1) << "no half-written file stays";
 }
 
 } // namespace

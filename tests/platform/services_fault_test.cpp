@@ -122,6 +122,7 @@ TEST_F(Services, AStartChecksTheImage) {
         {__LINE__, image::security, 0, 577},
         {__LINE__, image::security, 0x1F1, 577},
         {__LINE__, image::security + 4, 0, 577},
+        {__LINE__, image::security + 4, 17, 577},
         {__LINE__, image::certificate, 17, 577},
         {__LINE__, image::certificate + 4, 0x0100, 577},
         {__LINE__, image::certificate + 6, 1, 577},

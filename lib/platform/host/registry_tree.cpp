@@ -78,11 +78,6 @@ void registry_key::swap_contents(registry_key& other) {
     subkeys_.swap(other.subkeys_);
     values_.swap(other.values_);
     index_.swap(other.index_);
-    for (registry_key* const owner : {this, &other}) {
-        for (const auto& subkey : owner->subkeys_) {
-            subkey->parent = owner;
-        }
-    }
 }
 
 void registry_key::mark_deleted(bool value) {

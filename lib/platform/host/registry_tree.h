@@ -53,7 +53,8 @@ public:
     /// Takes a value out; `index` (may be null) receives where it stood.
     std::unique_ptr<registry_value> take_value(const registry_value& value, std::size_t* index);
 
-    /// Exchanges everything below the two keys. Their subkeys' `parent` follows.
+    /// Exchanges everything below the two keys, to take contents away and perhaps put them back:
+    /// the subkeys keep the parent that they had.
     void swap_contents(registry_key& other);
     /// Sets or clears `deleted` here and in every key below.
     void mark_deleted(bool value);
