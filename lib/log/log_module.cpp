@@ -73,13 +73,15 @@ kr_module* kr_log_module() {
 
 kr_result kr_log_module_init() {
     reset_masks();
+    // Tested before the locks are made: the log that owns the destination may be running on them.
+    if (kr::detail::log_main_slot.is_set()) {
+        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+    }
     kr_result result = kr::detail::log_core_start();
     if (kr_result_failed(result)) {
         return result;
     }
-    // The slot is left alone: whoever set it still owns what it holds.
-    result = kr::detail::log_main_slot.is_set() ? kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR)
-                                                : open_log();
+    result = open_log();
     if (kr_result_failed(result)) {
         (void)kr::detail::log_core_stop();
     }

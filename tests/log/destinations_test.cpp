@@ -180,6 +180,24 @@ TEST(Destinations, SecondaryNeedsAMainOne) {
     EXPECT_EQ(kr_log_close_secondary_destination(), KR_SUCCESS);
 }
 
+TEST(Console, TakesLinesAndWithoutAnyDestinationTheBareOnes) {
+    testing::internal::CaptureStdout();
+    kr_log(1, KR_LOG_FORCED, "p", "f", "%s %_s", "bare", KR_TEXT("\u20AC"));
+    kr_log(1, KR_LOG_ERROR, "p", "f", "lost");
+    kr_log(1, KR_LOG_FORCED, "p", "f", "%q");
+    {
+        const captured_log log;
+        EXPECT_EQ(kr_log_set_destination(nullptr), KR_SUCCESS);
+        log_main_slot.set_no_timestamps(1);
+        kr_log_set_formatting(3);
+        std::fputs("between\n", stdout);
+        kr_log(1, KR_LOG_INFO, "p", "f", "%_s", wide(1'022, 'a').append({0xD83D, 0xDE00}).c_str());
+    }
+    EXPECT_FALSE(log_main_slot.is_set());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "bare \xE2\x82\xAC\n\nbetween\nI: " + std::string(1'022, 'a') + "\xF0\x9F\x98\x80\n");
+}
+
 TEST(FileDestination, KeepsEveryLineByteForByte) {
     const captured_log log;
     scratch_folder folder;

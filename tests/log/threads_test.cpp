@@ -1,0 +1,103 @@
+/// Many threads in the log at once: no line lost, doubled, torn or mixed, whatever is changed
+/// meanwhile.
+#include <atomic>
+#include <map>
+#include <regex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "log/core.h"
+#include "log/slots.h"
+#include "support/captured_log.h"
+
+namespace {
+
+using kr::test::captured_log;
+
+constexpr u32 writers = 4;
+constexpr u32 lines_each = 1'000;
+
+void change_everything(const std::atomic<u32>& running) {
+    for (u32 i = 0; running.load() != 0; ++i) {
+        kr_log_level_set(3, i % 2 * KR_LOG_CALL);
+        kr_log_filter_enable(i % 2);
+        kr_log_filter_add_name(KR_TEXT("nobody"));
+        kr_log_filter_mute_thread();
+        (void)kr_log_thread_register("changer");
+        kr_log_set_colors(0);
+        kr_log_set_profile_threshold(i);
+        kr_log(3, KR_LOG_INFO, "p", "changer", "dropped or not");
+        (void)kr_log_thread_unregister();
+        kr_log_filter_unmute_thread();
+        std::this_thread::yield();
+    }
+}
+
+TEST(LogThreads, EveryLineIsWholeAndInOrder) {
+    captured_log log;
+    kr::detail::log_main_slot.set_no_timestamps(0);
+    std::atomic<u32> running = writers;
+    std::vector<std::thread> threads;
+    for (u32 id = 0; id < writers; ++id) {
+        threads.emplace_back([&, id] {
+            const char name[] = {'w', static_cast<char>('0' + id), '\0'};
+            EXPECT_EQ(kr_log_thread_register(name), KR_SUCCESS);
+            for (u32 i = 0; i < lines_each; ++i) {
+                kr_log(1, KR_LOG_INFO, "probe", "writer", "%u %u", id, i);
+                if (i % 100 == 0) {
+                    kr_log(1, KR_LOG_CALL, "probe", "writer", "call");
+                    kr_log(1, KR_LOG_CALL | KR_LOG_RETURN, "probe", "writer", "return");
+                }
+            }
+            EXPECT_EQ(kr_log_thread_unregister(), KR_SUCCESS);
+            --running;
+        });
+    }
+    threads.emplace_back([&] { change_everything(running); });
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    kr_log_filter_enable(0);
+
+    // Either layout, as the mode follows the masks.
+    const std::regex form(
+        "(\\d{6} [\\d:]{8}\\.\\d{3})\\.(\\d{3,}); (?:"
+        "   probe:w(\\d)      :[0-9A-F]{8}; I\\(01\\); (\\d+) (\\d+); writer\\(\\)|"
+        "I\\(01\\); writer\\(\\); (\\d+) (\\d+); probe:w(\\d)      :[0-9A-F]{8})\n");
+    std::map<int, int> next;
+    std::string stamp;
+    int sequence = 0;
+    int calls = 0;
+    for (const std::string& line : log.take_lines()) {
+        std::smatch parts;
+        const std::string dated = line.substr(0, line.find("; "));
+        const std::string date = dated.substr(0, dated.rfind('.'));
+        const int number = std::stoi(dated.substr(dated.rfind('.') + 1));
+        EXPECT_EQ(number, date == stamp ? sequence + 1 : 1) << line;
+        EXPECT_LE(stamp, date);
+        stamp = date;
+        sequence = number;
+        if (line.find("changer") != std::string::npos) {
+            continue;
+        }
+        if (line.find("; C(01); writer(); ") != std::string::npos) {
+            ++calls;
+            continue;
+        }
+        ASSERT_TRUE(std::regex_match(line, parts, form)) << line;
+        const bool function_first = parts[6].matched;
+        const std::string thread = parts[function_first ? 8 : 3];
+        const int id = std::stoi(parts[function_first ? 6 : 4]);
+        EXPECT_EQ(thread, std::to_string(id));
+        EXPECT_EQ(std::stoi(parts[function_first ? 7 : 5]), next[id]++) << line;
+    }
+    EXPECT_EQ(calls, static_cast<int>(writers * lines_each / 100 * 2));
+    for (u32 id = 0; id < writers; ++id) {
+        EXPECT_EQ(next[static_cast<int>(id)], static_cast<int>(lines_each));
+    }
+}
+
+} // namespace
