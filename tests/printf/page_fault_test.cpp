@@ -15,7 +15,8 @@ TEST(EnginePages, TextsMayEndWhereTheirPageEnds) {
     for (size_t length = 0; length < 40; ++length) {
         const std::string text(length, 'x');
         const std::basic_string<kr_char> wide(length, 'y');
-        const std::string format = "%s" + text + "%_s" + text;
+        std::string format = "%s";
+        format.append(text).append("%_s").append(text);
         const char* const placed = format_page.put_last(format.c_str(), format.size() + 1);
         const char* const narrow = narrow_page.put_last(text.c_str(), length + 1);
         const kr_char* const broad = wide_page.put_last(wide.c_str(), length + 1);
@@ -24,8 +25,9 @@ TEST(EnginePages, TextsMayEndWhereTheirPageEnds) {
         ASSERT_EQ(size, (4 * length + 1) * sizeof(kr_char));
         kr_char out[160];
         ASSERT_EQ(kr_printf_format2(out, size, nullptr, placed, narrow, broad), KR_SUCCESS);
-        const std::string all(out, out + 4 * length);
-        EXPECT_EQ(all, text + text + std::string(length, 'y') + text);
+        std::string expected = text;
+        expected.append(text).append(length, 'y').append(text);
+        EXPECT_EQ(std::string(out, out + 4 * length), expected);
     }
 }
 
