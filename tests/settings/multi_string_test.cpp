@@ -10,117 +10,116 @@
 
 namespace {
 
-using kr::test::fresh_registry;
-using kr::test::open_settings;
-using kr::test::wide;
-using items = std::vector<wide>;
+using items = std::vector<std::string>;
 
 constexpr const kr_char* entry = KR_TEXT("entry");
 const kr_result broken = kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
 
-class string_array {
-public:
+struct string_array {
     explicit string_array(const items& content) {
-        EXPECT_EQ(kr_array_string_new(&array_), KR_SUCCESS);
-        for (const wide& item : content) {
-            EXPECT_EQ(kr_array_string_add(array_, item.c_str()), KR_SUCCESS);
+        for (const std::string& item : content) {
+            EXPECT_EQ(kr_array_string_add(&array, kr::test::widen(item).c_str()), KR_SUCCESS);
         }
     }
     string_array(const string_array&) = delete;
     string_array& operator=(const string_array&) = delete;
-    ~string_array() { kr_array_string_free(array_); }
+    ~string_array() {
+        kr_array_string_clear(&array);
+        kr_memory_deallocate_hook(array.items);
+    }
 
-    [[nodiscard]] kr_array_string* get() const { return array_; }
-    [[nodiscard]] items content() const { return {array_->items, array_->items + array_->count}; }
+    [[nodiscard]] items content() const {
+        items copy;
+        for (u32 index = 0; index < array.count; ++index) {
+            copy.push_back(kr::test::utf8(array.items[index]));
+        }
+        return copy;
+    }
 
-private:
-    kr_array_string* array_ = nullptr;
+    kr_array_string array = {};
 };
 
-wide composed(const string_array& array) {
-    kr_char* text = nullptr;
-    EXPECT_EQ(kr_settings_compose_multi_string(array.get(), &text), KR_SUCCESS);
-    wide copy = text;
-    kr_memory_deallocate_hook(text);
-    return copy;
-}
+class MultiString : public testing::Test {
+protected:
+    kr::test::captured_log log_;
+    kr::test::fresh_registry registry_;
+    kr::test::open_settings settings_;
+};
 
-TEST(MultiString, ParsesIntoAnArrayOrLeavesIt) {
-    const items before = {KR_TEXT("p"), KR_TEXT("q")};
+TEST_F(MultiString, ReadsIntoAnArrayOrLeavesIt) {
+    const items before = {"p", "q"};
     const struct {
         int line;
-        const kr_char* text;
+        const char* text;
         items added;
-        kr_result result = KR_SUCCESS;
-        bool composes_back = true;
+        const char* stored_again; ///< null: the text is broken
     } rows[] = {
-        {__LINE__, KR_TEXT(""), {}},
-        {__LINE__, KR_TEXT(";"), {KR_TEXT("")}},
-        {__LINE__, KR_TEXT(";;"), {KR_TEXT(""), KR_TEXT("")}},
-        {__LINE__, KR_TEXT("x;y;"), {KR_TEXT("x"), KR_TEXT("y")}},
-        {__LINE__, KR_TEXT("x;y"), {KR_TEXT("x"), KR_TEXT("y")}, KR_SUCCESS, false},
-        {__LINE__, KR_TEXT("a\\;b;c\\\\d;;"), {KR_TEXT("a;b"), KR_TEXT("c\\d"), KR_TEXT("")}},
-        {__LINE__, KR_TEXT(" \t\n;"), {KR_TEXT(" \t\n")}},
-        {__LINE__, KR_TEXT("\\\\\\;;"), {KR_TEXT("\\;")}},
-        {__LINE__, KR_TEXT("a;b\\"), {}, broken, false},
-        {__LINE__, KR_TEXT("a;b;c\\x"), {}, broken, false},
-        {__LINE__, KR_TEXT("\\"), {}, broken, false},
+        {__LINE__, "", {}, ""},
+        {__LINE__, ";", {""}, ";"},
+        {__LINE__, ";;", {"", ""}, ";;"},
+        {__LINE__, "x;y;", {"x", "y"}, "x;y;"},
+        {__LINE__, "x;y", {"x", "y"}, "x;y;"},
+        {__LINE__, "a\\;b;c\\\\d;;", {"a;b", "c\\d", ""}, "a\\;b;c\\\\d;;"},
+        {__LINE__, "\\\\\\; \t\n;", {"\\; \t\n"}, "\\\\\\; \t\n;"},
+        {__LINE__, "a;b\\", {}, nullptr},
+        {__LINE__, "a;b;c\\x", {}, nullptr},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line);
-        const string_array array(before);
-        EXPECT_EQ(kr_settings_parse_multi_string(row.text, array.get()), row.result);
+        settings_.plant("entry", row.text);
+        string_array read(before);
+        const kr_result result = kr_settings_get_multi_string(settings_, entry, &read.array);
+        EXPECT_EQ(result, row.stored_again == nullptr ? broken : KR_SUCCESS);
         items expected = before;
         expected.insert(expected.end(), row.added.begin(), row.added.end());
-        EXPECT_EQ(array.content(), expected);
-        if (row.composes_back) {
-            EXPECT_EQ(composed(string_array(row.added)), row.text);
+        EXPECT_EQ(read.content(), expected);
+        const std::string text = row.text;
+        EXPECT_EQ(kr::test::said(log_, "07"),
+                  row.stored_again != nullptr
+                      ? ""
+                      : "W kr_settings_parse_multi_string: Parsing error. String '" + text +
+                            "' is not properly escaped.\nW kr_settings_get_multi_string: Unable to "
+                            "parse multi string " +
+                            text + " Result is 0x82000003\n");
+        if (row.stored_again != nullptr) {
+            const string_array added(row.added);
+            EXPECT_EQ(kr_settings_set_multi_string(settings_, entry, &added.array), KR_SUCCESS);
+            EXPECT_EQ(settings_.text("entry"), row.stored_again);
         }
     }
 }
 
-TEST(MultiString, LeavesNothingBehindWhenMemoryRunsOut) {
-    const string_array source(items(12, KR_TEXT("a;b\\c")));
-    const wide text = composed(source);
+TEST_F(MultiString, RefusesWhatIsNotThere) {
+    string_array read({"p"});
+    EXPECT_EQ(kr_settings_get_multi_string(settings_, entry, &read.array),
+              kr_result_make_error(KR_NOT_FOUND));
+    EXPECT_EQ(read.content(), items{"p"});
+    EXPECT_EQ(kr::test::said(log_, "07"), "");
+    kr_char* null_item = nullptr;
+    const kr_array_string invalid = {1, 1, &null_item};
+    EXPECT_EQ(kr_settings_set_multi_string(settings_, entry, &invalid),
+              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+    EXPECT_EQ(settings_.text("entry"), "<missing>");
+}
+
+TEST_F(MultiString, LeavesNothingBehindWhenMemoryRunsOut) {
+    const string_array source(items(12, "a;b\\c"));
+    kr_char* text = nullptr;
     kr::test::sweep_allocations([&] {
         kr_char* out = nullptr;
-        const kr_result result = kr_settings_compose_multi_string(source.get(), &out);
+        const kr_result result = kr_settings_compose_multi_string(&source.array, &out);
         EXPECT_EQ(out != nullptr, kr_result_succeeded(result));
         kr_memory_deallocate_hook(out);
         return result;
     });
+    ASSERT_EQ(kr_settings_compose_multi_string(&source.array, &text), KR_SUCCESS);
     kr::test::sweep_allocations([&] {
-        kr_array_string array = {};
-        const kr_result result = kr_settings_parse_multi_string(text.c_str(), &array);
-        EXPECT_EQ(array.count, kr_result_succeeded(result) ? 12u : 0u);
-        kr_array_string_clear(&array);
-        kr_memory_deallocate_hook(array.items);
+        string_array read({});
+        const kr_result result = kr_settings_parse_multi_string(text, &read.array);
+        EXPECT_EQ(read.array.count, kr_result_succeeded(result) ? 12u : 0u);
         return result;
     });
-}
-
-TEST(MultiString, KeepsListsInTheStore) {
-    const fresh_registry registry;
-    const open_settings settings;
-    const string_array stored({KR_TEXT("a;b"), KR_TEXT("")});
-    const string_array read({KR_TEXT("first")});
-    EXPECT_EQ(kr_settings_get_multi_string(settings, entry, read.get()),
-              kr_result_make_error(KR_NOT_FOUND));
-    EXPECT_EQ(kr_settings_set_multi_string(settings, entry, stored.get()), KR_SUCCESS);
-    EXPECT_EQ(settings.text(entry), KR_TEXT("a\\;b;;"));
-    EXPECT_EQ(kr_settings_get_multi_string(settings, entry, read.get()), KR_SUCCESS);
-    EXPECT_EQ(read.content(), (items{KR_TEXT("first"), KR_TEXT("a;b"), KR_TEXT("")}));
-
-    kr_char* null_item = nullptr;
-    const kr_array_string invalid = {1, 1, &null_item};
-    EXPECT_EQ(kr_settings_set_multi_string(settings, entry, &invalid),
-              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
-    EXPECT_EQ(settings.text(entry), KR_TEXT("a\\;b;;")) << "nothing is stored after a failure";
-    settings.plant(entry, KR_TEXT("x;\\"));
-    EXPECT_EQ(kr_settings_get_multi_string(settings, entry, read.get()), broken);
-    EXPECT_EQ(kr_settings_set_multi_string(nullptr, entry, stored.get()),
-              kr_result_make_error(KR_GENERIC));
-    EXPECT_EQ(read.content().size(), 3u);
+    kr_memory_deallocate_hook(text);
 }
 
 } // namespace

@@ -2,84 +2,80 @@
 #include <gtest/gtest.h>
 
 #include "platform/host/fault.h"
-#include "settings/multi_string.h"
 #include "settings/store.h"
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 
 namespace {
 
-using kr::test::fresh_registry;
-using kr::test::names_of;
-using kr::test::open_settings;
+using handle = kr_settings_handle;
 
-kr_result read_text(kr_settings_handle settings) {
-    kr_char* text = nullptr;
-    const kr_result result = kr_settings_get_string_alloc(settings, KR_TEXT("e"), &text);
-    EXPECT_EQ(text != nullptr, kr_result_succeeded(result));
-    kr_memory_deallocate_hook(text);
+kr_result text(handle settings) {
+    kr_char* out = nullptr;
+    const kr_result result = kr_settings_get_string_alloc(settings, u"e", &out);
+    EXPECT_EQ(out != nullptr, kr_result_succeeded(result));
+    kr_memory_deallocate_hook(out);
     return result;
 }
-
-kr_result read_fixed(kr_settings_handle settings) {
-    kr_char text[8];
-    return kr_settings_get_string(settings, KR_TEXT("e"), 8, text);
+kr_result fixed(handle settings) {
+    kr_char out[8];
+    return kr_settings_get_string(settings, u"e", 8, out);
 }
-
 template <auto Enumerate>
-kr_result list(kr_settings_handle settings) {
+kr_result list(handle settings) {
     kr_result result = 0;
-    const bool empty = names_of(Enumerate, settings, &result).empty();
+    const bool empty = kr::test::names_of(Enumerate, settings, &result).empty();
     EXPECT_EQ(empty, kr_result_failed(result));
     return result;
+}
+constexpr auto groups = list<kr_settings_enum_groups>;
+constexpr auto entries = list<kr_settings_enum_entries>;
+kr_result remove(handle settings) {
+    return kr_settings_delete_entry(settings, u"e");
+}
+kr_result write(handle settings) {
+    return kr_settings_set_string(settings, u"e", u"");
+}
+kr_result open(handle) {
+    handle domain = nullptr;
+    return kr_settings_domain_open(u"krtest", &domain);
 }
 
 class SettingsFaults : public testing::Test {
 protected:
     SettingsFaults() {
-        for (const kr_char* name : {KR_TEXT("e"), KR_TEXT("f"), KR_TEXT("longer")}) {
-            settings_.plant(name, KR_TEXT("text"));
-            const open_settings group(settings_, name);
+        for (const char* name : {"e", "f", "longer"}) {
+            settings_.plant(name, "text");
+            const kr::test::open_settings group(settings_, name);
         }
     }
 
-    fresh_registry registry_;
-    open_settings settings_;
+    kr::test::fresh_registry registry_;
+    kr::test::open_settings settings_;
 };
 
 TEST_F(SettingsFaults, MapTheSystemsErrors) {
-    using operation = kr_result (*)(kr_settings_handle);
     const struct {
         int line;
+        kr_result (*run)(handle);
         const char* call;
-        u32 error;
-        u32 nth;
-        operation run;
+        u32 error, nth;
         u16 code;
     } rows[] = {
-        {__LINE__, "RegQueryValueExW", 5, 1, read_text, KR_GENERIC},
-        {__LINE__, "RegQueryValueExW", 2, 1, read_text, KR_NOT_FOUND},
-        {__LINE__, "RegQueryValueExW", 234, 2, read_text, KR_GENERIC},
-        {__LINE__, "RegQueryValueExW", 2, 2, read_text, KR_GENERIC},
-        {__LINE__, "RegQueryValueExW", 234, 2, read_fixed, KR_GENERIC},
-        {__LINE__, "RegQueryInfoKeyW", 1018, 1, list<kr_settings_enum_groups>, KR_GENERIC},
-        {__LINE__, "RegEnumKeyW", 259, 3, list<kr_settings_enum_groups>, KR_GENERIC},
-        {__LINE__, "RegEnumKeyW", 234, 2, list<kr_settings_enum_groups>, KR_GENERIC},
-        {__LINE__, "RegQueryInfoKeyW", 1018, 1, list<kr_settings_enum_entries>, KR_GENERIC},
-        {__LINE__, "RegEnumValueW", 259, 3, list<kr_settings_enum_entries>, KR_GENERIC},
-        {__LINE__, "RegEnumValueW", 234, 2, list<kr_settings_enum_entries>, KR_GENERIC},
-        {__LINE__, "RegDeleteValueW", 5, 1,
-         [](kr_settings_handle settings) { return kr_settings_delete_entry(settings, u"e"); },
-         KR_GENERIC},
-        {__LINE__, "RegSetValueExW", 2, 1,
-         [](kr_settings_handle settings) { return kr_settings_set_string(settings, u"e", u""); },
-         KR_GENERIC},
-        {__LINE__, "RegCreateKeyW", 5, 1,
-         [](kr_settings_handle) {
-             kr_settings_handle domain = nullptr;
-             return kr_settings_domain_open(u"krtest", &domain);
-         },
-         KR_GENERIC},
+        {__LINE__, text, "RegQueryValueExW", 5, 1, KR_GENERIC},
+        {__LINE__, text, "RegQueryValueExW", 2, 1, KR_NOT_FOUND},
+        {__LINE__, text, "RegQueryValueExW", 234, 2, KR_GENERIC},
+        {__LINE__, text, "RegQueryValueExW", 2, 2, KR_GENERIC},
+        {__LINE__, fixed, "RegQueryValueExW", 234, 2, KR_GENERIC},
+        {__LINE__, groups, "RegQueryInfoKeyW", 1018, 1, KR_GENERIC},
+        {__LINE__, groups, "RegEnumKeyW", 259, 3, KR_GENERIC},
+        {__LINE__, groups, "RegEnumKeyW", 234, 2, KR_GENERIC},
+        {__LINE__, entries, "RegQueryInfoKeyW", 1018, 1, KR_GENERIC},
+        {__LINE__, entries, "RegEnumValueW", 259, 3, KR_GENERIC},
+        {__LINE__, entries, "RegEnumValueW", 234, 2, KR_GENERIC},
+        {__LINE__, remove, "RegDeleteValueW", 5, 1, KR_GENERIC},
+        {__LINE__, write, "RegSetValueExW", 2, 1, KR_GENERIC},
+        {__LINE__, open, "RegCreateKeyW", 5, 1, KR_GENERIC},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line);
@@ -91,17 +87,17 @@ TEST_F(SettingsFaults, MapTheSystemsErrors) {
 }
 
 TEST_F(SettingsFaults, SurviveEveryFailedAllocation) {
-    settings_.plant(KR_TEXT("e"), REG_SZ, std::vector<u8>{'a', 0}); // no terminator: two blocks
-    kr::test::sweep_allocations([&] { return read_text(settings_); });
-    kr::test::sweep_allocations([&] { return list<kr_settings_enum_groups>(settings_); });
-    kr::test::sweep_allocations([&] { return list<kr_settings_enum_entries>(settings_); });
+    settings_.plant("e", REG_SZ, {'a', 0}); // no terminator: two blocks
+    for (const auto operation : {text, groups, entries}) {
+        kr::test::sweep_allocations([&] { return operation(settings_); });
+    }
 }
 
 TEST_F(SettingsFaults, RefuseLongPathsBeforeTheRegistry) {
     const kr::host::call_recorder recorder;
-    const kr::test::wide domain(300, KR_TEXT('d'));
-    kr_settings_handle handle = nullptr;
-    EXPECT_TRUE(kr_result_failed(kr_settings_domain_open(domain.c_str(), &handle)));
+    const kr::test::wide domain(300, u'd');
+    handle opened = nullptr;
+    EXPECT_TRUE(kr_result_failed(kr_settings_domain_open(domain.c_str(), &opened)));
     EXPECT_TRUE(kr_result_failed(kr_settings_domain_delete(domain.c_str())));
     EXPECT_TRUE(kr_result_is(kr_settings_domain_exists(domain.c_str()), KR_NO));
     EXPECT_TRUE(recorder.calls().empty());

@@ -13,7 +13,6 @@
 
 namespace {
 
-using kr::test::fresh_registry;
 using kr::test::names_of;
 using kr::test::open_settings;
 using kr::test::wide;
@@ -28,57 +27,51 @@ const kr_result invalid = kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
 const kr_result too_long = kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH);
 
 class SettingsStore : public testing::Test {
-    fresh_registry registry_;
+    kr::test::fresh_registry registry_;
 };
 
 TEST_F(SettingsStore, LooksWithoutCreatingAndDeletesLeavesOnly) {
-    const kr_char* const domain = fresh_registry::domain;
+    const kr_char* const domain = KR_TEXT("KrTest");
     EXPECT_EQ(kr_settings_domain_exists(domain), no);
     EXPECT_EQ(kr_settings_domain_exists(domain), no) << "the first look created it";
     EXPECT_EQ(kr_settings_domain_delete(domain), generic);
-    {
-        const open_settings settings;
-        EXPECT_EQ(kr_settings_domain_exists(KR_TEXT("KRTEST")), yes);
-        EXPECT_EQ(kr_settings_group_exists(settings, KR_TEXT("log")), no);
-        EXPECT_EQ(kr_settings_group_exists(settings, KR_TEXT("")), no);
-        EXPECT_EQ(kr_settings_group_delete(settings, KR_TEXT("log")), not_found);
-        EXPECT_EQ(kr_settings_group_delete(settings, KR_TEXT("")), invalid);
-        const open_settings group(settings, KR_TEXT("log"));
-        const open_settings inner(group, KR_TEXT("inner"));
-        EXPECT_EQ(kr_settings_group_exists(settings, KR_TEXT("LOG\\inner")), yes);
-        EXPECT_EQ(kr_settings_group_delete(settings, KR_TEXT("log")), generic);
-        EXPECT_EQ(kr_settings_group_delete(group, KR_TEXT("inner")), KR_SUCCESS);
-        EXPECT_EQ(kr_settings_domain_delete(domain), generic);
-        EXPECT_EQ(kr_settings_group_delete(settings, KR_TEXT("log")), KR_SUCCESS);
-        EXPECT_EQ(kr_settings_set_string(group, KR_TEXT("x"), KR_TEXT("")), generic);
-    }
+    const open_settings settings;
+    EXPECT_EQ(kr_settings_domain_exists(domain), yes);
+    EXPECT_EQ(kr_settings_group_exists(settings, KR_TEXT("log")), no);
+    EXPECT_EQ(kr_settings_group_exists(settings, KR_TEXT("")), no);
+    EXPECT_EQ(kr_settings_group_delete(settings, KR_TEXT("log")), not_found);
+    EXPECT_EQ(kr_settings_group_delete(settings, KR_TEXT("")), invalid);
+    const open_settings group(settings, "log");
+    const open_settings inner(group, "inner");
+    EXPECT_EQ(kr_settings_group_exists(settings, KR_TEXT("LOG\\inner")), yes);
+    EXPECT_EQ(kr_settings_group_delete(settings, KR_TEXT("log")), generic);
+    EXPECT_EQ(kr_settings_group_delete(group, KR_TEXT("inner")), KR_SUCCESS);
+    EXPECT_EQ(kr_settings_domain_delete(domain), generic);
+    EXPECT_EQ(kr_settings_group_delete(settings, KR_TEXT("log")), KR_SUCCESS);
+    EXPECT_EQ(kr_settings_set_string(group, KR_TEXT("x"), KR_TEXT("")), generic);
     EXPECT_EQ(kr_settings_domain_delete(domain), KR_SUCCESS);
     EXPECT_EQ(kr_settings_domain_exists(domain), no);
-    EXPECT_EQ(kr_settings_group_close(nullptr), generic);
+    EXPECT_EQ(kr_settings_domain_close(nullptr), generic);
 }
 
 TEST_F(SettingsStore, RefusesPathsThatDoNotFit) {
-    constexpr std::size_t longest_domain_chars = 255 - (sizeof("SOFTWARE\\Korinth\\tools\\") - 1);
+    constexpr std::size_t longest_chars = 255 - (sizeof("SOFTWARE\\Korinth\\tools\\") - 1);
     const struct {
-        int line;
-        wide domain;
+        std::size_t domain_chars;
         kr_result result; ///< of opening and of deleting
-    } rows[] = {
-        {__LINE__, KR_TEXT(""), invalid},
-        {__LINE__, wide(longest_domain_chars, KR_TEXT('d')), KR_SUCCESS},
-        {__LINE__, wide(longest_domain_chars + 1, KR_TEXT('d')), too_long},
-        {__LINE__, wide(70000, KR_TEXT('d')), too_long},
-    };
+    } rows[] = {{0, invalid},
+                {longest_chars, KR_SUCCESS},
+                {longest_chars + 1, too_long},
+                {70000, too_long}};
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.line);
+        SCOPED_TRACE(row.domain_chars);
+        const wide domain(row.domain_chars, KR_TEXT('d'));
         kr_settings_handle handle = nullptr;
-        EXPECT_EQ(kr_settings_domain_open(row.domain.c_str(), &handle), row.result);
-        EXPECT_EQ(handle != nullptr, row.result == KR_SUCCESS);
-        EXPECT_EQ(kr_settings_domain_exists(row.domain.c_str()), handle != nullptr ? yes : no);
-        if (handle != nullptr) {
-            EXPECT_EQ(kr_settings_domain_close(handle), KR_SUCCESS);
-        }
-        EXPECT_EQ(kr_settings_domain_delete(row.domain.c_str()), row.result);
+        EXPECT_EQ(kr_settings_domain_open(domain.c_str(), &handle), row.result);
+        EXPECT_EQ(kr_settings_domain_exists(domain.c_str()), handle != nullptr ? yes : no);
+        EXPECT_EQ(kr_settings_domain_close(handle),
+                  row.result == KR_SUCCESS ? row.result : generic);
+        EXPECT_EQ(kr_settings_domain_delete(domain.c_str()), row.result);
     }
 }
 
@@ -87,34 +80,32 @@ TEST_F(SettingsStore, ReadsWhatOtherProgramsStored) {
         int line;
         DWORD type;
         std::vector<u8> data;
-        wide text;
-        kr_result fixed; ///< reading into 4 characters
+        const char* text;
+        bool fits; ///< into 4 characters
     } rows[] = {
-        {__LINE__, REG_SZ, {0, 0}, KR_TEXT(""), KR_SUCCESS},
-        {__LINE__, REG_SZ, {}, KR_TEXT(""), KR_SUCCESS},
-        {__LINE__, REG_SZ, {'a'}, KR_TEXT(""), KR_SUCCESS},
-        {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c', 0, 0, 0}, KR_TEXT("abc"), KR_SUCCESS},
-        {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c', 0}, KR_TEXT("abc"), KR_SUCCESS},
-        {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c'}, KR_TEXT("ab"), KR_SUCCESS},
-        {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c', 0, 'd', 0}, KR_TEXT("abcd"), generic},
-        {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c', 0, 'd', 0, 0, 0}, KR_TEXT("abcd"), generic},
-        {__LINE__, REG_SZ, {'a', 0, 0, 0, 'b', 0, 0, 0}, KR_TEXT("a"), KR_SUCCESS},
-        {__LINE__, REG_DWORD, {1, 0, 0, 0}, KR_TEXT("<failed>"), generic},
-        {__LINE__, REG_EXPAND_SZ, {'a', 0, 0, 0}, KR_TEXT("<failed>"), generic},
-        {__LINE__, REG_MULTI_SZ, {'a', 0, 0, 0, 0, 0}, KR_TEXT("<failed>"), generic},
+        {__LINE__, REG_SZ, {0, 0}, "", true},
+        {__LINE__, REG_SZ, {}, "", true},
+        {__LINE__, REG_SZ, {'a'}, "", true},
+        {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c', 0, 0, 0}, "abc", true},
+        {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c', 0}, "abc", true},
+        {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c'}, "ab", true},
+        {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c', 0, 'd', 0}, "abcd", false},
+        {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c', 0, 'd', 0, 0, 0}, "abcd", false},
+        {__LINE__, REG_SZ, {'a', 0, 0, 0, 'b', 0, 0, 0}, "a", true},
+        {__LINE__, REG_DWORD, {1, 0, 0, 0}, "<failed>", false},
+        {__LINE__, REG_EXPAND_SZ, {'a', 0, 0, 0}, "<failed>", false},
+        {__LINE__, REG_MULTI_SZ, {'a', 0, 0, 0, 0, 0}, "<failed>", false},
     };
     const open_settings settings;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line);
-        settings.plant(KR_TEXT("e"), row.type, row.data);
-        {
-            const kr::test::failing_allocator allocator;
-            EXPECT_EQ(settings.text(KR_TEXT("E")), row.text);
-        }
+        settings.plant("e", row.type, row.data);
+        EXPECT_EQ(settings.text("E"), row.text);
         kr::test::guarded_buffer<kr_char> buffer(4);
-        EXPECT_EQ(kr_settings_get_string(settings, KR_TEXT("e"), 4, buffer.data()), row.fixed);
-        if (row.fixed == KR_SUCCESS) {
-            EXPECT_EQ(buffer.data(), row.text);
+        const kr_result result = kr_settings_get_string(settings, KR_TEXT("e"), 4, buffer.data());
+        EXPECT_EQ(result, row.fits ? KR_SUCCESS : generic);
+        if (row.fits) {
+            EXPECT_EQ(kr::test::utf8(buffer.data()), row.text);
         } else if (row.data.size() != buffer.size_bytes()) {
             EXPECT_TRUE(buffer.untouched());
         }
@@ -123,25 +114,21 @@ TEST_F(SettingsStore, ReadsWhatOtherProgramsStored) {
 
 TEST_F(SettingsStore, WritesReplacesAndDeletes) {
     const open_settings settings;
-    const wide names[] = {KR_TEXT(""), KR_TEXT("a;b\\c"), wide(255, KR_TEXT('n'))};
-    const wide values[] = {KR_TEXT(""), KR_TEXT(";\\;\\"), wide(16383, KR_TEXT('v')),
-                           wide(100000, KR_TEXT(';'))};
-    for (const wide& name : names) {
-        EXPECT_EQ(kr_settings_delete_entry(settings, name.c_str()), not_found);
-        for (const wide& value : values) {
-            settings.plant(name.c_str(), REG_DWORD, std::vector<u8>(4));
-            EXPECT_EQ(kr_settings_set_string(settings, name.c_str(), value.c_str()), KR_SUCCESS);
-            EXPECT_EQ(settings.text(name.c_str()), value);
+    for (const std::string& name : {std::string(), std::string("a;b\\c"), std::string(255, 'n')}) {
+        EXPECT_EQ(settings.text(name), "<missing>");
+        for (const std::string& value : {std::string(), std::string(";\\;\\"),
+                                         std::string(16383, 'v'), std::string(100000, ';')}) {
+            settings.plant(name, nullptr);
+            settings.plant(name, value.c_str());
+            EXPECT_EQ(settings.text(name), value);
         }
-        EXPECT_EQ(kr_settings_delete_entry(settings, name.c_str()), KR_SUCCESS);
-        EXPECT_EQ(settings.text(name.c_str()), KR_TEXT("<missing>"));
+        const wide wide_name = kr::test::widen(name);
+        EXPECT_EQ(kr_settings_delete_entry(settings, wide_name.c_str()), KR_SUCCESS);
+        EXPECT_EQ(kr_settings_delete_entry(settings, wide_name.c_str()), not_found);
     }
-    kr_char buffer[1];
     kr_char* text = nullptr;
     EXPECT_EQ(kr_settings_get_string(settings, KR_TEXT("e"), 1, nullptr), invalid);
-    EXPECT_EQ(kr_settings_get_string(settings, KR_TEXT("e"), 1, buffer), generic);
     EXPECT_EQ(kr_settings_get_string_alloc(nullptr, KR_TEXT("e"), &text), generic);
-    EXPECT_EQ(kr_settings_set_string(nullptr, KR_TEXT("e"), KR_TEXT("")), generic);
     EXPECT_EQ(kr_settings_delete_entry(nullptr, KR_TEXT("e")), generic);
 }
 
@@ -150,19 +137,17 @@ TEST_F(SettingsStore, ListsNamesWhole) {
     kr_result result = 0;
     EXPECT_THAT(names_of(kr_settings_enum_groups, settings, &result), IsEmpty());
     EXPECT_EQ(result, KR_SUCCESS);
-    const wide longest(255, KR_TEXT('n'));
-    for (const kr_char* name : {KR_TEXT("x"), longest.c_str(), KR_TEXT("Two words")}) {
+    const std::string longest(255, 'n');
+    for (const std::string& name : {std::string("x"), longest, std::string("Two words")}) {
         const open_settings group(settings, name);
-        EXPECT_EQ(kr_settings_set_string(settings, name, KR_TEXT("")), KR_SUCCESS);
+        settings.plant(name, "");
     }
-    EXPECT_EQ(kr_settings_set_string(settings, KR_TEXT(""), KR_TEXT("")), KR_SUCCESS);
-
-    const kr::test::failing_allocator allocator;
+    settings.plant("", "");
     EXPECT_THAT(names_of(kr_settings_enum_groups, settings, &result),
-                UnorderedElementsAre(KR_TEXT("x"), longest, KR_TEXT("Two words")));
+                UnorderedElementsAre("x", longest, "Two words"));
     EXPECT_THAT(names_of(kr_settings_enum_entries, settings, &result),
-                UnorderedElementsAre(KR_TEXT(""), KR_TEXT("x"), longest, KR_TEXT("Two words")));
-    names_of(kr_settings_enum_entries, nullptr, &result);
+                UnorderedElementsAre("", "x", longest, "Two words"));
+    EXPECT_THAT(names_of(kr_settings_enum_entries, nullptr, &result), IsEmpty());
     EXPECT_EQ(result, generic);
 }
 
@@ -171,14 +156,12 @@ TEST_F(SettingsStore, ListsAllOrNothingWhileAnotherThreadWrites) {
     std::atomic<bool> done = false;
     std::thread writer([&done] {
         const open_settings own;
-        const wide longer(40, KR_TEXT('l'));
         while (!done) {
-            for (const kr_char* name : {KR_TEXT("a"), KR_TEXT("b"), longer.c_str()}) {
-                (void)kr_settings_set_string(own, name, KR_TEXT("1"));
+            for (const char* name : {"a", "b", "a name that is longer than the others"}) {
+                own.plant(name, "1");
+                (void)kr_settings_delete_entry(own, KR_TEXT("b"));
             }
-            for (const kr_char* name : {KR_TEXT("a"), longer.c_str(), KR_TEXT("b")}) {
-                (void)kr_settings_delete_entry(own, name);
-            }
+            (void)kr_settings_delete_entry(own, KR_TEXT("a name that is longer than the others"));
         }
     });
     for (int round = 0; round < 300; ++round) {

@@ -1,5 +1,5 @@
 /// A clean settings domain for one test: the key of the suite's program is wiped before and after.
-/// On either system it is the real registry of that system, below HKEY_LOCAL_MACHINE.
+/// On either system it is that system's own registry, below HKEY_LOCAL_MACHINE.
 #pragma once
 
 #include <string>
@@ -8,15 +8,25 @@
 #include "base/memory.h"
 #include "platform/platform.h"
 #include "settings/store.h"
+#include <gtest/gtest.h>
+
+#include "support/captured_log.h"
 
 namespace kr::test {
 
 using wide = std::basic_string<kr_char>;
 
+/// Latin-1 as UTF-16.
+inline wide widen(const std::string& text) {
+    wide result;
+    for (const char byte : text) {
+        result += static_cast<kr_char>(static_cast<u8>(byte));
+    }
+    return result;
+}
+
 class fresh_registry {
 public:
-    static constexpr const kr_char* domain = KR_TEXT("krtest");
-
     fresh_registry() { wipe(); }
     fresh_registry(const fresh_registry&) = delete;
     fresh_registry& operator=(const fresh_registry&) = delete;
@@ -28,25 +38,17 @@ private:
     }
 };
 
-/// The suite's domain, or a group in it, open for the scope. Null when it could not be opened.
+/// The suite's domain, or a group, open for the scope.
 class open_settings {
 public:
-    open_settings() {
-        if (kr_result_failed(kr_settings_domain_open(fresh_registry::domain, &handle_))) {
-            handle_ = nullptr;
-        }
-    }
-    open_settings(kr_settings_handle parent, const kr_char* group) {
-        if (kr_result_failed(kr_settings_group_open(parent, group, &handle_))) {
-            handle_ = nullptr;
-        }
-    }
+    open_settings() : opened_(kr_settings_domain_open(KR_TEXT("krtest"), &handle_)) {}
+    open_settings(kr_settings_handle parent, const std::string& group)
+        : opened_(kr_settings_group_open(parent, widen(group).c_str(), &handle_)) {}
     open_settings(const open_settings&) = delete;
     open_settings& operator=(const open_settings&) = delete;
     ~open_settings() {
-        if (handle_ != nullptr) {
-            kr_settings_group_close(handle_);
-        }
+        EXPECT_TRUE(kr_result_succeeded(opened_));
+        EXPECT_TRUE(kr_result_succeeded(kr_settings_group_close(handle_)));
     }
 
     // NOLINTNEXTLINE(google-explicit-constructor): it stands for the handle that it keeps open
@@ -54,46 +56,69 @@ public:
 
     /// Stores what another program might have left: any type, any bytes. No zeros stand behind
     /// them, where the system looks for a missing terminator.
-    void plant(const kr_char* name, DWORD type, std::vector<u8> data) const {
+    void plant(const std::string& name, DWORD type, std::vector<u8> data) const {
         const std::size_t size_bytes = data.size();
         data.resize(size_bytes + sizeof(kr_char), 0x55);
-        RegSetValueExW(reinterpret_cast<HKEY>(handle_), name, 0, type, data.data(),
+        RegSetValueExW(reinterpret_cast<HKEY>(handle_), widen(name).c_str(), 0, type, data.data(),
                        static_cast<DWORD>(size_bytes));
     }
 
-    void plant(const kr_char* name, const wide& text) const {
-        const u8* const bytes = reinterpret_cast<const u8*>(text.c_str());
-        plant(name, REG_SZ, {bytes, bytes + (text.size() + 1) * sizeof(kr_char)});
+    /// Stores a text, or a number where `text` is null.
+    void plant(const std::string& name, const char* text) const {
+        if (text == nullptr) {
+            plant(name, REG_DWORD, {1, 0, 0, 0});
+        } else {
+            EXPECT_EQ(kr_settings_set_string(handle_, widen(name).c_str(), widen(text).c_str()),
+                      KR_SUCCESS);
+        }
     }
 
     /// The stored text, or "<missing>" or "<failed>".
-    [[nodiscard]] wide text(const kr_char* name) const {
+    [[nodiscard]] std::string text(const std::string& name) const {
         kr_char* stored = nullptr;
-        const kr_result result = kr_settings_get_string_alloc(handle_, name, &stored);
+        const kr_result result =
+            kr_settings_get_string_alloc(handle_, widen(name).c_str(), &stored);
         if (kr_result_failed(result)) {
-            return kr_result_is(result, KR_NOT_FOUND) ? KR_TEXT("<missing>") : KR_TEXT("<failed>");
+            return kr_result_is(result, KR_NOT_FOUND) ? "<missing>" : "<failed>";
         }
-        wide copy = stored;
+        const std::string copy = utf8(stored);
         kr_memory_deallocate_hook(stored);
         return copy;
     }
 
 private:
     kr_settings_handle handle_ = nullptr;
+    kr_result opened_;
 };
 
 /// The names that one of the two enumerations gives; `result` receives what it returned.
-inline std::vector<wide> names_of(kr_result (*enumerate)(kr_settings_handle, kr_char***, u32*),
-                                  kr_settings_handle settings, kr_result* result) {
+inline std::vector<std::string> names_of(kr_result (*enumerate)(kr_settings_handle, kr_char***,
+                                                                u32*),
+                                         kr_settings_handle settings, kr_result* result) {
     kr_char** names = nullptr;
     u32 count = 0;
     *result = enumerate(settings, &names, &count);
-    std::vector<wide> copy;
+    std::vector<std::string> copy;
     if (kr_result_succeeded(*result)) {
-        copy.assign(names, names + count);
+        for (u32 index = 0; index < count; ++index) {
+            copy.push_back(utf8(names[index]));
+        }
         kr_settings_free_names(names, count);
     }
     return copy;
+}
+
+/// What the log took in one category, one line each: "FUNCTION: MESSAGE", with the description of
+/// results left out. Empties the log.
+inline std::string said(captured_log& log, const char* category) {
+    std::string lines;
+    for (std::string line : log.take()) {
+        if (line.compare(2, 2, category) == 0) {
+            const std::size_t description = line.find(" (error ");
+            lines += line.substr(0, 2) + line.substr(5, description - 5) + '\n';
+        }
+    }
+    return lines;
 }
 
 } // namespace kr::test
