@@ -46,7 +46,8 @@ void expect_parsed(kr_result (*parse)(const Char*, Number*), const row<Number> (
     }
 }
 
-// clang-format off: the rows read as a table
+// The rows read as a table.
+// clang-format off
 TEST(NumbersByTheRuntime, KeepTheRangeOfTheirWidth) {
     constexpr row<u16> u16_rows[] = {
         {__LINE__, "0x1F", ok, 31},         {__LINE__, "017", ok, 15},

@@ -24,7 +24,8 @@ TEST(Ipv4Text, IsReadStrictly) {
         kr_result result = generic;
         u32 ip = 77;
     };
-    // clang-format off: the rows read as a table
+    // The rows read as a table.
+    // clang-format off
     constexpr row rows[] = {
         {__LINE__, "10.0.0.1", KR_SUCCESS, 0x0A000001},
         {__LINE__, "0.0.0.0", KR_SUCCESS, 0},

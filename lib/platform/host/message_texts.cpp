@@ -13,7 +13,8 @@ struct message_row {
     const WCHAR* text;
 };
 
-// clang-format off: one row a line, however long
+// One row a line, however long.
+// clang-format off
 constexpr message_row rows[] = {
     {0, u"The operation completed successfully."},
     {1, u"Incorrect function."},

@@ -1,7 +1,8 @@
 /// The SDK headers behind platform.h on Windows, with the macros that keep them small.
 #pragma once
 
-// clang-format off: winsock2.h must precede windows.h
+// The order matters: winsock2.h before windows.h.
+// clang-format off
 #include <winsock2.h>
 #include <windows.h>
 #include <shlobj.h>
