@@ -11,7 +11,8 @@ namespace kr::detail {
 /// A hash table of addresses with open addressing, at most half full; nothing is ever removed. A
 /// slot is 0 or an element's address with `out_bit` set while it is handed out: addresses of user
 /// memory leave the highest bit free on every 64-bit system that the library serves. The table
-/// never looks at what an address points to, so it can be asked about any pointer.
+/// never looks at what an address points to, so it can be asked about any pointer. An element keeps
+/// its slot as long as the table lives, so that who hands it out need not search for it.
 ///
 /// Neighbours in memory, which are mostly used together, share a cache line of slots: a line holds
 /// the addresses of one stretch of eight element sizes, and only the lines are scattered. Elements
@@ -29,27 +30,46 @@ public:
         return std::bit_ceil(count * 2 < min_slots ? min_slots : count * 2);
     }
 
-    /// Adds an element that the table does not hold.
-    void insert(const void* element, bool handed_out) {
-        u64 at = home(address(element));
+    /// What mark_free answers for a pointer that is not a handed-out element.
+    static constexpr u64 none = ~u64{0};
+
+    /// Adds an element that the table does not hold and returns its slot.
+    u64 insert(u64 element, bool handed_out) {
+        u64 at = home(element);
         while (slots_[at] != 0) {
             at = next(at);
         }
-        slots_[at] = address(element) | (handed_out ? out_bit : 0);
+        slots_[at] = element | (handed_out ? out_bit : 0);
+        return at;
     }
 
-    /// Marks an element of the table, which is free, as handed out.
-    void mark_out(const void* element) { *find(element) |= out_bit; }
+    /// Marks the free element in `slot` as handed out and returns it.
+    void* mark_out(u64 slot) {
+        void* element = pointer(slots_[slot]);
+        slots_[slot] |= out_bit;
+        return element;
+    }
 
-    /// Marks an element as free and returns true; false for an element that is free already and for
-    /// any other pointer.
-    [[nodiscard]] bool mark_free(const void* element) {
-        u64* slot = find(element);
-        if (slot == nullptr || (*slot & out_bit) == 0) {
-            return false;
+    /// Marks an element as free and returns its slot; `none` for an element that is free already
+    /// and for any other pointer.
+    [[nodiscard]] u64 mark_free(const void* element) {
+        const u64 sought = address(element) | out_bit;
+        for (u64 at = home(address(element)); slots_[at] != 0; at = next(at)) {
+            if (slots_[at] == sought) {
+                slots_[at] &= ~out_bit;
+                return at;
+            }
         }
-        *slot &= ~out_bit;
-        return true;
+        return none;
+    }
+
+    /// The free element in `slot`, as insert takes it.
+    [[nodiscard]] u64 at(u64 slot) const { return slots_[slot]; }
+
+    static u64 address(const void* element) { return reinterpret_cast<u64>(element); }
+    /// The pointer that `address` was made from.
+    static void* pointer(u64 address) {
+        return reinterpret_cast<void*>(address & ~out_bit); // NOLINT(*-int-to-ptr): see above
     }
 
     /// Calls visit(element, handed_out) for every element, in no particular order.
@@ -57,9 +77,7 @@ public:
     void for_each(Visit visit) const {
         for (u64 at = 0; slots_ != nullptr && at <= mask(); ++at) {
             if (slots_[at] != 0) {
-                // The integer came from a pointer of the same allocation.
-                visit(reinterpret_cast<void*>(slots_[at] & ~out_bit), // NOLINT(*-int-to-ptr)
-                      (slots_[at] & out_bit) != 0);
+                visit(pointer(slots_[at]), (slots_[at] & out_bit) != 0);
             }
         }
     }
@@ -73,7 +91,6 @@ private:
     /// 2^64 divided by the golden ratio: spreads evenly spaced keys evenly.
     static constexpr u64 golden = 0x9E3779B97F4A7C15;
 
-    static u64 address(const void* element) { return reinterpret_cast<u64>(element); }
     [[nodiscard]] u64 mask() const { return (u64{1} << bits_) - 1; }
     [[nodiscard]] u64 next(u64 at) const { return (at + 1) & mask(); }
 
@@ -81,16 +98,6 @@ private:
         const u64 stretch = address >> grain_;
         const u64 line = ((stretch >> line_bits) * golden) >> (64 - (bits_ - line_bits));
         return (line << line_bits) | (stretch & ((u64{1} << line_bits) - 1));
-    }
-
-    /// The element's slot, or null.
-    [[nodiscard]] u64* find(const void* element) const {
-        for (u64 at = home(address(element)); slots_[at] != 0; at = next(at)) {
-            if ((slots_[at] & ~out_bit) == address(element)) {
-                return &slots_[at];
-            }
-        }
-        return nullptr;
     }
 
     u64* slots_ = nullptr;

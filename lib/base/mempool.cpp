@@ -1,5 +1,6 @@
 /// Memory pools. The stock is a stack of free elements, from which alloc pops and onto which free
-/// pushes, and a table of all elements that tells free whether a pointer may be pushed.
+/// pushes, and a table of all elements that tells free whether a pointer may be pushed. The stack
+/// holds slots of the table, so that only free has to search.
 #include "base/mempool.h"
 
 #include <algorithm>
@@ -35,10 +36,11 @@ using hook_block = std::unique_ptr<void, hook_deleter>;
 struct stock_room {
     hook_block block;
     element_table table;
-    /// The stack's top is at `used`, its bottom at `capacity` - 1. What lies below `used` is left
-    /// over from elements handed out and not read; what lies at `capacity` and above belongs to the
-    /// thread that grows the stock.
-    void** elements = nullptr;
+    /// The slots of the free elements. The stack's top is at `used`, its bottom at `capacity` - 1.
+    /// What lies below `used` is left over from elements handed out and not read; what lies at
+    /// `capacity` and above belongs to the thread that grows the stock, which keeps the addresses
+    /// of the new elements there until they have slots.
+    u64* stack = nullptr;
     /// Number of elements that there is room for.
     u32 reserve = 0;
 };
@@ -92,35 +94,51 @@ kr_result make_room(u32 reserve, u64 element_size, stock_room* out) {
     const u64 slots_bytes = element_table::slot_count(reserve) * sizeof(u64);
     void* block = nullptr;
     const kr_result result =
-        kr_memory_allocate_hook(&block, slots_bytes + u64{reserve} * sizeof(void*));
+        kr_memory_allocate_hook(&block, slots_bytes + u64{reserve} * sizeof(u64));
     if (kr_result_failed(result)) {
         return result;
     }
     std::memset(block, 0, slots_bytes);
     out->block.reset(block);
     out->table = element_table(static_cast<u64*>(block), reserve, element_size);
-    out->elements = reinterpret_cast<void**>(static_cast<u8*>(block) + slots_bytes);
+    out->stack = static_cast<u64*>(block) + slots_bytes / sizeof(u64);
     out->reserve = reserve;
     return result;
 }
 
-/// Allocates the elements `first` to `last` - 1, all or none.
-kr_result make_elements(void** elements, u32 first, u32 last, u64 element_size) {
+/// Allocates the elements `first` to `last` - 1, all or none, and puts their addresses into the
+/// stack.
+kr_result make_elements(u64* stack, u32 first, u32 last, u64 element_size) {
     for (u32 i = first; i < last; ++i) {
-        const kr_result result = kr_memory_allocate_hook(&elements[i], element_size);
+        void* element = nullptr;
+        const kr_result result = kr_memory_allocate_hook(&element, element_size);
         if (kr_result_failed(result)) {
             while (i > first) {
-                kr_memory_deallocate_hook(elements[--i]);
+                kr_memory_deallocate_hook(element_table::pointer(stack[--i]));
             }
             return result;
         }
+        stack[i] = element_table::address(element);
     }
     return KR_SUCCESS;
 }
 
-void insert_elements(element_table& table, void** elements, u32 first, u32 last) {
+/// Gives slots to the free elements `first` to `last` - 1, whose addresses the stack holds.
+void insert_elements(stock_room& room, u32 first, u32 last) {
     for (u32 i = first; i < last; ++i) {
-        table.insert(elements[i], false);
+        room.stack[i] = room.table.insert(room.stack[i], false);
+    }
+}
+
+/// Moves what `from` holds of a stock of `capacity` elements, `used` of them handed out, to `to`.
+void move_elements(const stock_room& from, u32 used, u32 capacity, stock_room& to) {
+    from.table.for_each([&to](const void* element, bool handed_out) {
+        if (handed_out) {
+            to.table.insert(element_table::address(element), true);
+        }
+    });
+    for (u32 i = used; i < capacity; ++i) {
+        to.stack[i] = to.table.insert(from.table.at(from.stack[i]), false);
     }
 }
 
@@ -132,14 +150,14 @@ void insert_elements(element_table& table, void** elements, u32 first, u32 last)
 /// `fresh` gets it. Runs without the lock, as the one thread that grows the stock.
 kr_result make_growth(kr_mempool& pool, u32 first, u32 last, u64 bound, stock_room* fresh) {
     if (last <= pool.room.reserve) {
-        return make_elements(pool.room.elements, first, last, pool.element_size);
+        return make_elements(pool.room.stack, first, last, pool.element_size);
     }
     // Doubling keeps a pool that grows in small steps from copying its pointers at each step.
     const u64 reserve = std::clamp(u64{pool.room.reserve} * 2, u64{last}, bound);
     stock_room room;
     kr_result result = make_room(static_cast<u32>(reserve), pool.element_size, &room);
     if (kr_result_succeeded(result)) {
-        result = make_elements(room.elements, first, last, pool.element_size);
+        result = make_elements(room.stack, first, last, pool.element_size);
     }
     if (kr_result_succeeded(result)) {
         *fresh = std::move(room);
@@ -168,15 +186,11 @@ kr_result grow(kr_mempool& pool, pool_guard& guard, stock_room* outgrown) {
         return result;
     }
     if (fresh.block) {
-        pool.room.table.for_each([&fresh](const void* element, bool handed_out) {
-            fresh.table.insert(element, handed_out);
-        });
-        const u32 used = pool.used.load(std::memory_order_relaxed);
-        std::copy(pool.room.elements + used, pool.room.elements + first, fresh.elements + used);
+        move_elements(pool.room, pool.used.load(std::memory_order_relaxed), first, fresh);
         std::swap(pool.room, fresh);
         *outgrown = std::move(fresh);
     }
-    insert_elements(pool.room.table, pool.room.elements, first, last);
+    insert_elements(pool.room, first, last);
     pool.capacity = last;
     return result;
 }
@@ -213,6 +227,26 @@ kr_result replenish(kr_mempool& pool, pool_guard& guard, stock_room* outgrown) {
     return KR_SUCCESS;
 }
 
+/// Hands out the element on the top of the stack.
+void* hand_out(kr_mempool& pool) {
+    const u32 top = pool.used.load(std::memory_order_relaxed);
+    pool.used.store(top + 1, std::memory_order_relaxed);
+    return pool.room.table.mark_out(pool.room.stack[top]);
+}
+
+kr_result alloc_from_empty(kr_mempool& pool, void** out) {
+    stock_room outgrown; // freed after the lock
+    pool_guard guard(pool);
+    if (!has_free(pool)) {
+        const kr_result result = replenish(pool, guard, &outgrown);
+        if (kr_result_failed(result)) {
+            return result;
+        }
+    }
+    *out = hand_out(pool);
+    return KR_SUCCESS;
+}
+
 } // namespace
 
 kr_result kr_mempool_create(const kr_char* name, u64 element_size, u32 flags, u32 grow_count,
@@ -246,13 +280,13 @@ kr_result kr_mempool_create(const kr_char* name, u64 element_size, u32 flags, u3
         result = make_room(pool->grow_count, element_size, &pool->room);
     }
     if (kr_result_succeeded(result)) {
-        result = make_elements(pool->room.elements, 0, pool->grow_count, element_size);
+        result = make_elements(pool->room.stack, 0, pool->grow_count, element_size);
     }
     if (kr_result_failed(result)) {
         return result;
     }
     pool->capacity = pool->grow_count;
-    insert_elements(pool->room.table, pool->room.elements, 0, pool->capacity);
+    insert_elements(pool->room, 0, pool->capacity);
     *out = pool.release();
     return result;
 }
@@ -261,20 +295,14 @@ kr_result kr_mempool_alloc(kr_mempool* pool, void** out) {
     if (pool == nullptr || out == nullptr) {
         return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
     }
-    stock_room outgrown; // freed after the lock
-    pool_guard guard(*pool);
-    if (!has_free(*pool)) {
-        const kr_result result = replenish(*pool, guard, &outgrown);
-        if (kr_result_failed(result)) {
-            return result;
+    {
+        const pool_guard guard(*pool);
+        if (has_free(*pool)) [[likely]] {
+            *out = hand_out(*pool);
+            return KR_SUCCESS;
         }
     }
-    const u32 top = pool->used.load(std::memory_order_relaxed);
-    void* element = pool->room.elements[top];
-    pool->room.table.mark_out(element);
-    pool->used.store(top + 1, std::memory_order_relaxed);
-    *out = element;
-    return KR_SUCCESS;
+    return alloc_from_empty(*pool, out);
 }
 
 void kr_mempool_free(kr_mempool* pool, void* element) {
@@ -282,9 +310,10 @@ void kr_mempool_free(kr_mempool* pool, void* element) {
         return;
     }
     const pool_guard guard(*pool);
-    if (pool->room.table.mark_free(element)) {
+    const u64 slot = pool->room.table.mark_free(element);
+    if (slot != element_table::none) {
         const u32 top = pool->used.load(std::memory_order_relaxed) - 1;
-        pool->room.elements[top] = element;
+        pool->room.stack[top] = slot;
         pool->used.store(top, std::memory_order_relaxed);
     }
 }

@@ -228,7 +228,9 @@ private:
         static constexpr u32 types[] = {KR_MEMORY_TYPE_HEAP, KR_MEMORY_TYPE_HEAP,
                                         KR_MEMORY_TYPE_HEAP, KR_MEMORY_TYPE_FLAT, alien};
         const u32 type = types[steps_ % std::size(types)];
-        loan& lent = loans_.emplace_back(at.position, std::vector<u8>(size + 1, u8(steps_)));
+        loan& lent = loans_.emplace_back();
+        lent.start = at.position;
+        lent.memory.assign(size + 1, u8(steps_));
         lent.memory.resize(size);
         const bool borrows = r.type == not_backed && left == r.size && size == left;
         const bool copies = r.type == KR_MEMORY_TYPE_HEAP && size <= left;

@@ -19,10 +19,17 @@ namespace {
 using namespace kr::host;
 
 /// What a lock operation cannot report: it was used outside its life, or left by another thread.
-void must(int status) {
-    if (status != 0) {
+void must(bool sound) {
+    if (!sound) {
         std::abort();
     }
+}
+
+/// Tells the processor that this is a loop that waits.
+void relax_processor() {
+#if defined(__x86_64__)
+    __builtin_ia32_pause();
+#endif
 }
 
 /// One started thread; shared by the thread itself and its handle.
@@ -80,27 +87,33 @@ std::string thread_argument() {
 } // namespace
 
 void InitializeCriticalSection(CRITICAL_SECTION* section) {
-    pthread_mutexattr_t attributes;
-    must(pthread_mutexattr_init(&attributes));
-    must(pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE));
-    must(pthread_mutex_init(&section->mutex, &attributes));
-    must(pthread_mutexattr_destroy(&attributes));
+    std::construct_at(section);
 }
 
-void EnterCriticalSection(CRITICAL_SECTION* section) {
-    must(pthread_mutex_lock(&section->mutex));
+void kr::host::detail::enter_contended(CRITICAL_SECTION* section) {
+    constexpr int spins = 100;
+    for (int i = 0; i < spins; ++i) {
+        if (section->state.load(std::memory_order_relaxed) == 0 &&
+            TryEnterCriticalSection(section) != FALSE) {
+            return;
+        }
+        relax_processor();
+    }
+    // From here on the lock is taken as one that others may sleep on: whoever leaves it wakes one.
+    while (section->state.exchange(2, std::memory_order_acquire) != 0) {
+        section->state.wait(2, std::memory_order_relaxed);
+    }
+    section->owner.store(GetCurrentThreadId(), std::memory_order_relaxed);
+    section->depth = 1;
 }
 
-BOOL TryEnterCriticalSection(CRITICAL_SECTION* section) {
-    return pthread_mutex_trylock(&section->mutex) == 0 ? TRUE : FALSE;
-}
-
-void LeaveCriticalSection(CRITICAL_SECTION* section) {
-    must(pthread_mutex_unlock(&section->mutex));
+void kr::host::detail::wake_one(CRITICAL_SECTION* section) {
+    section->state.notify_one();
 }
 
 void DeleteCriticalSection(CRITICAL_SECTION* section) {
-    must(pthread_mutex_destroy(&section->mutex));
+    must(section->state.load(std::memory_order_relaxed) == 0);
+    std::destroy_at(section);
 }
 
 std::uintptr_t _beginthreadex(void*, unsigned, unsigned (*start)(void*), void* argument, unsigned,
@@ -190,12 +203,8 @@ BOOL SwitchToThread() {
     return sched_yield() == 0 ? TRUE : FALSE;
 }
 
-DWORD GetCurrentThreadId() {
-    thread_local DWORD id = 0;
-    if (id == 0) [[unlikely]] {
-        id = static_cast<DWORD>(gettid());
-    }
-    return id;
+DWORD kr::host::detail::find_thread_id() {
+    return thread_id = static_cast<DWORD>(gettid());
 }
 
 HANDLE GetCurrentThread() {

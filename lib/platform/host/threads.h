@@ -3,17 +3,95 @@
 
 #include "platform/host/win_types.h"
 
-#include <pthread.h>
+#include <atomic>
+#include <sys/single_threaded.h>
 
-/// A recursive lock, for InitializeCriticalSection to DeleteCriticalSection only.
+/// A recursive lock, for InitializeCriticalSection to DeleteCriticalSection only. Spins for a
+/// moment before it sleeps, as the system's own may, since what it guards here is short.
 struct CRITICAL_SECTION {
-    pthread_mutex_t mutex;
+    /// 0: free; 1: held; 2: held, and threads may be asleep on it.
+    std::atomic<unsigned> state;
+    /// The holder, 0 for none. Only the holder can find its own id here.
+    std::atomic<DWORD> owner;
+    /// How often the holder entered. Touched by the holder only.
+    unsigned depth;
 };
 
+namespace kr::host::detail {
+
+/// The calling thread's id once it was asked for, before that 0.
+inline constinit thread_local DWORD thread_id = 0;
+DWORD find_thread_id();
+
+void enter_contended(CRITICAL_SECTION* section);
+void wake_one(CRITICAL_SECTION* section);
+
+/// Takes a free lock. A process that has had one thread only needs no locked bus for that, and the
+/// runtime's own locks make the same difference.
+inline bool take(std::atomic<unsigned>& state) {
+    unsigned free = 0;
+    if (__libc_single_threaded != 0) {
+        if (state.load(std::memory_order_relaxed) != free) {
+            return false;
+        }
+        state.store(1, std::memory_order_relaxed);
+        return true;
+    }
+    return state.compare_exchange_strong(free, 1, std::memory_order_acquire,
+                                         std::memory_order_relaxed);
+}
+
+/// Frees a lock; returns whether threads may be asleep on it.
+inline bool give_back(std::atomic<unsigned>& state) {
+    if (__libc_single_threaded != 0) {
+        state.store(0, std::memory_order_relaxed);
+        return false;
+    }
+    return state.exchange(0, std::memory_order_release) == 2;
+}
+
+} // namespace kr::host::detail
+
+/// Unique among the running threads; no system call after the first on a thread.
+inline DWORD GetCurrentThreadId() {
+    const DWORD id = kr::host::detail::thread_id;
+    return id != 0 ? id : kr::host::detail::find_thread_id();
+}
+
+// Entering and leaving stand here because they are on every caller's hot path.
+
+inline BOOL TryEnterCriticalSection(CRITICAL_SECTION* section) {
+    const DWORD self = GetCurrentThreadId();
+    if (kr::host::detail::take(section->state)) {
+        section->owner.store(self, std::memory_order_relaxed);
+        section->depth = 1;
+        return TRUE;
+    }
+    if (section->owner.load(std::memory_order_relaxed) == self) {
+        ++section->depth;
+        return TRUE;
+    }
+    return FALSE;
+}
+
+inline void EnterCriticalSection(CRITICAL_SECTION* section) {
+    if (TryEnterCriticalSection(section) == FALSE) {
+        kr::host::detail::enter_contended(section);
+    }
+}
+
+/// Called by the thread that holds the lock.
+inline void LeaveCriticalSection(CRITICAL_SECTION* section) {
+    if (--section->depth != 0) {
+        return;
+    }
+    section->owner.store(0, std::memory_order_relaxed);
+    if (kr::host::detail::give_back(section->state)) {
+        kr::host::detail::wake_one(section);
+    }
+}
+
 void InitializeCriticalSection(CRITICAL_SECTION* section);
-void EnterCriticalSection(CRITICAL_SECTION* section);
-BOOL TryEnterCriticalSection(CRITICAL_SECTION* section);
-void LeaveCriticalSection(CRITICAL_SECTION* section);
 void DeleteCriticalSection(CRITICAL_SECTION* section);
 
 /// Starts `start(argument)`; the handle is the caller's to close, before or after the thread ends.
@@ -29,8 +107,6 @@ DWORD WaitForSingleObject(HANDLE thread, DWORD timeout_ms);
 
 void Sleep(DWORD duration_ms);
 BOOL SwitchToThread();
-/// Unique among the running threads; no system call after the first on a thread.
-DWORD GetCurrentThreadId();
 /// A pseudo handle that means the calling thread.
 HANDLE GetCurrentThread();
 
