@@ -27,19 +27,6 @@ HANDLE GetStdHandle(DWORD which) {
     return handle_of(static_cast<int>(number));
 }
 
-DWORD GetFileType(HANDLE file) {
-    struct stat status {};
-    const open_descriptor target = descriptor_of(file);
-    if (target.flags == 0 || fstat(target.number, &status) != 0) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return FILE_TYPE_UNKNOWN;
-    }
-    if (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode)) {
-        return FILE_TYPE_PIPE;
-    }
-    return S_ISCHR(status.st_mode) ? FILE_TYPE_CHAR : FILE_TYPE_DISK;
-}
-
 BOOL GetConsoleMode(HANDLE console, DWORD* mode) {
     const open_descriptor target = descriptor_of(console);
     if (target.flags == 0 || isatty(target.number) == 0) {
@@ -47,11 +34,6 @@ BOOL GetConsoleMode(HANDLE console, DWORD* mode) {
     }
     *mode = ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING;
     return TRUE;
-}
-
-BOOL SetConsoleMode(HANDLE console, DWORD) {
-    DWORD mode = 0;
-    return GetConsoleMode(console, &mode);
 }
 
 BOOL WriteConsoleW(HANDLE console, const void* text, DWORD length_chars, DWORD* written, void*) {

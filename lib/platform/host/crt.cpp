@@ -12,8 +12,6 @@
 
 namespace {
 
-using traits = std::char_traits<WCHAR>;
-
 template <typename Char>
 constexpr Char fold_ascii(Char unit, char first, char last, int distance) {
     return unit >= static_cast<Char>(first) && unit <= static_cast<Char>(last)
@@ -21,33 +19,7 @@ constexpr Char fold_ascii(Char unit, char first, char last, int distance) {
                : unit;
 }
 
-template <typename Text>
-Text* find_last(Text* text, WCHAR wanted) {
-    Text* found = nullptr;
-    do {
-        if (*text == wanted) {
-            found = text;
-        }
-    } while (*text++ != 0);
-    return found;
-}
-
-template <typename Text>
-Text* find_text(Text* text, const WCHAR* wanted) {
-    const std::size_t length = traits::length(wanted);
-    for (; length == 0 || (text = wcschr(text, *wanted)) != nullptr; ++text) {
-        if (wcsncmp(text, wanted, length) == 0) {
-            return text;
-        }
-    }
-    return nullptr;
-}
-
 } // namespace
-
-std::size_t wcslen(const WCHAR* text) {
-    return traits::length(text);
-}
 
 const WCHAR* wcschr(const WCHAR* text, WCHAR wanted) {
     for (; *text != wanted; ++text) {
@@ -60,38 +32,6 @@ const WCHAR* wcschr(const WCHAR* text, WCHAR wanted) {
 
 WCHAR* wcschr(WCHAR* text, WCHAR wanted) {
     return const_cast<WCHAR*>(wcschr(static_cast<const WCHAR*>(text), wanted));
-}
-
-const WCHAR* wcsrchr(const WCHAR* text, WCHAR wanted) {
-    return find_last(text, wanted);
-}
-
-WCHAR* wcsrchr(WCHAR* text, WCHAR wanted) {
-    return find_last(text, wanted);
-}
-
-const WCHAR* wcsstr(const WCHAR* text, const WCHAR* wanted) {
-    return find_text(text, wanted);
-}
-
-WCHAR* wcsstr(WCHAR* text, const WCHAR* wanted) {
-    return find_text(text, wanted);
-}
-
-int wcscmp(const WCHAR* a, const WCHAR* b) {
-    return wcsncmp(a, b, std::numeric_limits<std::size_t>::max());
-}
-
-int wcsncmp(const WCHAR* a, const WCHAR* b, std::size_t count) {
-    for (; count != 0; ++a, ++b, --count) {
-        if (*a != *b) {
-            return *a < *b ? -1 : 1;
-        }
-        if (*a == 0) {
-            break;
-        }
-    }
-    return 0;
 }
 
 int _wcsicmp(const WCHAR* a, const WCHAR* b) {
@@ -110,10 +50,6 @@ int _wcsnicmp(const WCHAR* a, const WCHAR* b, std::size_t count) {
 
 WCHAR towlower(WCHAR unit) {
     return fold_ascii(unit, 'A', 'Z', 'a' - 'A');
-}
-
-WCHAR towupper(WCHAR unit) {
-    return fold_ascii(unit, 'a', 'z', 'A' - 'a');
 }
 
 namespace {
@@ -298,16 +234,8 @@ i64 _wcstoi64(const WCHAR* text, WCHAR** end, int base) {
     return number_from_text<i64>(text, end, base);
 }
 
-u64 _wcstoui64(const WCHAR* text, WCHAR** end, int base) {
-    return number_from_text<u64>(text, end, base);
-}
-
 i64 _strtoi64(const char* text, char** end, int base) {
     return number_from_text<i64>(text, end, base);
-}
-
-u64 _strtoui64(const char* text, char** end, int base) {
-    return number_from_text<u64>(text, end, base);
 }
 
 i64 _wtoi64(const WCHAR* text) {
@@ -328,10 +256,6 @@ WCHAR* _ui64tow(u64 value, WCHAR* buffer, int base) {
 
 char* _i64toa(i64 value, char* buffer, int base) {
     return signed_text(value, buffer, base);
-}
-
-char* _ui64toa(u64 value, char* buffer, int base) {
-    return text_from_number(value, false, buffer, base);
 }
 
 int _snprintf(char* buffer, std::size_t room, const char* format, ...) {

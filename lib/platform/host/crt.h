@@ -12,21 +12,13 @@
 #include <cwchar>
 #include <cwctype>
 
-std::size_t wcslen(const WCHAR* text);
 const WCHAR* wcschr(const WCHAR* text, WCHAR wanted);
 WCHAR* wcschr(WCHAR* text, WCHAR wanted);
-const WCHAR* wcsrchr(const WCHAR* text, WCHAR wanted);
-WCHAR* wcsrchr(WCHAR* text, WCHAR wanted);
-const WCHAR* wcsstr(const WCHAR* text, const WCHAR* wanted);
-WCHAR* wcsstr(WCHAR* text, const WCHAR* wanted);
-int wcscmp(const WCHAR* a, const WCHAR* b);
-int wcsncmp(const WCHAR* a, const WCHAR* b, std::size_t count);
 /// Letter case of A to Z ignored.
 int _wcsicmp(const WCHAR* a, const WCHAR* b);
 int _wcsnicmp(const WCHAR* a, const WCHAR* b, std::size_t count);
 /// Folds A to Z only.
 WCHAR towlower(WCHAR unit);
-WCHAR towupper(WCHAR unit);
 
 using errno_t = int;
 using _invalid_parameter_handler = void (*)(const WCHAR* expression, const WCHAR* function,
@@ -47,9 +39,7 @@ errno_t wcscat_s(WCHAR* target, std::size_t size_chars, const WCHAR* text);
 LONG wcstol(const WCHAR* text, WCHAR** end, int base);
 ULONG wcstoul(const WCHAR* text, WCHAR** end, int base);
 i64 _wcstoi64(const WCHAR* text, WCHAR** end, int base);
-u64 _wcstoui64(const WCHAR* text, WCHAR** end, int base);
 i64 _strtoi64(const char* text, char** end, int base);
-u64 _strtoui64(const char* text, char** end, int base);
 /// Base 10 without an end. Out of range: the nearest limit, errno ERANGE.
 i64 _wtoi64(const WCHAR* text);
 i64 _atoi64(const char* text);
@@ -59,7 +49,6 @@ i64 _atoi64(const char* text);
 WCHAR* _i64tow(i64 value, WCHAR* buffer, int base);
 WCHAR* _ui64tow(u64 value, WCHAR* buffer, int base);
 char* _i64toa(i64 value, char* buffer, int base);
-char* _ui64toa(u64 value, char* buffer, int base);
 
 /// Formats at most `room` characters. An exact fit has no terminator; a cut text has neither, and
 /// gives -1.

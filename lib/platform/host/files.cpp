@@ -178,56 +178,6 @@ BOOL ReadFile(HANDLE file, void* buffer, DWORD size_bytes, DWORD* read_bytes, OV
     return TRUE;
 }
 
-BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD origin) {
-    if (injected_failure("SetFilePointerEx", [&] { return file_argument(file); })) {
-        return FALSE;
-    }
-    const open_descriptor target = descriptor_of(file);
-    if (target.flags == 0) {
-        return fail(ERROR_INVALID_HANDLE);
-    }
-    constexpr int origins[] = {SEEK_SET, SEEK_CUR, SEEK_END};
-    if (origin > FILE_END) {
-        return fail(ERROR_INVALID_PARAMETER);
-    }
-    const off_t moved = lseek(target.number, distance.QuadPart, origins[origin]);
-    if (moved < 0) {
-        return fail(errno == EINVAL ? DWORD{ERROR_NEGATIVE_SEEK} : error_from_errno(errno));
-    }
-    if (position != nullptr) {
-        position->QuadPart = moved;
-    }
-    return TRUE;
-}
-
-BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size_bytes) {
-    if (injected_failure("GetFileSizeEx", [&] { return file_argument(file); })) {
-        return FALSE;
-    }
-    struct stat status {};
-    const open_descriptor target = descriptor_of(file);
-    if (target.flags == 0 || fstat(target.number, &status) != 0) {
-        return fail(ERROR_INVALID_HANDLE);
-    }
-    size_bytes->QuadPart = status.st_size;
-    return TRUE;
-}
-
-BOOL FlushFileBuffers(HANDLE file) {
-    if (injected_failure("FlushFileBuffers", [&] { return file_argument(file); })) {
-        return FALSE;
-    }
-    const open_descriptor target = descriptor_of(file);
-    if (target.flags == 0) {
-        return fail(ERROR_INVALID_HANDLE);
-    }
-    // What cannot be synchronised (a pipe, a terminal) has nothing to be flushed.
-    if (fsync(target.number) != 0 && errno != EINVAL && errno != EROFS) {
-        return fail(error_from_errno(errno));
-    }
-    return TRUE;
-}
-
 BOOL CloseHandle(HANDLE handle) {
     const auto argument = [&] {
         return is_thread_handle(handle) ? std::string("thread") : file_argument(handle);

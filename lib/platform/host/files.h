@@ -25,9 +25,6 @@ inline constexpr DWORD FILE_ATTRIBUTE_READONLY = 0x01;
 inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
 inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
 inline constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
-inline constexpr DWORD FILE_BEGIN = 0;
-inline constexpr DWORD FILE_CURRENT = 1;
-inline constexpr DWORD FILE_END = 2;
 
 /// Opens or creates a file. Rights other than the ones above, attributes and flags are accepted
 /// and have no effect, except that FILE_ATTRIBUTE_READONLY makes a new file read-only. Access
@@ -42,9 +39,6 @@ BOOL WriteFile(HANDLE file, const void* data, DWORD size_bytes, DWORD* written,
                OVERLAPPED* overlapped);
 /// Reads up to `size_bytes`; 0 bytes at the end of the file.
 BOOL ReadFile(HANDLE file, void* buffer, DWORD size_bytes, DWORD* read, OVERLAPPED* overlapped);
-BOOL SetFilePointerEx(HANDLE file, LARGE_INTEGER distance, LARGE_INTEGER* position, DWORD origin);
-BOOL GetFileSizeEx(HANDLE file, LARGE_INTEGER* size_bytes);
-BOOL FlushFileBuffers(HANDLE file);
 /// Releases a handle of a file or of a thread; 6 when it is neither.
 BOOL CloseHandle(HANDLE handle);
 
@@ -62,18 +56,12 @@ DWORD GetTempPathW(DWORD room_chars, WCHAR* buffer);
 inline constexpr DWORD STD_INPUT_HANDLE = static_cast<DWORD>(-10);
 inline constexpr DWORD STD_OUTPUT_HANDLE = static_cast<DWORD>(-11);
 inline constexpr DWORD STD_ERROR_HANDLE = static_cast<DWORD>(-12);
-inline constexpr DWORD FILE_TYPE_UNKNOWN = 0;
-inline constexpr DWORD FILE_TYPE_DISK = 1;
-inline constexpr DWORD FILE_TYPE_CHAR = 2;
-inline constexpr DWORD FILE_TYPE_PIPE = 3;
 inline constexpr DWORD ENABLE_PROCESSED_OUTPUT = 0x1;
 inline constexpr DWORD ENABLE_VIRTUAL_TERMINAL_PROCESSING = 0x4;
 
 HANDLE GetStdHandle(DWORD which);
-DWORD GetFileType(HANDLE file);
 /// Succeeds for a terminal only, else 6.
 BOOL GetConsoleMode(HANDLE console, DWORD* mode);
-BOOL SetConsoleMode(HANDLE console, DWORD mode);
 /// Writes to a terminal (as UTF-8), else 6.
 BOOL WriteConsoleW(HANDLE console, const void* text, DWORD length_chars, DWORD* written,
                    void* reserved);
@@ -85,13 +73,9 @@ inline constexpr DWORD SHGFP_TYPE_CURRENT = 0;
 HRESULT SHGetFolderPathW(HWND owner, int folder, HANDLE token, DWORD flags, WCHAR* path);
 
 inline constexpr UINT CP_UTF8 = 65001;
-inline constexpr DWORD WC_ERR_INVALID_CHARS = 0x80;
 inline constexpr DWORD MB_ERR_INVALID_CHARS = 0x08;
-/// UTF-16 to UTF-8 (the only code page; 87 else). A length of -1 means a terminated text and
-/// counts the terminator; a room of 0 measures. A lone surrogate becomes U+FFFD, or 1113 with
-/// WC_ERR_INVALID_CHARS. Returns bytes; 0 with 87, 122 or 1113.
-int WideCharToMultiByte(UINT code_page, DWORD flags, const WCHAR* text, int length_chars,
-                        char* buffer, int room_bytes, const char* default_char, BOOL* used_default);
-/// UTF-8 to UTF-16, likewise.
+/// UTF-8 (the only code page; 87 else) to UTF-16. A length of -1 means a terminated text and counts
+/// the terminator; a room of 0 measures. A broken sequence becomes U+FFFD, or fails with 1113 when
+/// MB_ERR_INVALID_CHARS is given. Returns characters; 0 with 87, 122 or 1113.
 int MultiByteToWideChar(UINT code_page, DWORD flags, const char* text, int length_bytes,
                         WCHAR* buffer, int room_chars);

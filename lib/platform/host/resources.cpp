@@ -31,11 +31,6 @@ resource_list& resources() {
     return list;
 }
 
-HMODULE this_module() {
-    static char image = 0;
-    return reinterpret_cast<HMODULE>(&image);
-}
-
 /// Checked against the table first, never dereferenced before.
 HRSRC__* known(const void* handle) {
     const auto found = std::ranges::find_if(
@@ -45,19 +40,11 @@ HRSRC__* known(const void* handle) {
 
 } // namespace
 
-HMODULE GetModuleHandleW(const WCHAR* name) {
-    if (name == nullptr) {
-        return this_module();
-    }
-    SetLastError(126); // the specified module could not be found
-    return nullptr;
-}
-
 HRSRC FindResourceW(HMODULE module, const WCHAR* name, const WCHAR* type) {
     if (detail::injected_failure("FindResourceW", [&] { return to_utf8(name); })) {
         return nullptr;
     }
-    if ((module != nullptr && module != this_module()) || name == nullptr || type == nullptr) {
+    if (module != nullptr || name == nullptr || type == nullptr) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }

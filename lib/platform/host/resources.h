@@ -9,7 +9,7 @@
 using HRSRC = struct HRSRC__*;
 using HGLOBAL = void*;
 
-/// `module` is null or GetModuleHandleW(nullptr). Type and name are compared without regard to
+/// `module` is null, the running program. Type and name are compared without regard to
 /// case. Null with 1813 for an unknown type, 1814 for an unknown name.
 HRSRC FindResourceW(HMODULE module, const WCHAR* name, const WCHAR* type);
 /// 0 with 87 for a handle that FindResourceW did not return.
@@ -17,7 +17,6 @@ DWORD SizeofResource(HMODULE module, HRSRC resource);
 HGLOBAL LoadResource(HMODULE module, HRSRC resource);
 /// The bytes, valid for the life of the process.
 void* LockResource(HGLOBAL data);
-HMODULE GetModuleHandleW(const WCHAR* name);
 
 namespace kr::host {
 

@@ -6,7 +6,6 @@
 #include "platform/host/intercept.h"
 #include "platform/host/world.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace kr::host::detail {
@@ -80,20 +79,17 @@ bool take_utf8(std::string_view& text, char32_t& point) {
 
 } // namespace
 
-bool encode_utf8(std::u16string_view text, lone_surrogate lone, std::string& out) {
-    bool whole = true;
+void encode_utf8(std::u16string_view text, lone_surrogate lone, std::string& out) {
     out.reserve(out.size() + text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         char32_t point = text[i];
         if (is_lead_surrogate(point) && i + 1 < text.size() && is_trail_surrogate(text[i + 1])) {
             point = 0x10000 + ((point - 0xD800) << 10) + (text[++i] - 0xDC00U);
         } else if (is_lead_surrogate(point) || is_trail_surrogate(point)) {
-            whole = false;
             point = lone == lone_surrogate::replace ? REPLACEMENT : point;
         }
         append_utf8(out, point);
     }
-    return whole;
 }
 
 bool decode_utf8(std::string_view text, std::u16string& out) {
@@ -128,60 +124,30 @@ std::u16string to_utf16(std::string_view text) {
 
 } // namespace kr::host
 
-namespace {
-
-using namespace kr::host;
-
-/// The part of both conversions that is the same: arguments, room, errors.
-template <typename From, typename To, typename Convert>
-int convert_text(UINT code_page, const From* text, int length, To* buffer, int room,
-                 bool refuse_broken, Convert convert) {
-    if (code_page != CP_UTF8 || text == nullptr || length == 0 || length < -1 || room < 0 ||
-        (room > 0 && buffer == nullptr)) {
+int MultiByteToWideChar(UINT code_page, DWORD flags, const char* text, int length_bytes,
+                        WCHAR* buffer, int room_chars) {
+    using namespace kr::host::detail;
+    if (injected_failure("MultiByteToWideChar")) {
+        return 0;
+    }
+    if (code_page != CP_UTF8 || text == nullptr || length_bytes == 0 || length_bytes < -1 ||
+        room_chars < 0 || (room_chars > 0 && buffer == nullptr)) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
     }
     const std::size_t taken =
-        length == -1 ? std::char_traits<From>::length(text) + 1 : static_cast<std::size_t>(length);
-    std::basic_string<To> out;
-    if (!convert(std::basic_string_view<From>(text, taken), out) && refuse_broken) {
+        length_bytes == -1 ? std::strlen(text) + 1 : static_cast<std::size_t>(length_bytes);
+    std::u16string out;
+    if (!decode_utf8({text, taken}, out) && (flags & MB_ERR_INVALID_CHARS) != 0) {
         SetLastError(ERROR_NO_UNICODE_TRANSLATION);
         return 0;
     }
-    if (room > 0 && out.size() > static_cast<std::size_t>(room)) {
+    if (room_chars > 0 && out.size() > static_cast<std::size_t>(room_chars)) {
         SetLastError(ERROR_INSUFFICIENT_BUFFER);
         return 0;
     }
-    if (room > 0) {
-        std::ranges::copy(out, buffer);
+    if (room_chars > 0) {
+        out.copy(buffer, out.size());
     }
     return static_cast<int>(out.size());
-}
-
-} // namespace
-
-int WideCharToMultiByte(UINT code_page, DWORD flags, const WCHAR* text, int length_chars,
-                        char* buffer, int room_bytes, const char* default_char,
-                        BOOL* used_default) {
-    if (detail::injected_failure("WideCharToMultiByte")) {
-        return 0;
-    }
-    if (default_char != nullptr || used_default != nullptr) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return 0;
-    }
-    return convert_text(code_page, text, length_chars, buffer, room_bytes,
-                        (flags & WC_ERR_INVALID_CHARS) != 0,
-                        [](std::u16string_view from, std::string& to) {
-                            return detail::encode_utf8(from, detail::lone_surrogate::replace, to);
-                        });
-}
-
-int MultiByteToWideChar(UINT code_page, DWORD flags, const char* text, int length_bytes,
-                        WCHAR* buffer, int room_chars) {
-    if (detail::injected_failure("MultiByteToWideChar")) {
-        return 0;
-    }
-    return convert_text(code_page, text, length_bytes, buffer, room_chars,
-                        (flags & MB_ERR_INVALID_CHARS) != 0, detail::decode_utf8);
 }
