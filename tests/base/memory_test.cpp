@@ -1,0 +1,184 @@
+/// The allocator hooks, the buffer utilities and the typed operations on flat memory.
+#include "base/memory.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "base/buffer.h"
+#include "base/typed_memory.h"
+#include "support/captured_log.h"
+#include "support/failing_allocator.h"
+
+namespace {
+
+using kr::test::failing_allocator;
+using testing::ElementsAre;
+using testing::StartsWith;
+
+constexpr kr_result not_implemented = 0x82000022;
+
+TEST(RawMemory, TakesNoBytesForOneAndSaysSo) {
+    kr::test::captured_log log;
+    log.set_mask(KR_LOG_MEMORY, KR_LOG_ERROR | KR_LOG_DEBUG);
+    void* block = nullptr;
+    ASSERT_EQ(kr_memory_allocate_raw(&block, 0), KR_SUCCESS);
+    ASSERT_NE(block, nullptr);
+    kr_memory_deallocate_raw(block);
+    kr_memory_deallocate_raw(nullptr);
+    EXPECT_THAT(
+        log.take(),
+        ElementsAre("D 26 kr_memory_allocate_raw: Allocation size must be greater than zero",
+                    StartsWith("D 26 kr_memory_deallocate_raw: memory_ptr = "),
+                    StartsWith("D 26 kr_memory_deallocate_raw: memory_ptr = ")));
+}
+
+TEST(RawMemory, LeavesTheOutputAloneWhenTheHeapIsExhausted) {
+    kr::test::captured_log log;
+    int known = 0;
+    void* block = &known;
+    volatile size_t too_much = SIZE_MAX / 2;
+    EXPECT_EQ(kr_memory_allocate_raw(&block, too_much), kr_result_make_error(KR_OUT_OF_MEMORY));
+    EXPECT_EQ(block, &known);
+    EXPECT_THAT(log.take(), ElementsAre("E 26 kr_memory_allocate_raw: Out of memory!"));
+}
+
+/// A heap buffer with its size, as the growing operations take it.
+struct buffer {
+    void* data = nullptr;
+    size_t size = 0;
+
+    buffer() = default;
+    explicit buffer(const std::string& content) : size(content.size()) {
+        EXPECT_EQ(kr_memdup(content.data(), &data, size), KR_SUCCESS);
+    }
+    buffer(const buffer&) = delete;
+    buffer& operator=(const buffer&) = delete;
+    ~buffer() { kr_memory_deallocate_hook(data); }
+
+    [[nodiscard]] std::string content(size_t count) const {
+        return {static_cast<const char*>(data), count};
+    }
+};
+
+TEST(Buffers, GrowKeepTheirContentAndNeverShrink) {
+    const failing_allocator allocator;
+    buffer fresh;
+    ASSERT_EQ(kr_memory_grow(&fresh.data, &fresh.size, 3), KR_SUCCESS);
+    EXPECT_EQ(fresh.size, 3u);
+
+    buffer grown("abc");
+    const void* const before = grown.data;
+    for (const size_t no_more : {size_t{3}, size_t{2}, size_t{0}}) {
+        ASSERT_EQ(kr_memory_grow(&grown.data, &grown.size, no_more), KR_SUCCESS);
+        ASSERT_EQ(kr_memory_grow_reserve(&grown.data, &grown.size, no_more, 100), KR_SUCCESS);
+        EXPECT_EQ(grown.data, before);
+        EXPECT_EQ(grown.size, 3u);
+    }
+    ASSERT_EQ(kr_memory_grow(&grown.data, &grown.size, 4), KR_SUCCESS);
+    EXPECT_EQ(grown.size, 4u);
+    ASSERT_EQ(kr_memory_grow_reserve(&grown.data, &grown.size, 5, 7), KR_SUCCESS);
+    EXPECT_EQ(grown.size, 12u);
+    EXPECT_EQ(grown.content(3), "abc");
+    EXPECT_EQ(kr_memory_grow_reserve(&grown.data, &grown.size, SIZE_MAX, 1),
+              kr_result_make_error(KR_OUT_OF_MEMORY));
+    EXPECT_EQ(grown.size, 12u);
+}
+
+TEST(Buffers, StayWholeWhenAnAllocationFails) {
+    using operation = kr_result (*)(buffer&);
+    const operation operations[] = {
+        [](buffer& b) { return kr_memory_grow(&b.data, &b.size, 100); },
+        [](buffer& b) { return kr_memory_grow_reserve(&b.data, &b.size, 90, 10); },
+    };
+    for (const operation& grow : operations) {
+        kr::test::sweep_allocations([&grow] {
+            buffer b;
+            kr_result result = kr_memdup("abc", &b.data, 3);
+            if (kr_result_failed(result)) {
+                EXPECT_EQ(b.data, nullptr);
+                return result;
+            }
+            b.size = 3;
+            result = grow(b);
+            EXPECT_EQ(b.size, kr_result_failed(result) ? 3u : 100u);
+            EXPECT_EQ(b.content(3), "abc");
+            return result;
+        });
+    }
+}
+
+TEST(Buffers, AreZeroOnlyWhenEveryByteIs) {
+    std::vector<u8> block(300);
+    for (size_t start = 0; start < 20; ++start) {
+        for (size_t size = 0; size < 150; ++size) {
+            ASSERT_TRUE(kr_memory_is_zero(block.data() + start, size));
+            // The neighbours of the range do not count, its first and last bytes do.
+            block[start + size] = 1;
+            if (start > 0) {
+                block[start - 1] = 1;
+            }
+            ASSERT_TRUE(kr_memory_is_zero(block.data() + start, size)) << start << ' ' << size;
+            for (const size_t at : {size_t{0}, size / 2, size - 1}) {
+                if (at < size) {
+                    block[start + at] = 0x80;
+                    ASSERT_FALSE(kr_memory_is_zero(block.data() + start, size)) << at;
+                    block[start + at] = 0;
+                }
+            }
+            block.assign(block.size(), 0);
+        }
+    }
+}
+
+TEST(TypedMemory, KnowsHeapAndFlatAndRefusesTheRest) {
+    kr::test::captured_log log;
+    log.set_mask(KR_LOG_MEMORY, KR_LOG_ERROR | KR_LOG_DEBUG);
+    constexpr u32 heap = KR_MEMORY_TYPE_HEAP;
+    constexpr u32 flat = KR_MEMORY_TYPE_FLAT;
+    constexpr u32 unknown = 77;
+    char a[] = "abcd";
+    char b[] = "efgh";
+    struct row {
+        int line;
+        kr_result got;
+        kr_result expected;
+    };
+    void* out = a;
+    void* moved = a + 2;
+    const row rows[] = {
+        {__LINE__, kr_memcpy_ex(heap, a, heap, b, 2), KR_SUCCESS},
+        {__LINE__, kr_memcpy_ex(heap, a, flat, b, 2), not_implemented},
+        {__LINE__, kr_memcpy_ex(flat, a, heap, b, 2), not_implemented},
+        {__LINE__, kr_memory_assign_ex(heap, a + 2, heap, b, 1), KR_SUCCESS},
+        {__LINE__, kr_memory_assign_ex(flat, a, flat, b, 1), not_implemented},
+        {__LINE__, kr_memory_allocate_ex(flat, &out, 1), not_implemented},
+        {__LINE__, kr_memory_allocate_ex(unknown, &out, 1), not_implemented},
+        {__LINE__, kr_memory_ptr_ex(unknown, a, 1, &out), not_implemented},
+        {__LINE__, kr_memory_ptr_advance_ex(heap, -1, &moved), KR_SUCCESS},
+        {__LINE__, kr_memory_ptr_advance_ex(flat, -1, &moved), not_implemented},
+        {__LINE__, kr_memory_prepare_ex(heap, a, 9), KR_SUCCESS},
+        {__LINE__, kr_memory_prepare_ex(flat, a, 9), not_implemented},
+        {__LINE__, kr_memory_split_ex(heap, a, 1), not_implemented},
+    };
+    for (const row& r : rows) {
+        EXPECT_EQ(r.got, r.expected) << r.line;
+    }
+    EXPECT_STREQ(a, "efed");
+    EXPECT_EQ(out, a);
+    EXPECT_EQ(moved, a + 1);
+    kr_memset_ex(flat, a, 'x', 1);
+    kr_memset_ex(heap, a + 1, 'y', 1);
+    kr_memset_ex(unknown, a, 'z', 4);
+    EXPECT_STREQ(a, "xyed");
+    kr_memory_deallocate_ex(flat, a);
+    EXPECT_THAT(log.take(),
+                ElementsAre("D 26 kr_memcpy_ex: memcpy for 104 <- 5 types is not implemented.",
+                            "D 26 kr_memcpy_ex: memcpy for 5 <- 104 types is not implemented.",
+                            "E 26 kr_memset_ex: Cannot memset memory of type 77",
+                            "E 26 kr_memory_deallocate_ex: Cannot deallocate memory of type 5"));
+}
+
+} // namespace

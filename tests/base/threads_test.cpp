@@ -1,0 +1,125 @@
+/// Locks, and worker threads from their start to the module's end.
+#include "base/threads.h"
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "base/sync.h"
+
+namespace {
+
+TEST(Mutex, KeepsThreadsOutAndLetsItsHolderBackIn) {
+    kr_mutex mutex;
+    ASSERT_EQ(kr_mutex_init(&mutex), KR_SUCCESS);
+    constexpr int rounds = 20000;
+    int count = 0;
+    const auto work = [&mutex, &count] {
+        for (int i = 0; i < rounds; ++i) {
+            kr_mutex_lock(&mutex);
+            kr_mutex_lock(&mutex);
+            ++count;
+            kr_mutex_unlock(&mutex);
+            ++count;
+            kr_mutex_unlock(&mutex);
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back(work);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(count, 4 * rounds * 2);
+    EXPECT_EQ(kr_mutex_destroy(&mutex), KR_SUCCESS);
+}
+
+/// Starts the module by itself, and stops it unless the test did.
+class Threads : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(kr_thread_module()->init(), KR_SUCCESS); }
+    void TearDown() override {
+        if (!stopped_) {
+            stop();
+        }
+    }
+    void stop() {
+        stopped_ = true;
+        EXPECT_EQ(kr_thread_module()->fini(), KR_SUCCESS);
+    }
+
+private:
+    bool stopped_ = false;
+};
+
+std::atomic<u32> ran;
+
+void count_run(void* arg) {
+    EXPECT_EQ(kr_thread_context_query(), 1u);
+    ran += *static_cast<const u32*>(arg);
+}
+
+TEST_F(Threads, RunAtEveryPriorityWithTheirArgument) {
+    ran = 0;
+    u32 args[] = {1, 10, 100, 1000, 10000};
+    for (u32 priority = 0; priority < 5; ++priority) {
+        ASSERT_EQ(kr_thread_create(count_run, priority, &args[priority]), KR_SUCCESS);
+    }
+    stop();
+    EXPECT_EQ(ran, 11111u);
+}
+
+TEST_F(Threads, AreStartedByManyAtOnceAndAllEndBeforeTheModule) {
+    ran = 0;
+    static const u32 one = 1;
+    constexpr u32 starters = 4;
+    constexpr u32 each = 50;
+    std::vector<std::thread> threads;
+    for (u32 i = 0; i < starters; ++i) {
+        threads.emplace_back([] {
+            for (u32 n = 0; n < each; ++n) {
+                EXPECT_EQ(kr_thread_create_normal(count_run, const_cast<u32*>(&one)), KR_SUCCESS);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    stop();
+    EXPECT_EQ(ran, starters * each);
+}
+
+TEST_F(Threads, AreRefusedFromTheMomentTheModuleStops) {
+    static std::atomic<bool> release;
+    static std::atomic<kr_result> late;
+    release = false;
+    late = KR_SUCCESS;
+    // A thread that is still running while the module waits for it tries to start another.
+    ASSERT_EQ(kr_thread_create_normal(
+                  [](void*) {
+                      while (!release) {
+                          std::this_thread::yield();
+                      }
+                      kr_result result = KR_SUCCESS;
+                      while (kr_result_succeeded(result)) {
+                          result = kr_thread_create_normal([](void*) {}, nullptr);
+                      }
+                      late = result;
+                  },
+                  nullptr),
+              KR_SUCCESS);
+    release = true;
+    stop();
+    EXPECT_EQ(late, kr_result_make_error(KR_GENERIC));
+    EXPECT_EQ(kr_thread_create_normal([](void*) {}, nullptr), kr_result_make_error(KR_GENERIC));
+}
+
+TEST_F(Threads, NeedAFunction) {
+    EXPECT_EQ(kr_thread_create_normal(nullptr, nullptr),
+              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+}
+
+} // namespace
