@@ -2,15 +2,14 @@
 /// NAME/n beside PEER/n gives the ratio.
 #include <array>
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
 #include <cwchar>
 #include <string>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 
 #include "base/convert.h"
-#include "base/guid.h"
 #include "base/product.h"
 #include "base/widen.h"
 
@@ -40,7 +39,7 @@ const std::vector<std::basic_string<Char>>& numbers(size_t digits) {
 template <typename Char, typename Parse>
 void parse_each(benchmark::State& state, Parse parse) {
     const auto& texts = numbers<Char>(static_cast<size_t>(state.range(0)));
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         for (const auto& text : texts) {
             benchmark::DoNotOptimize(parse(text));
         }
@@ -80,10 +79,11 @@ template <typename Write>
 void write_each(benchmark::State& state, Write write) {
     const auto& texts = numbers<char>(static_cast<size_t>(state.range(0)));
     std::vector<u64> values;
+    values.reserve(texts.size());
     for (const std::string& text : texts) {
         values.push_back(std::strtoull(text.c_str(), nullptr, 10));
     }
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         for (const u64 value : values) {
             write(value);
             benchmark::ClobberMemory();
@@ -136,7 +136,7 @@ void u64_to_wide(benchmark::State& state) {
 void ascii_to_wide(benchmark::State& state) {
     const std::string src(static_cast<size_t>(state.range(0)), 'a');
     std::basic_string<kr_char> dst(src.size() + 1, kr_char{});
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         kr_ascii_to_krchar(src.c_str(), dst.data());
         benchmark::ClobberMemory();
     }
@@ -144,7 +144,7 @@ void ascii_to_wide(benchmark::State& state) {
 void ascii_to_wide_plain_loop(benchmark::State& state) {
     const std::string src(static_cast<size_t>(state.range(0)), 'a');
     std::basic_string<kr_char> dst(src.size() + 1, kr_char{});
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         plain_widen(src.c_str(), dst.data());
         benchmark::ClobberMemory();
     }
@@ -152,7 +152,7 @@ void ascii_to_wide_plain_loop(benchmark::State& state) {
 void wide_to_ascii(benchmark::State& state) {
     const std::basic_string<kr_char> src(static_cast<size_t>(state.range(0)), kr_char{'a'});
     std::string dst(src.size() + 1, '\0');
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(kr_krchar_to_ascii(src.c_str(), dst.data(), dst.size()));
         benchmark::ClobberMemory();
     }
@@ -160,7 +160,7 @@ void wide_to_ascii(benchmark::State& state) {
 void wide_to_ascii_plain_loop(benchmark::State& state) {
     const std::basic_string<kr_char> src(static_cast<size_t>(state.range(0)), kr_char{'a'});
     std::string dst(src.size() + 1, '\0');
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(plain_narrow(src.c_str(), dst.data(), dst.size()));
         benchmark::ClobberMemory();
     }

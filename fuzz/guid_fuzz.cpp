@@ -16,7 +16,7 @@ bool all_of(std::string_view text, std::string_view allowed) {
     return text.find_first_not_of(allowed) == std::string_view::npos;
 }
 
-KRGUID from_digits(std::string digits) {
+KRGUID from_digits(const std::string& digits) {
     KRGUID guid{};
     for (size_t i = 0; i < digits.size() / 2; ++i) {
         guid.bytes[i] = static_cast<u8>(std::stoul(digits.substr(2 * i, 2), nullptr, 16));

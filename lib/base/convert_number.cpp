@@ -2,6 +2,7 @@
 #include "base/convert_number.h"
 
 #include <limits>
+#include <type_traits>
 
 #include "base/decimal.h"
 #include "base/digit_scan.h"

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <type_traits>
 
 #include "base/convert_text.h"
 #include "base/wide_string.h"
@@ -31,8 +32,7 @@ constexpr std::array<u8, 128> nibbles = [] {
 
 template <typename Char>
 u8 nibble_of(Char character) {
-    // A negative char becomes a large index.
-    const auto index = static_cast<size_t>(character);
+    const auto index = static_cast<std::make_unsigned_t<Char>>(character);
     return index < nibbles.size() ? nibbles[index] : not_a_digit;
 }
 

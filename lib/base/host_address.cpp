@@ -92,6 +92,6 @@ kr_result kr_string_ipv4_to_hoststr(u32 ip, char* out) {
     if (answer == nullptr) {
         return kr_result_make_error(KR_DNS_HOSTNAME);
     }
-    std::strcpy(out, answer->h_name);
+    std::memcpy(out, answer->h_name, std::strlen(answer->h_name) + 1);
     return kr_result_make_success(KR_DNS_HOSTNAME);
 }

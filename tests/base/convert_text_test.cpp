@@ -2,7 +2,9 @@
 /// counts.
 #include "base/convert_text.h"
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 
