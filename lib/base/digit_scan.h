@@ -8,6 +8,7 @@
 #include <bit>
 
 #include "base/decimal.h"
+#include "base/vector_text.h"
 #include "platform/types.h"
 #include "platform/vectors.h"
 
@@ -69,19 +70,10 @@ constexpr u64 value_of_block(u64 block) {
            32u;
 }
 
-/// Whether a block's load stays within the page that holds `text`, which is all that is known to
-/// be there.
-template <typename Char>
-bool may_load_block(const Char* text) {
-    constexpr std::uintptr_t page_bytes = 4096;
-    return std::bit_cast<std::uintptr_t>(text) % page_bytes <=
-           page_bytes - block_digits * sizeof(Char);
-}
-
 /// Up to eight digits.
 template <typename Char>
 inline digit_run scan_block(const Char* text) {
-    if (!may_load_block(text)) {
+    if (!in_one_page(text, block_digits * sizeof(Char))) {
         return plain::scan_digits(text, block_digits);
     }
     const u64 block = load_block(text);

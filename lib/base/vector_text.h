@@ -14,11 +14,11 @@ namespace kr::detail::vectors {
 inline constexpr size_t vector_bytes = sizeof(__m128i);
 inline constexpr size_t vector_chars = vector_bytes / sizeof(kr_char);
 
-/// Whether the vector at `address` lies in one page: then it may be read when its first byte may.
-/// The text's end is not known, so no other bound is at hand.
-inline bool in_one_page(const void* address) {
+/// Whether the bytes from `address` on, one vector by default, lie in one page: then they may be
+/// read when the first of them may. The text's end is not known, so no other bound is at hand.
+inline bool in_one_page(const void* address, size_t size_bytes = vector_bytes) {
     constexpr std::uintptr_t page_bytes = 4096; // the smallest page of the processor
-    return std::bit_cast<std::uintptr_t>(address) % page_bytes <= page_bytes - vector_bytes;
+    return std::bit_cast<std::uintptr_t>(address) % page_bytes <= page_bytes - size_bytes;
 }
 
 KR_READS_WHOLE_VECTORS inline __m128i load(const void* address) {

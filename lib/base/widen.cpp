@@ -70,25 +70,31 @@ void widen_text(const char* src, kr_char* dst) {
 }
 
 size_t narrow_ascii(const kr_char* src, char* dst, size_t room) {
+    // Packing with saturation leaves 1 to 127 as they are and makes 0 or a negative byte of all
+    // else, the terminator included.
     const __m128i zero = _mm_setzero_si128();
-    const __m128i beyond_ascii = _mm_set1_epi16(static_cast<i16>(0xFF80));
     size_t count = 0;
-    while (room - count >= vector_chars) {
-        if (!in_one_page(src + count)) {
+    while (room - count >= 2 * vector_chars) {
+        if (!in_one_page(src + count, 2 * vector_bytes)) {
             if (plain::narrow_ascii(src + count, dst + count, 1) == 0) {
                 return count;
             }
             ++count;
             continue;
         }
-        const __m128i units = load(src + count);
-        const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(units, beyond_ascii), zero);
-        const __m128i end = _mm_cmpeq_epi16(units, zero);
-        if (bits_of(_mm_andnot_si128(end, ascii)) != all_bytes) {
-            break;
+        const __m128i packed =
+            _mm_packus_epi16(load(src + count), load(src + count + vector_chars));
+        const u32 others = all_bytes ^ bits_of(_mm_cmpgt_epi8(packed, zero));
+        if (others == 0) {
+            store(dst + count, packed);
+            count += 2 * vector_chars;
+            continue;
         }
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + count), _mm_packus_epi16(units, units));
-        count += vector_chars;
+        if (static_cast<size_t>(std::countr_zero(others)) >= vector_chars) {
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + count), packed);
+            count += vector_chars;
+        }
+        break;
     }
     return count + plain::narrow_ascii(src + count, dst + count, room - count);
 }
