@@ -73,14 +73,14 @@ TEST_F(MultiString, ReadsIntoAnArrayOrLeavesIt) {
         items expected = before;
         expected.insert(expected.end(), row.added.begin(), row.added.end());
         EXPECT_EQ(read.content(), expected);
-        const std::string text = row.text;
-        EXPECT_EQ(kr::test::said(log_, "07"),
-                  row.stored_again != nullptr
-                      ? ""
-                      : "W kr_settings_parse_multi_string: Parsing error. String '" + text +
-                            "' is not properly escaped.\nW kr_settings_get_multi_string: Unable to "
-                            "parse multi string " +
-                            text + " Result is 0x82000003\n");
+        std::string said;
+        if (row.stored_again == nullptr) {
+            said = "W kr_settings_parse_multi_string: Parsing error. String '";
+            said.append(row.text).append("' is not properly escaped.\nW ");
+            said.append("kr_settings_get_multi_string: Unable to parse multi string ");
+            said.append(row.text).append(" Result is 0x82000003\n");
+        }
+        EXPECT_EQ(kr::test::said(log_, "07"), said);
         if (row.stored_again != nullptr) {
             const string_array added(row.added);
             EXPECT_EQ(kr_settings_set_multi_string(settings_, entry, &added.array), KR_SUCCESS);

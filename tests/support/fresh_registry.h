@@ -81,7 +81,7 @@ public:
         if (kr_result_failed(result)) {
             return kr_result_is(result, KR_NOT_FOUND) ? "<missing>" : "<failed>";
         }
-        const std::string copy = utf8(stored);
+        std::string copy = utf8(stored);
         kr_memory_deallocate_hook(stored);
         return copy;
     }
@@ -112,7 +112,7 @@ inline std::vector<std::string> names_of(kr_result (*enumerate)(kr_settings_hand
 /// results left out. Empties the log.
 inline std::string said(captured_log& log, const char* category) {
     std::string lines;
-    for (std::string line : log.take()) {
+    for (const std::string& line : log.take()) {
         if (line.compare(2, 2, category) == 0) {
             const std::size_t description = line.find(" (error ");
             lines += line.substr(0, 2) + line.substr(5, description - 5) + '\n';
