@@ -1,5 +1,5 @@
 /// Conversions against the standard library and plain loops, on the same text in one process. A row
-/// NAME/n beside PEER/n gives the ratio.
+/// WORK_kr/n beside WORK_PEER/n gives the ratio.
 #include <array>
 #include <charconv>
 #include <cstdlib>
@@ -54,7 +54,7 @@ u64 ours(const std::basic_string<Char>& text) {
     return value;
 }
 
-void u64_from_narrow(benchmark::State& state) {
+void u64_from_narrow_kr(benchmark::State& state) {
     parse_each<char>(state, ours<kr_string_to_ui64_a_generic, char>);
 }
 void u64_from_narrow_from_chars(benchmark::State& state) {
@@ -64,10 +64,10 @@ void u64_from_narrow_from_chars(benchmark::State& state) {
         return value;
     });
 }
-void u64_from_wide_strict(benchmark::State& state) {
+void u64_from_wide_strict_kr(benchmark::State& state) {
     parse_each<kr_char>(state, ours<kr_string_to_ui64_w_generic, kr_char>);
 }
-void u64_from_wide(benchmark::State& state) {
+void u64_from_wide_kr(benchmark::State& state) {
     parse_each<kr_char>(state, ours<kr_string_to_ui64_w, kr_char>);
 }
 void u64_from_wide_wcstoull(benchmark::State& state) {
@@ -92,7 +92,7 @@ void write_each(benchmark::State& state, Write write) {
     state.SetItemsProcessed(state.iterations() * static_cast<i64>(values.size()));
 }
 
-void u64_to_narrow(benchmark::State& state) {
+void u64_to_narrow_kr(benchmark::State& state) {
     char text[KR_STRING_INTEGER_CHARS];
     benchmark::DoNotOptimize(&text[0]);
     write_each(state, [&text](u64 value) {
@@ -105,7 +105,7 @@ void u64_to_narrow_to_chars(benchmark::State& state) {
     write_each(state,
                [&text](u64 value) { *std::to_chars(text, text + sizeof text, value).ptr = '\0'; });
 }
-void u64_to_wide(benchmark::State& state) {
+void u64_to_wide_kr(benchmark::State& state) {
     kr_char text[KR_STRING_INTEGER_CHARS];
     benchmark::DoNotOptimize(&text[0]);
     write_each(state, [&text](u64 value) {
@@ -133,7 +133,7 @@ void u64_to_wide(benchmark::State& state) {
     return false;
 }
 
-void ascii_to_wide(benchmark::State& state) {
+void ascii_to_wide_kr(benchmark::State& state) {
     const std::string src(static_cast<size_t>(state.range(0)), 'a');
     std::basic_string<kr_char> dst(src.size() + 1, kr_char{});
     for ([[maybe_unused]] auto _ : state) {
@@ -149,7 +149,7 @@ void ascii_to_wide_plain_loop(benchmark::State& state) {
         benchmark::ClobberMemory();
     }
 }
-void wide_to_ascii(benchmark::State& state) {
+void wide_to_ascii_kr(benchmark::State& state) {
     const std::basic_string<kr_char> src(static_cast<size_t>(state.range(0)), kr_char{'a'});
     std::string dst(src.size() + 1, '\0');
     for ([[maybe_unused]] auto _ : state) {
@@ -166,17 +166,17 @@ void wide_to_ascii_plain_loop(benchmark::State& state) {
     }
 }
 
-BENCHMARK(u64_from_narrow)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
+BENCHMARK(u64_from_narrow_kr)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
 BENCHMARK(u64_from_narrow_from_chars)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
-BENCHMARK(u64_from_wide_strict)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
-BENCHMARK(u64_from_wide)->Arg(1)->Arg(5)->Arg(10)->Arg(18);
+BENCHMARK(u64_from_wide_strict_kr)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
+BENCHMARK(u64_from_wide_kr)->Arg(1)->Arg(5)->Arg(10)->Arg(18);
 BENCHMARK(u64_from_wide_wcstoull)->Arg(1)->Arg(5)->Arg(10)->Arg(18)->Arg(20);
-BENCHMARK(u64_to_narrow)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
+BENCHMARK(u64_to_narrow_kr)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
 BENCHMARK(u64_to_narrow_to_chars)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
-BENCHMARK(u64_to_wide)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
-BENCHMARK(ascii_to_wide)->Arg(5)->Arg(20)->Arg(100)->Arg(4000);
+BENCHMARK(u64_to_wide_kr)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
+BENCHMARK(ascii_to_wide_kr)->Arg(5)->Arg(20)->Arg(100)->Arg(4000);
 BENCHMARK(ascii_to_wide_plain_loop)->Arg(5)->Arg(20)->Arg(100)->Arg(4000);
-BENCHMARK(wide_to_ascii)->Arg(5)->Arg(20)->Arg(100)->Arg(4000);
+BENCHMARK(wide_to_ascii_kr)->Arg(5)->Arg(20)->Arg(100)->Arg(4000);
 BENCHMARK(wide_to_ascii_plain_loop)->Arg(5)->Arg(20)->Arg(100)->Arg(4000);
 
 } // namespace
