@@ -1,0 +1,207 @@
+/// Log lines beside spdlog, fprintf and bare writes: the same fields, the same message. Names are
+/// work/peer; compare the peers of one work only.
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <spdlog/sinks/base_sink.h>
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/sinks/null_sink.h>
+#include <spdlog/spdlog.h>
+
+#include "base/product.h"
+#include "log/core.h"
+#include "log/destinations.h"
+#include "log/slots.h"
+
+constinit const kr_product_record kr_product = {"bench", KR_TEXT("tools"), KR_TEXT("Korinth")};
+
+namespace {
+
+constexpr const char* folder = "/tmp";
+
+/// The fields of our line: date.milliseconds, logger, thread, level, message, function.
+constexpr const char* pattern = "%y%m%d %H:%M:%S.%e; %8n:%t; %L; %v; %!()";
+
+std::string scratch_file(const char* name) {
+    return std::string(folder) + "/kr_log_bench_" + std::to_string(::getpid()) + '_' + name;
+}
+
+/// A log that runs for one benchmark.
+class running_log {
+public:
+    running_log() {
+        if (kr_result_failed(kr::detail::log_core_start())) {
+            std::abort();
+        }
+        kr_log_category_masks[KR_LOG_MAIN].store(KR_LOG_INFO);
+    }
+    ~running_log() {
+        (void)kr_log_set_destination(KR_TEXT("none"));
+        kr::detail::log_main_slot.clear();
+        (void)kr::detail::log_core_stop();
+    }
+    running_log(const running_log&) = delete;
+    running_log& operator=(const running_log&) = delete;
+};
+
+void kr_line(int value) {
+    KR_LOG_AS(KR_LOG_MAIN, KR_LOG_INFO, "serve_request", "request %d from %s took %u microseconds",
+              value, "client-17", 1234u);
+}
+
+void spdlog_line(spdlog::logger& logger, int value) {
+    logger.log(spdlog::source_loc{"file.cpp", 1, "serve_request"}, spdlog::level::info,
+               "request {} from {} took {} microseconds", value, "client-17", 1234u);
+}
+
+/// What ours looks like, for those that write it without building it.
+constexpr char ready_line[] = "240229 12:34:56.789.001;    bench:________:00001234; I(02); request "
+                              "123456 from client-17 took 1234 microseconds; serve_request()\r\n";
+
+void written_through_kr(benchmark::State& state) {
+    const running_log log;
+    const std::string path = scratch_file("kr");
+    const std::u16string spec = u"file://" + std::u16string(path.begin(), path.end());
+    (void)kr_log_set_destination(spec.c_str());
+    int i = 100'000;
+    for (auto iteration : state) {
+        kr_line(i++);
+    }
+    ::unlink(path.c_str());
+}
+BENCHMARK(written_through_kr)->Name("line_written_through/kr");
+
+void written_through_spdlog(benchmark::State& state) {
+    const std::string path = scratch_file("spdlog");
+    spdlog::logger logger("bench", std::make_shared<spdlog::sinks::basic_file_sink_mt>(path));
+    logger.set_pattern(pattern);
+    logger.flush_on(spdlog::level::trace);
+    int i = 100'000;
+    for (auto iteration : state) {
+        spdlog_line(logger, i++);
+    }
+    ::unlink(path.c_str());
+}
+BENCHMARK(written_through_spdlog)->Name("line_written_through/spdlog");
+
+void written_through_write(benchmark::State& state) {
+    const std::string path = scratch_file("write");
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    for (auto iteration : state) {
+        benchmark::DoNotOptimize(::write(file, ready_line, sizeof(ready_line) - 1));
+    }
+    ::close(file);
+    ::unlink(path.c_str());
+}
+BENCHMARK(written_through_write)->Name("line_written_through/write");
+
+void written_through_fprintf(benchmark::State& state) {
+    const std::string path = scratch_file("fprintf");
+    std::FILE* const file = std::fopen(path.c_str(), "a");
+    int i = 100'000;
+    for (auto iteration : state) {
+        std::fprintf(file,
+                     "%02d%02d%02d %02d:%02d:%02d.%03d.%03d; %8s:%s:%08X; I(%02d); request %d from "
+                     "%s took %u microseconds; %s()\n",
+                     24, 2, 29, 12, 34, 56, 789, 1, "bench", "________", 0x1234u, 2, i++,
+                     "client-17", 1234u, "serve_request");
+        std::fflush(file);
+    }
+    std::fclose(file);
+    ::unlink(path.c_str());
+}
+BENCHMARK(written_through_fprintf)->Name("line_written_through/fprintf");
+
+/// Counts what it is given.
+void counting_write(void* context, const kr_char* line, std::size_t size_bytes) {
+    benchmark::DoNotOptimize(line);
+    *static_cast<u64*>(context) += size_bytes;
+}
+
+class counting_sink final : public spdlog::sinks::base_sink<std::mutex> {
+    void sink_it_(const spdlog::details::log_msg& message) override {
+        spdlog::memory_buf_t buffer;
+        formatter_->format(message, buffer);
+        benchmark::DoNotOptimize(buffer.data());
+        size_ += buffer.size();
+    }
+    void flush_() override {}
+    u64 size_ = 0;
+};
+
+u64 counted = 0;
+
+void counted_kr(benchmark::State& state) {
+    static std::unique_ptr<running_log> log;
+    if (state.thread_index() == 0) {
+        log = std::make_unique<running_log>();
+        kr::detail::log_main_slot.set({0, &counted, counting_write, nullptr});
+    }
+    int i = 100'000;
+    for (auto iteration : state) {
+        kr_line(i++);
+    }
+    if (state.thread_index() == 0) {
+        log.reset();
+    }
+}
+BENCHMARK(counted_kr)->Name("line_to_counter/kr");
+BENCHMARK(counted_kr)->Name("line_to_counter_two_threads/kr")->Threads(2)->UseRealTime();
+
+void counted_spdlog(benchmark::State& state) {
+    static std::unique_ptr<spdlog::logger> logger;
+    if (state.thread_index() == 0) {
+        logger = std::make_unique<spdlog::logger>("bench", std::make_shared<counting_sink>());
+        logger->set_pattern(pattern);
+    }
+    int i = 100'000;
+    for (auto iteration : state) {
+        spdlog_line(*logger, i++);
+    }
+    if (state.thread_index() == 0) {
+        logger.reset();
+    }
+}
+BENCHMARK(counted_spdlog)->Name("line_to_counter/spdlog");
+BENCHMARK(counted_spdlog)->Name("line_to_counter_two_threads/spdlog")->Threads(2)->UseRealTime();
+
+void disabled_kr(benchmark::State& state) {
+    const running_log log;
+    int i = 0;
+    for (auto iteration : state) {
+        KR_LOG(KR_LOG_MAIN, KR_LOG_DEBUG, "request %d", i++);
+    }
+}
+BENCHMARK(disabled_kr)->Name("disabled_line/kr");
+
+/// One load and one test.
+void disabled_loop(benchmark::State& state) {
+    for (auto iteration : state) {
+        if ((kr_log_category_masks[KR_LOG_MAIN].load(std::memory_order_relaxed) & KR_LOG_DEBUG) !=
+            0) {
+            benchmark::DoNotOptimize(iteration);
+        }
+    }
+}
+BENCHMARK(disabled_loop)->Name("disabled_line/loop");
+
+void disabled_spdlog(benchmark::State& state) {
+    spdlog::logger logger("bench", std::make_shared<spdlog::sinks::null_sink_mt>());
+    logger.set_level(spdlog::level::off);
+    int i = 0;
+    for (auto iteration : state) {
+        logger.info("request {}", i++);
+    }
+}
+BENCHMARK(disabled_spdlog)->Name("disabled_line/spdlog");
+
+} // namespace
