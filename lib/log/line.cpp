@@ -94,6 +94,16 @@ public:
 
     /// As "%0<width>d" of the 32 bits.
     void decimal(u32 value, u32 width) {
+        // What nearly every line needs: a category of two digits, a sequence number of three.
+        if (width == 2 && value < 100) {
+            text(digit_pairs<kr_char>[value].digits, 2);
+            return;
+        }
+        if (width == 3 && value < 1'000) {
+            unit(static_cast<kr_char>('0' + value / 100));
+            text(digit_pairs<kr_char>[value % 100].digits, 2);
+            return;
+        }
         const i64 number = static_cast<i32>(value);
         decimal(static_cast<u64>(number < 0 ? -number : number), number < 0, width);
     }
@@ -120,7 +130,7 @@ void append_stamp(line_writer& line, const line_stamp& stamp) {
 }
 
 /// "%s%c%s"
-void append_letter(line_writer& line, const line_fields& fields) {
+inline void append_letter(line_writer& line, const line_fields& fields) {
     const u32 level = fields.level < level_limit ? fields.level : unknown_level;
     if (fields.colors) {
         line.narrow(colors[level]);
@@ -132,7 +142,7 @@ void append_letter(line_writer& line, const line_fields& fields) {
 }
 
 /// "%s%c%s(%02d); "
-void append_letter_and_category(line_writer& line, const line_fields& fields) {
+inline void append_letter_and_category(line_writer& line, const line_fields& fields) {
     append_letter(line, fields);
     line.unit('(');
     line.decimal(fields.category, 2);

@@ -1,7 +1,10 @@
 /// Lines as UTF-8.
 #include "log/utf8.h"
 
+#include <algorithm>
 #include <cstring>
+
+#include "base/widen.h"
 
 namespace kr::detail {
 namespace {
@@ -16,24 +19,8 @@ constexpr bool is_low_surrogate(u32 unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-/// Packs four ASCII units into four bytes; false when one of them is not ASCII or is a newline.
-bool pack_four(const kr_char* text, char* out) {
-    u64 units = 0;
-    std::memcpy(&units, text, sizeof(units));
-    constexpr u64 ones = 0x0001000100010001;
-    if ((units & 0xFF80 * ones) != 0) {
-        return false;
-    }
-    // Zero exactly where a unit is a newline; a borrow then reaches that unit's top bit.
-    const u64 differences = units ^ '\n' * ones;
-    if (((differences - ones) & 0x8000 * ones) != 0) {
-        return false;
-    }
-    units |= units >> 8;
-    const u32 bytes = static_cast<u32>((units & 0xFFFF) | (units >> 16 & 0xFFFF0000));
-    std::memcpy(out, &bytes, sizeof(bytes));
-    return true;
-}
+/// Longest run of ASCII that is copied at once: what follows a newline in it is copied again.
+constexpr size_t run_length = 256;
 
 char* encode_point(u32 point, char* out) {
     const auto tail = [&](u32 shift) {
@@ -63,9 +50,19 @@ size_t encode_utf8(const kr_char* text, size_t length, newline_form newline, cha
     const char* const begin = out;
     const kr_char* const end = text + length;
     while (text != end) {
-        if (end - text >= 4 && pack_four(text, out)) {
-            text += 4;
-            out += 4;
+        size_t run = narrow_ascii(text, out, std::min(static_cast<size_t>(end - text), run_length));
+        if (run != 0) {
+            const void* const found =
+                newline == newline_form::cr_lf ? std::memchr(out, '\n', run) : nullptr;
+            if (found != nullptr) {
+                run = static_cast<size_t>(static_cast<const char*>(found) - out);
+                out[run] = '\r';
+                out[run + 1] = '\n';
+                ++text;
+                out += 2;
+            }
+            text += run;
+            out += run;
             continue;
         }
         u32 point = *text++;
@@ -73,9 +70,6 @@ size_t encode_utf8(const kr_char* text, size_t length, newline_form newline, cha
             point = 0x10000 + ((point - 0xD800) << 10) + (*text++ - 0xDC00u);
         } else if (is_high_surrogate(point) || is_low_surrogate(point)) {
             point = replacement;
-        }
-        if (point == '\n' && newline == newline_form::cr_lf) {
-            *out++ = '\r';
         }
         out = encode_point(point, out);
     }

@@ -64,8 +64,10 @@ i64 local_offset_seconds() {
 } // namespace
 
 void GetSystemTimeAsFileTime(FILETIME* time) {
-    *time = to_filetime(overridden(CLOCK_STOPPED) ? stopped_utc.load()
-                                                  : UNIX_EPOCH_TICKS + read_ticks(CLOCK_REALTIME));
+    // The time of the last timer tick, as on Windows: a fifth of the cost of the exact one.
+    *time = to_filetime(overridden(CLOCK_STOPPED)
+                            ? stopped_utc.load()
+                            : UNIX_EPOCH_TICKS + read_ticks(CLOCK_REALTIME_COARSE));
 }
 
 BOOL LocalFileTimeToFileTime(const FILETIME* local, FILETIME* utc) {
