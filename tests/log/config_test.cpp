@@ -10,6 +10,7 @@
 #include "log/destinations.h"
 #include "log/slots.h"
 #include "support/captured_log.h"
+#include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 
 namespace {
@@ -106,6 +107,22 @@ TEST_F(LogConfig, AppliesEntriesInTheirOrder) {
     kr_log_set_destination(KR_TEXT("windbg"));
     EXPECT_EQ(kr::detail::log_main_slot.get().no_timestamps, 1u)
         << "\"notime\" outlasts a destination";
+}
+
+TEST_F(LogConfig, StartsWhateverMemoryIsLeft) {
+    const kr::test::fresh_registry registry;
+    const kr::test::open_settings domain;
+    const kr::test::open_settings group(domain, "log");
+    for (const char* name : {"all", "destination", "formatting", "main"}) {
+        group.plant(name, "3");
+    }
+    u32 failures = 1;
+    for (u32 nth = 1; failures != 0; ++nth) {
+        const kr::test::failing_allocator allocator(nth);
+        EXPECT_EQ(kr_log_reset(), KR_SUCCESS);
+        failures = allocator.failures();
+    }
+    EXPECT_EQ(kr_log_category_masks[KR_LOG_MAIN], 3u);
 }
 
 TEST_F(LogConfig, DerivesTheLayoutUntilItIsSet) {

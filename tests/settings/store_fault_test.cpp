@@ -1,8 +1,11 @@
 /// The settings when the registry or the memory fails, call by call.
 #include <gtest/gtest.h>
 
+#include "base/array_string.h"
 #include "platform/host/fault.h"
+#include "settings/multi_string.h"
 #include "settings/store.h"
+#include "settings/typed.h"
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 
@@ -30,6 +33,18 @@ kr_result list(handle settings) {
 }
 constexpr auto groups = list<kr_settings_enum_groups>;
 constexpr auto entries = list<kr_settings_enum_entries>;
+kr_result number(handle settings) {
+    u64 out = 0;
+    return kr_settings_get_UINT64(settings, u"e", &out);
+}
+kr_result items(handle settings) {
+    kr_array_string out = {};
+    const kr_result result = kr_settings_get_multi_string(settings, u"e", &out);
+    EXPECT_EQ(out.count, kr_result_succeeded(result) ? 1u : 0u);
+    kr_array_string_clear(&out);
+    kr_memory_deallocate_hook(out.items);
+    return result;
+}
 kr_result remove(handle settings) {
     return kr_settings_delete_entry(settings, u"e");
 }
@@ -88,7 +103,7 @@ TEST_F(SettingsFaults, MapTheSystemsErrors) {
 
 TEST_F(SettingsFaults, SurviveEveryFailedAllocation) {
     settings_.plant("e", REG_SZ, {'a', 0}); // no terminator: two blocks
-    for (const auto operation : {text, groups, entries}) {
+    for (const auto operation : {text, groups, entries, number, items}) {
         kr::test::sweep_allocations([&] { return operation(settings_); });
     }
 }
