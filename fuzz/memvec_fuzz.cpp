@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "base/product.h"
-#include "support/memvec_model.h"
+#include "models/memvec_model.h"
 
 constinit const kr_product_record kr_product = {"krfuzz", KR_TEXT("tools"), KR_TEXT("Korinth")};
 

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "../tests/support/printf_model.h"
 #include "base/product.h"
+#include "models/printf_model.h"
 #include "printf/printf.h"
 
 constinit const kr_product_record kr_product = {"fuzz", KR_TEXT("tools"), KR_TEXT("Korinth")};

@@ -12,8 +12,8 @@
 #include "base/memory.h"
 #include "base/memvec_record.h"
 #include "base/typed_memory.h"
+#include "models/memvec_model.h"
 #include "support/failing_allocator.h"
-#include "support/memvec_model.h"
 
 namespace {
 

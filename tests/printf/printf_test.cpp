@@ -6,9 +6,9 @@
 #include <gtest/gtest.h>
 
 #include "base/guid.h"
+#include "models/printf_model.h"
 #include "result/descriptions.h"
 #include "support/guarded_buffer.h"
-#include "support/printf_model.h"
 
 namespace {
 
