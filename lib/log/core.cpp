@@ -340,7 +340,6 @@ kr_result log_core_start() {
 }
 
 kr_result log_core_stop() {
-    thread_table_clear();
     (void)kr_mutex_destroy(&output.lock);
     (void)kr_mutex_destroy(&output.deferred_lock);
     return thread_table_stop();

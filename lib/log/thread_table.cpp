@@ -216,7 +216,7 @@ kr_result thread_table_start() {
     return result;
 }
 
-void thread_table_clear() {
+kr_result thread_table_stop() {
     name_record* names = nullptr;
     filter_record* filter = nullptr;
     {
@@ -228,10 +228,6 @@ void thread_table_clear() {
     }
     release_list(names);
     release_list(filter);
-}
-
-kr_result thread_table_stop() {
-    thread_table_clear();
     started.store(false, std::memory_order_release);
     return kr_mutex_destroy(&table.lock);
 }

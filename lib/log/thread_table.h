@@ -43,9 +43,8 @@ struct thread_label {
     bool muted;
 };
 
-/// Creates the lock of an empty table / empties the table and destroys the lock.
+/// Creates the lock of the table, which is empty / empties the table and destroys the lock.
 [[nodiscard]] kr_result thread_table_start();
-void thread_table_clear();
 kr_result thread_table_stop();
 void thread_table_forget_names();
 

@@ -47,6 +47,7 @@ rm -f "$log_file"
 import_settings "$samples/log_to_file.reg"
 says 'log_to_file.reg' "$found
 $(reset 'Overriding log destination -> file://C:\Windows\Temp\loadprobe.log')"
+check 'log_to_file.reg: lines end in CR LF' "$(grep -c $'\r$' "$log_file")" 2
 check 'log_to_file.reg: file' "$(comparable <"$log_file")" "$compatible
 $stored"
 

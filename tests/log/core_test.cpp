@@ -121,7 +121,7 @@ kr_result format_fields(const layout_format& format, const line_fields& f,
     const std::string dots(2 * size_t{f.depth}, '.');
     const std::string stamp_text = f.stamp != nullptr ? "%_s%03d; " : "";
     const std::string stamp = stamp_text + format.text;
-    const int letter = "FEW?I???D???????C"[f.level];
+    const auto letter = static_cast<unsigned char>("FEW?I???D???????C"[f.level]);
     const int category = static_cast<int>(f.category);
     const int sequence = f.stamp != nullptr ? static_cast<int>(f.stamp->sequence) : 0;
     const auto call = [&](auto... args) {
@@ -133,12 +133,12 @@ kr_result format_fields(const layout_format& format, const line_fields& f,
     };
     switch (format.layout) {
     case line_layout::thread_first:
-        return call(f.domain, thread, "", letter, "", category, f.message, f.function);
+        return call(f.domain, thread, "", int{letter}, "", category, f.message, f.function);
     case line_layout::function_first:
-        return call("", letter, "", category, dots.c_str(), f.function, f.message, f.domain,
+        return call("", int{letter}, "", category, dots.c_str(), f.function, f.message, f.domain,
                     thread);
     default:
-        return call("", letter, "", f.message);
+        return call("", int{letter}, "", f.message);
     }
 }
 

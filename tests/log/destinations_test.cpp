@@ -180,6 +180,18 @@ TEST(Destinations, SecondaryNeedsAMainOne) {
     EXPECT_EQ(kr_log_close_secondary_destination(), KR_SUCCESS);
 }
 
+/// Whether the event can be read back depends on the system; here it is taken without complaint.
+TEST(EventLog, AcceptsALine) {
+    captured_log log;
+    kr_log_destination source{};
+    ASSERT_NE(kr_event_log_init(KR_TEXT("eventlog:krtest"), &source.no_timestamps, &source.context,
+                                &source.write, &source.close),
+              0u);
+    source.write(source.context, KR_TEXT("a line\n"), 16);
+    EXPECT_EQ(source.close(source.context), KR_SUCCESS);
+    EXPECT_THAT(log.take(), IsEmpty());
+}
+
 TEST(Console, TakesLinesAndWithoutAnyDestinationTheBareOnes) {
     testing::internal::CaptureStdout();
     kr_log(1, KR_LOG_FORCED, "p", "f", "%s %_s", "bare", KR_TEXT("\u20AC"));

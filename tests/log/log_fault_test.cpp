@@ -25,7 +25,6 @@ using kr::detail::log_main_slot;
 using kr::host::armed_fault;
 using kr::test::captured_log;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// 2024-02-29T12:34:56 UTC.
 constexpr u64 noon_ticks = (1'709'210'096 + KR_TIME_EPOCH_DISTANCE_SECONDS) * 10'000'000;
