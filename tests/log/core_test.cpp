@@ -227,8 +227,10 @@ TEST(LogCore, IndentsByCallDepth) {
     enter();
     enter();
     leave();
+    enter();
     leave();
-    EXPECT_THAT(dots(), ElementsAre(0, 0, 2, 2, 0));
+    leave();
+    EXPECT_THAT(dots(), ElementsAre(0, 0, 2, 2, 2, 2, 0));
     for (u32 i = 0; i < 25; ++i) {
         enter();
     }
