@@ -1,4 +1,4 @@
-# Shell functions that ./run, ./test and the end-to-end tests share: speaking to a person, installing
+# Shell functions that ./run, ./test, ./bench and the end-to-end tests share: speaking to a person, installing
 # what is missing, and Wine. Sourced by bash.
 
 if [ -t 1 ]; then
