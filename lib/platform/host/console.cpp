@@ -1,6 +1,7 @@
 /// The standard streams and the console.
-#include "platform/host/descriptors.h"
 #include "platform/host/files.h"
+
+#include "platform/host/descriptors.h"
 #include "platform/host/intercept.h"
 #include "platform/host/world.h"
 
@@ -28,6 +29,9 @@ HANDLE GetStdHandle(DWORD which) {
 }
 
 BOOL GetConsoleMode(HANDLE console, DWORD* mode) {
+    if (injected_failure("GetConsoleMode", [&] { return file_argument(console); })) {
+        return FALSE;
+    }
     const open_descriptor target = descriptor_of(console);
     if (target.flags == 0 || isatty(target.number) == 0) {
         return fail(ERROR_INVALID_HANDLE);

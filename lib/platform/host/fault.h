@@ -1,6 +1,6 @@
 /// Injected faults and the log of calls, for tests on the host. Every call that platform.h
-/// declares can be armed and recorded, except what cannot fail (the last error, string walks,
-/// EnterCriticalSection and LeaveCriticalSection, thread ids, the debugger output).
+/// declares can be armed and recorded, except what cannot fail: the last error, the runtime's
+/// routines, critical sections, the time of day, sleeping, thread ids, the debugger output.
 ///
 /// While nothing is armed and nothing recorded a call pays one relaxed load for this. All of it is
 /// safe from any thread.

@@ -1,7 +1,8 @@
 /// Deleting files, attributes, folders: the calls that take a path alone.
+#include "platform/host/files.h"
+
 #include "platform/host/descriptors.h"
 #include "platform/host/driver_images.h"
-#include "platform/host/files.h"
 #include "platform/host/intercept.h"
 #include "platform/host/paths.h"
 

@@ -6,6 +6,7 @@
 #include "platform/host/world.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string_view>
@@ -32,12 +33,15 @@ public:
     temporary_root() {
         std::error_code error;
         std::string pattern = (fs::temp_directory_path(error) / "kr-host-XXXXXX").string();
-        if (mkdtemp(pattern.data()) != nullptr) {
-            path_ = pattern;
+        if (mkdtemp(pattern.data()) == nullptr) {
+            // Without it drive paths would lead into the host's own folders.
+            std::perror(pattern.c_str());
+            std::abort();
         }
+        path_ = pattern;
     }
     ~temporary_root() {
-        if (!path_.empty() && getpid() == owner_) {
+        if (getpid() == owner_) {
             std::error_code ignored;
             fs::remove_all(path_, ignored);
         }
