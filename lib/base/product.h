@@ -11,7 +11,7 @@ struct kr_product_record {
     const char* name;
     /// The component below the vendor in the registry, for instance "tools".
     const kr_char* component;
-    /// The vendor below HKLM\SOFTWARE.
+    /// The vendor below `HKLM\SOFTWARE`.
     const kr_char* vendor;
 };
 

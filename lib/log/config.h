@@ -7,7 +7,7 @@
 #include "settings/store.h"
 
 /// Applies the category table's default masks, then every entry of the group
-/// HKLM\SOFTWARE\<vendor>\<component>\<program>\log, in the registry's order, each announced by a
+/// `HKLM\SOFTWARE\<vendor>\<component>\<program>\log`, in the registry's order, each announced by a
 /// level-0 line in category `other`. A missing domain or group means the defaults, silently; one
 /// that cannot be read means the defaults and a line. Entries that cannot be read keep what is in
 /// force. Always KR_SUCCESS.

@@ -1,5 +1,5 @@
 /// The settings store: named text values in the registry, in domains and groups below
-/// HKLM\SOFTWARE\<vendor>\<component>. Public. The only room that touches the registry for
+/// `HKLM\SOFTWARE\<vendor>\<component>`. Public. The only room that touches the registry for
 /// settings; keeps no state and no lock, so that any thread may use it with its own handles.
 ///
 /// Common to all operations: names and values are NUL-terminated and compared by the registry

@@ -3,12 +3,13 @@
 
     include_graph.py           checks, and writes docs/floors.svg
     include_graph.py --check   checks, and fails when docs/floors.svg is out of date
+    include_graph.py --public  names the public headers, which are those that kr.h leads to
 
 The table of floors is read from docs/architecture.md. Its rooms are separated by semicolons; the
 backquoted names of a room are its files below lib/ (or from the root): with an ending one file,
 without one the header and the source of that name; `*` stands for any characters. A file includes
 files of its own room and of rooms on lower floors; no file includes itself by way of others; a public
-header, which is one that kr.h leads to, does not lead to platform/platform.h.
+header does not lead to platform/platform.h.
 """
 import fnmatch
 import os
@@ -96,6 +97,13 @@ def circle_below(start, includes, done):
     return []
 
 
+def public_headers(includes):
+    public = ["kr.h"]
+    for path in public:
+        public += [lower for lower in includes[path] if lower not in public]
+    return public
+
+
 def check(rooms, includes):
     """The faults found, one text each. Fills in which rooms a room includes."""
     faults, home = [], {}
@@ -128,10 +136,7 @@ def check(rooms, includes):
             faults.append("includes go round in a circle: " + " > ".join(circle))
             break
 
-    public = ["kr.h"] if "kr.h" in includes else []
-    for path in public:
-        public += [lower for lower in includes[path] if lower not in public]
-    if "platform/platform.h" in public:
+    if "platform/platform.h" in public_headers(includes):
         faults.append("kr.h leads to platform/platform.h: public headers must not need the system")
     return faults
 
@@ -221,7 +226,7 @@ def directory(room):
 
 
 def main(arguments):
-    if arguments not in ([], ["--check"]):
+    if arguments not in ([], ["--check"], ["--public"]):
         print(__doc__.strip(), file=sys.stderr)
         return 2
     rooms = read_rooms()
@@ -229,6 +234,9 @@ def main(arguments):
         print(f"{MAP}: no table of floors found", file=sys.stderr)
         return 1
     includes = read_includes()
+    if arguments == ["--public"]:
+        print(" ".join("lib/" + path for path in sorted(public_headers(includes))))
+        return 0
     faults = check(rooms, includes)
     if not faults:
         drawing = draw(rooms)
