@@ -51,8 +51,7 @@ TEST(StringArray, GrowsByTenThenDoublesAndNeverShrinks) {
     kr_array_string_clear(arr.get());
     EXPECT_EQ(arr->capacity, 80u);
     EXPECT_EQ(std::vector(arr->items, arr->items + 80), std::vector<kr_char*>(80));
-    const array_ptr empty = make_array();
-    EXPECT_EQ(kr_array_string_copy(arr.get(), empty.get()), KR_SUCCESS);
+    EXPECT_EQ(kr_array_string_copy(arr.get(), make_array().get()), KR_SUCCESS);
     EXPECT_EQ(arr->capacity, 80u);
 }
 

@@ -37,22 +37,11 @@ TEST(Mutex, KeepsThreadsOutAndLetsItsHolderBackIn) {
     EXPECT_EQ(kr_mutex_destroy(&mutex), KR_SUCCESS);
 }
 
-/// Starts the module by itself, and stops it unless the test did.
+/// Starts the module by itself; each test stops it.
 class Threads : public testing::Test {
 protected:
     void SetUp() override { ASSERT_EQ(kr_thread_module()->init(), KR_SUCCESS); }
-    void TearDown() override {
-        if (!stopped_) {
-            stop();
-        }
-    }
-    void stop() {
-        stopped_ = true;
-        EXPECT_EQ(kr_thread_module()->fini(), KR_SUCCESS);
-    }
-
-private:
-    bool stopped_ = false;
+    static void stop() { EXPECT_EQ(kr_thread_module()->fini(), KR_SUCCESS); }
 };
 
 std::atomic<u32> ran;
@@ -68,20 +57,22 @@ TEST_F(Threads, RunAtEveryPriorityWithTheirArgument) {
     for (u32 priority = 0; priority < 5; ++priority) {
         ASSERT_EQ(kr_thread_create(count_run, priority, &args[priority]), KR_SUCCESS);
     }
+    EXPECT_EQ(kr_thread_create_normal(nullptr, nullptr),
+              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
     stop();
     EXPECT_EQ(ran, 11111u);
 }
 
 TEST_F(Threads, AreStartedByManyAtOnceAndAllEndBeforeTheModule) {
     ran = 0;
-    static const u32 one = 1;
+    static u32 one = 1;
     constexpr u32 starters = 4;
     constexpr u32 each = 50;
     std::vector<std::thread> threads;
     for (u32 i = 0; i < starters; ++i) {
         threads.emplace_back([] {
             for (u32 n = 0; n < each; ++n) {
-                EXPECT_EQ(kr_thread_create_normal(count_run, const_cast<u32*>(&one)), KR_SUCCESS);
+                EXPECT_EQ(kr_thread_create_normal(count_run, &one), KR_SUCCESS);
             }
         });
     }
@@ -115,11 +106,6 @@ TEST_F(Threads, AreRefusedFromTheMomentTheModuleStops) {
     stop();
     EXPECT_EQ(late, kr_result_make_error(KR_GENERIC));
     EXPECT_EQ(kr_thread_create_normal([](void*) {}, nullptr), kr_result_make_error(KR_GENERIC));
-}
-
-TEST_F(Threads, NeedAFunction) {
-    EXPECT_EQ(kr_thread_create_normal(nullptr, nullptr),
-              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
 }
 
 } // namespace

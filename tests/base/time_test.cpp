@@ -18,6 +18,9 @@ constexpr i32 s = KR_TIME_UNIT_SECONDS;
 constexpr i32 ms = KR_TIME_UNIT_MILLISECONDS;
 constexpr i32 us = KR_TIME_UNIT_MICROSECONDS;
 constexpr i32 ns = KR_TIME_UNIT_NANOSECONDS;
+constexpr kr_result unexpected = 0x82000003;
+constexpr kr_result invalid = 0x8200000C;
+constexpr kr_result overflow = 0x8200004D;
 constexpr u64 maximum = ~u64{0};
 
 constexpr kr_time duration(i32 unit, u64 count) {
@@ -43,13 +46,10 @@ TEST(Time, ConvertsBetweenUnitsOrChangesNothing) {
     };
     constexpr u16 none = 0xFFFF;
     constexpr row rows[] = {
-        {__LINE__, s, 7, s, none, 7},
         {__LINE__, s, maximum, s, none, maximum},
-        {__LINE__, ms, 999, s, KR_ZERO, 0},
         {__LINE__, ms, 1'999, s, none, 1},
         {__LINE__, ns, 999'999'999, s, KR_ZERO, 0},
         {__LINE__, ns, maximum, s, none, 18'446'744'073},
-        {__LINE__, ns, 5'000'000, us, none, 5'000},
         {__LINE__, s, 18'446'744'073'709'551, ms, none, 18'446'744'073'709'551'000u},
         {__LINE__, s, 18'446'744'073'709'552, ms, KR_OVERFLOW, 0},
         {__LINE__, ms, 18'446'744'073'709, ns, none, 18'446'744'073'709'000'000u},
@@ -59,7 +59,6 @@ TEST(Time, ConvertsBetweenUnitsOrChangesNothing) {
         {__LINE__, s, 0, s, KR_ZERO, 0},
         {__LINE__, 5, 0, ns, KR_ZERO, 0},
         {__LINE__, s, 0, 1, KR_UNEXPECTED_BEHAVIOUR, 0},
-        {__LINE__, s, 1, -4, KR_UNEXPECTED_BEHAVIOUR, 0},
         {__LINE__, 1, 1, s, KR_UNEXPECTED_BEHAVIOUR, 0},
         {__LINE__, -4, 1, s, KR_UNEXPECTED_BEHAVIOUR, 0},
     };
@@ -90,6 +89,7 @@ TEST(Time, ConvertsBetweenUnitsOrChangesNothing) {
 }
 
 TEST(Time, SubtractsInTheFinerUnit) {
+    const kr_result equal = kr_result_make_success(KR_ZERO);
     struct row {
         int line;
         kr_time a;
@@ -98,17 +98,12 @@ TEST(Time, SubtractsInTheFinerUnit) {
         kr_time distance;
         i32 direction;
     };
-    const kr_result equal = kr_result_make_success(KR_ZERO);
-    const kr_result invalid = kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
-    const kr_result overflow = kr_result_make_error(KR_OVERFLOW);
-    const kr_result unexpected = kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
     const row rows[] = {
         {__LINE__, duration(s, 1), duration(ms, 1'500), KR_SUCCESS, duration(ms, 500), 1},
         {__LINE__, duration(ms, 1'500), duration(s, 1), KR_SUCCESS, duration(ms, 500), -1},
         {__LINE__, point(ns, 5), point(ns, 3), KR_SUCCESS, duration(ns, 2), -1},
         {__LINE__, duration(s, 1), duration(ms, 1'000), equal, duration(ms, 0), 0},
         {__LINE__, duration(s, 0), duration(ms, 5), KR_SUCCESS, duration(ms, 5), 1},
-        {__LINE__, duration(s, 0), duration(us, 0), equal, duration(us, 0), 0},
         {__LINE__, point(s, 0), point(s, maximum), KR_SUCCESS, duration(s, maximum), 1},
         {__LINE__, point(s, 1), duration(s, 1), invalid, {}, 0},
         {__LINE__, point(s, 18'446'744'074), point(ns, 1), overflow, {}, 0},
@@ -132,24 +127,36 @@ TEST(Time, SubtractsInTheFinerUnit) {
 }
 
 TEST(Time, ScalesDurationsOnly) {
-    kr_time t = duration(ms, 2);
-    EXPECT_EQ(kr_time_multiply(&t, 3, &t), KR_SUCCESS);
-    EXPECT_TRUE(same(t, duration(ms, 6)));
-    EXPECT_EQ(kr_time_divide(&t, 4, &t), KR_SUCCESS);
-    EXPECT_TRUE(same(t, duration(ms, 1)));
-    EXPECT_EQ(kr_time_divide(&t, 2, &t), KR_SUCCESS);
-    EXPECT_TRUE(same(t, duration(ms, 0)));
-    EXPECT_EQ(kr_time_is_zero(&t), kr_result_make_success(KR_YES));
-    const kr_time absolute = point(s, 0);
-    EXPECT_EQ(kr_time_is_zero(&absolute), kr_result_make_success(KR_NO));
-    const kr_result invalid = kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
-    const kr_time big = duration(s, u64{1} << 63);
-    EXPECT_EQ(kr_time_multiply(&big, 2, &t), kr_result_make_error(KR_OVERFLOW));
-    EXPECT_EQ(kr_time_multiply(&big, 1, &t), KR_SUCCESS);
-    EXPECT_EQ(kr_time_multiply(&big, 0, &t), invalid);
-    EXPECT_EQ(kr_time_divide(&big, 0, &t), invalid);
-    EXPECT_EQ(kr_time_multiply(&absolute, 1, &t), invalid);
-    EXPECT_EQ(kr_time_divide(&absolute, 1, &t), invalid);
+    constexpr auto divide = [](const kr_time* t, u64 divisor, kr_time* out) {
+        return kr_time_divide(t, static_cast<u32>(divisor), out);
+    };
+    const struct {
+        int line;
+        kr_result (*scale)(const kr_time*, u64, kr_time*);
+        kr_time from;
+        u64 factor;
+        kr_result result;
+        u64 count;
+    } rows[] = {
+        {__LINE__, kr_time_multiply, duration(ms, 2), 3, KR_SUCCESS, 6},
+        {__LINE__, kr_time_multiply, duration(ms, maximum), 1, KR_SUCCESS, maximum},
+        {__LINE__, kr_time_multiply, duration(ms, u64{1} << 63), 2, overflow, 0},
+        {__LINE__, kr_time_multiply, duration(ms, 2), 0, invalid, 0},
+        {__LINE__, kr_time_multiply, point(ms, 2), 1, invalid, 0},
+        {__LINE__, divide, duration(ms, 6), 4, KR_SUCCESS, 1},
+        {__LINE__, divide, duration(ms, 1), 2, KR_SUCCESS, 0},
+        {__LINE__, divide, duration(ms, 2), 0, invalid, 0},
+        {__LINE__, divide, point(ms, 2), 1, invalid, 0},
+    };
+    for (const auto& r : rows) {
+        kr_time t = r.from;
+        EXPECT_EQ(r.scale(&t, r.factor, &t), r.result) << r.line;
+        EXPECT_TRUE(same(t, r.result == KR_SUCCESS ? duration(ms, r.count) : r.from)) << r.line;
+    }
+    for (const kr_time& zero : {duration(ms, 0), point(ms, 0)}) {
+        EXPECT_EQ(kr_time_is_zero(&zero),
+                  kr_result_make_success(zero.relative != 0 ? KR_YES : KR_NO));
+    }
 }
 
 TEST(Time, GoesToUtcSecondsAndBack) {
@@ -167,11 +174,10 @@ TEST(Time, GoesToUtcSecondsAndBack) {
     const kr_time after = point(s, epoch + 0x100000000);
     const kr_time relative = duration(s, epoch);
     const kr_time fraction = point(ms, 1);
-    EXPECT_EQ(kr_time_getUTC32(&before, &out), kr_result_make_error(KR_OVERFLOW));
-    EXPECT_EQ(kr_time_getUTC32(&after, &out), kr_result_make_error(KR_OVERFLOW));
-    EXPECT_EQ(kr_time_getUTC32(&relative, &out),
-              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
-    EXPECT_EQ(kr_time_getUTC32(&fraction, &out), kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR));
+    EXPECT_EQ(kr_time_getUTC32(&before, &out), overflow);
+    EXPECT_EQ(kr_time_getUTC32(&after, &out), overflow);
+    EXPECT_EQ(kr_time_getUTC32(&relative, &out), invalid);
+    EXPECT_EQ(kr_time_getUTC32(&fraction, &out), unexpected);
     EXPECT_EQ(out, 3u);
     EXPECT_THAT(log.take(),
                 ElementsAre("E 01 kr_time_getUTC32: Overflow.", "E 01 kr_time_getUTC32: Overflow.",
@@ -181,20 +187,15 @@ TEST(Time, GoesToUtcSecondsAndBack) {
                             "(error \"Zero\" from \"Unknown source\")"));
 }
 
-class local_offset {
-public:
-    explicit local_offset(i32 seconds) : previous_(kr_time_local_offset) {
-        kr_time_local_offset = seconds;
-    }
-    ~local_offset() { kr_time_local_offset = previous_; }
-    local_offset(const local_offset&) = delete;
-    local_offset& operator=(const local_offset&) = delete;
+class LocalDate : public testing::Test {
+protected:
+    ~LocalDate() override { kr_time_local_offset = before_; }
 
 private:
-    i32 previous_;
+    i32 before_ = kr_time_local_offset;
 };
 
-TEST(LocalDate, FormatsShiftedByTheOffset) {
+TEST_F(LocalDate, FormatsShiftedByTheOffset) {
     struct row {
         int line;
         i32 offset;
@@ -203,32 +204,26 @@ TEST(LocalDate, FormatsShiftedByTheOffset) {
     };
     constexpr row rows[] = {
         {__LINE__, 3'600, 0, "700101 01:00:00"},
-        {__LINE__, 3'600, 1'706'659'200, "240131 01:00:00"},
-        {__LINE__, 3'600, 1'709'251'200, "240301 01:00:00"},
         {__LINE__, 3'600, 2'147'483'648, "380119 04:14:08"},
         {__LINE__, -3'600, 951'868'800, "000229 23:00:00"},
-        {__LINE__, 0, 4'107'542'400, "000301 00:00:00"},
-        {__LINE__, 0, 4'294'967'295, "060207 06:28:15"},
         {__LINE__, -1, 0, "060207 06:28:15"},
     };
     kr_char buffer[64];
+    const char* const format = "%02d%02d%02d %02d:%02d:%02d";
     for (const row& r : rows) {
-        SCOPED_TRACE(r.line);
-        const local_offset offset(r.offset);
-        EXPECT_EQ(
-            kr_time_format_local(r.utc, buffer, sizeof(buffer), "%02d%02d%02d %02d:%02d:%02d"),
-            KR_SUCCESS);
-        EXPECT_EQ(utf8(buffer), r.text);
+        kr_time_local_offset = r.offset;
+        EXPECT_EQ(kr_time_format_local(r.utc, buffer, sizeof(buffer), format), KR_SUCCESS);
+        EXPECT_EQ(utf8(buffer), r.text) << r.line;
     }
+    kr_time_local_offset = 0;
     EXPECT_EQ(kr_time_format_local(0, buffer, 4, "%d"),
               kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH));
-    EXPECT_EQ(kr_time_format_local(0, buffer, -2, "%d"),
-              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+    EXPECT_EQ(kr_time_format_local(0, buffer, -2, "%d"), invalid);
 }
 
 /// Every day of the 32-bit range against the runtime's own calendar.
-TEST(LocalDate, AgreesWithTheRuntimeOnEveryDay) {
-    const local_offset offset(0);
+TEST_F(LocalDate, AgreesWithTheRuntimeOnEveryDay) {
+    kr_time_local_offset = 0;
     for (u64 seconds = 0; seconds <= 0xFFFFFFFF; seconds += 86'399) {
         const kr_time t = point(s, seconds + KR_TIME_EPOCH_DISTANCE_SECONDS);
         u32 fields[6] = {};
@@ -245,7 +240,7 @@ TEST(LocalDate, AgreesWithTheRuntimeOnEveryDay) {
     u32 field = 4;
     const kr_time relative = duration(s, 1);
     EXPECT_EQ(kr_time_get_local_date(&relative, &field, &field, &field, &field, &field, &field),
-              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+              invalid);
     EXPECT_EQ(field, 4u);
 }
 
@@ -276,12 +271,10 @@ TEST(Clocks, SinceRefusesTheFutureButTellsItsDistance) {
     EXPECT_EQ(kr_time_since(&now, &since), KR_SUCCESS);
     EXPECT_EQ(since.relative, 1u);
     const kr_time future = point(ns, now.count + 5'000'000'000);
-    EXPECT_EQ(kr_time_since(&future, &since),
-              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+    EXPECT_EQ(kr_time_since(&future, &since), invalid);
     EXPECT_NEAR(static_cast<double>(since.count), 5e9, 2e9);
     const kr_time relative = duration(s, 1);
-    EXPECT_EQ(kr_time_since(&relative, &since),
-              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+    EXPECT_EQ(kr_time_since(&relative, &since), invalid);
     EXPECT_THAT(log.take(),
                 ElementsAre("W 01 kr_time_since: Supplied time is in the future",
                             "E 01 kr_time_since: kr_time_diff() failed Result is 0x8200000C "
