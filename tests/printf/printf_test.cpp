@@ -1,30 +1,21 @@
 /// The engine's output, sizes and refusals, through its entry points.
 #include "printf/printf.h"
 
-#include <random>
-
 #include <gtest/gtest.h>
 
 #include "base/guid.h"
-#include "models/printf_model.h"
 #include "result/descriptions.h"
+#include "support/captured_log.h"
 #include "support/guarded_buffer.h"
 
 namespace {
 
 using kr::test::byte_count;
 using kr::test::guarded_buffer;
+using kr::test::utf8;
 
 constexpr kr_result too_small = 0x82000021;
 constexpr kr_result syntax_error = 0x82000079;
-
-std::string narrow(const kr_char* text) {
-    std::string out;
-    for (; *text != 0; ++text) {
-        out += *text < 0x80 ? static_cast<char>(*text) : '?';
-    }
-    return out;
-}
 
 /// Formats through `run(buffer, size, required)` and checks what holds for every format: measuring
 /// reports exactly what writing needs, an odd byte more changes nothing, less is refused without a
@@ -49,7 +40,7 @@ std::string checked(Run run) {
         size_t required = 0;
         EXPECT_EQ(run(buffer.data(), buffer.size_bytes(), &required), KR_SUCCESS);
         EXPECT_EQ(required, measured);
-        text = narrow(buffer.data());
+        text = utf8(buffer.data());
         EXPECT_EQ((text.size() + 1) * 2, measured);
     }
     for (size_t size = 0; size < measured; ++size) {
@@ -82,9 +73,9 @@ void expect_texts(std::initializer_list<text_row> rows) {
     }
 }
 
+// Every conversion that the C library shares is held against it by the fuzz target.
 TEST(Engine, FormatsNumbers) {
     expect_texts({
-        {__LINE__, text("%d items", 12345), "12345 items"},
         {__LINE__, text("%d|%i", INT32_MIN, INT32_MAX), "-2147483648|2147483647"},
         {__LINE__, text("%lld", INT64_MIN), "-9223372036854775808"},
         {__LINE__, text("%llu|%zu", UINT64_MAX, u64{0}), "18446744073709551615|0"},
@@ -95,7 +86,6 @@ TEST(Engine, FormatsNumbers) {
         {__LINE__, text("%x|%#x|%#x|%#X", 0, 0, 255, 255), "0|0|0xff|0XFF"},
         {__LINE__, text("%#5x|%#010x|%#10x", 255, 255, 255), " 0xff|0x000000ff|      0xff"},
         {__LINE__, text("%o|%#o|%#08o|%#4o", 8, 8, 8, 8), "10|010|00000010| 010"},
-        {__LINE__, text("%#u|%#d", 5, 5), "5|5"},
         {__LINE__, text("%llX|%08X", 0xFEDCBA9876543210u, 0xF1C), "FEDCBA9876543210|00000F1C"},
         {__LINE__, text("%_b|%_h|%_H|%_h|%09_h", 7, 10, 255, 0x1234, 1), "7|0a|FF|1234|01"},
         {__LINE__, text("%5_b|%ll_b", 7, 7), "    7|7"},
@@ -113,15 +103,11 @@ TEST(Engine, FormatsTexts) {
     const kr_char* wide_null = nullptr;
     expect_texts({
         {__LINE__, text(""), ""},
-        {__LINE__, text("100%%"), "100%"},
         {__LINE__, text("%%%d%%%%%d%%", 1, 2), "%1%%2%"},
-        {__LINE__,
-         text("a literal of far more than sixteen characters %d and as many behind it", 1),
-         "a literal of far more than sixteen characters 1 and as many behind it"},
         {__LINE__, text("%s|%8s|%08s|%2s|%ls", "abc", "abc", "abc", "abc", "abc"),
          "abc|     abc|     abc|abc|abc"},
         {__LINE__, text("%s%s", "", "seventeen letters"), "seventeen letters"},
-        {__LINE__, text("%_s|%5_s|%_s", wide, KR_TEXT("x"), KR_TEXT("")), narrow(wide) + "|    x|"},
+        {__LINE__, text("%_s|%5_s|%_s", wide, KR_TEXT("x"), KR_TEXT("")), utf8(wide) + "|    x|"},
         {__LINE__, text("%s|%_s|%7s", null, wide_null, null), "(null)|(null)| (null)"},
         {__LINE__, text("%c|%5c|%c", 'A', 'B', 0x143), "A|B|C"},
     });
@@ -188,7 +174,7 @@ TEST(Engine, LeavesWhatWasWrittenBeforeAFailure) {
 TEST(Engine, StringFormatLeavesTheEmptyStringOnFailure) {
     guarded_buffer<kr_char> buffer(4);
     EXPECT_EQ(kr_string_format(buffer.data(), 8, "%d", 123), KR_SUCCESS);
-    EXPECT_EQ(narrow(buffer.data()), "123");
+    EXPECT_EQ(utf8(buffer.data()), "123");
     EXPECT_EQ(kr_string_format(buffer.data(), 8, "%d", 1234), too_small);
     EXPECT_EQ(buffer[0], 0);
     buffer[0] = 'x';
@@ -216,53 +202,15 @@ std::string twice(const char* format, ...) {
     kr_char buffer[64];
     EXPECT_EQ(kr_printf_get_required_buffer_size(format, args, &size), KR_SUCCESS);
     EXPECT_EQ(kr_printf_format(buffer, size, format, args, nullptr), KR_SUCCESS);
-    out = narrow(buffer);
+    out = utf8(buffer);
     EXPECT_EQ(kr_string_format_va(buffer, sizeof(buffer), format, args), KR_SUCCESS);
-    out += '|' + narrow(buffer) + '|' + std::to_string(va_arg(args, int));
+    out += '|' + utf8(buffer) + '|' + std::to_string(va_arg(args, int));
     va_end(args);
     return out;
 }
 
 TEST(Engine, LeavesTheCallersListWhereItIs) {
     EXPECT_EQ(twice("%d %s %d %d %d %d", 1, "two", 3, 4, 5, 6), "1 two 3 4 5 6|1 two 3 4 5 6|1");
-}
-
-TEST(Engine, AgreesWithTheCLibrary) {
-    std::mt19937_64 random(20240229); // NOLINT(cert-msc51-cpp): the same cases on every run
-    const auto pick = [&](size_t count) {
-        return static_cast<size_t>(random() % count);
-    };
-    const auto letters = [&] {
-        std::string out;
-        for (size_t i = pick(40); i > 0; --i) {
-            out += static_cast<char>('&' + pick(80)); // no '%'
-        }
-        return out;
-    };
-    constexpr const char* sizes[] = {"", "h", "l", "ll", "z"};
-    for (int i = 0; i < 4000; ++i) {
-        kr::test::model_conversion model;
-        model.zeroes = pick(2) == 1;
-        model.alternate = pick(2) == 1;
-        model.width = static_cast<u32>(pick(2) * pick(40));
-        model.size = sizes[pick(5)];
-        model.letter = "diouxXsc%"[pick(9)];
-        model.value = random() >> pick(64);
-        if (pick(2) == 1) {
-            model.value = ~model.value;
-        }
-        if (model.letter == 'c') {
-            model.value = 'A' + model.value % 26;
-        }
-        model.text = letters();
-        model.before = letters();
-        model.behind = letters();
-        SCOPED_TRACE(model.format());
-        const std::string got = checked([&](kr_char* buffer, size_t size, size_t* required) {
-            return model.run(buffer, size, required);
-        });
-        ASSERT_EQ(got, model.expected());
-    }
 }
 
 } // namespace
