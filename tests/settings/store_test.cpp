@@ -59,10 +59,7 @@ TEST_F(SettingsStore, RefusesPathsThatDoNotFit) {
     const struct {
         std::size_t domain_chars;
         kr_result result; ///< of opening and of deleting
-    } rows[] = {{0, invalid},
-                {longest_chars, KR_SUCCESS},
-                {longest_chars + 1, too_long},
-                {70000, too_long}};
+    } rows[] = {{0, invalid}, {longest_chars, KR_SUCCESS}, {longest_chars + 1, too_long}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.domain_chars);
         const wide domain(row.domain_chars, KR_TEXT('d'));
@@ -83,10 +80,8 @@ TEST_F(SettingsStore, ReadsWhatOtherProgramsStored) {
         const char* text;
         bool fits; ///< into 4 characters
     } rows[] = {
-        {__LINE__, REG_SZ, {0, 0}, "", true},
         {__LINE__, REG_SZ, {}, "", true},
         {__LINE__, REG_SZ, {'a'}, "", true},
-        {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c', 0, 0, 0}, "abc", true},
         {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c', 0}, "abc", true},
         {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c'}, "ab", true},
         {__LINE__, REG_SZ, {'a', 0, 'b', 0, 'c', 0, 'd', 0}, "abcd", false},
