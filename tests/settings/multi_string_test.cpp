@@ -59,6 +59,7 @@ TEST_F(MultiString, ReadsIntoAnArrayOrLeavesIt) {
         {__LINE__, "x;y", {"x", "y"}, "x;y;"},
         {__LINE__, "a\\;b;c\\\\d;;", {"a;b", "c\\d", ""}, "a\\;b;c\\\\d;;"},
         {__LINE__, "\\\\\\; \t\n;", {"\\; \t\n"}, "\\\\\\; \t\n;"},
+        {__LINE__, "a;b\\", {}, nullptr},
         {__LINE__, "a;b;c\\x", {}, nullptr},
     };
     for (const auto& row : rows) {
@@ -77,10 +78,14 @@ TEST_F(MultiString, ReadsIntoAnArrayOrLeavesIt) {
             EXPECT_EQ(settings_.text("entry"), row.stored_again);
         }
     }
-    EXPECT_EQ(kr::test::said(log_, "07"),
-              "W kr_settings_parse_multi_string: Parsing error. String 'a;b;c\\x' is not properly "
-              "escaped.\nW kr_settings_get_multi_string: Unable to parse multi string a;b;c\\x "
-              "Result is 0x82000003\n");
+    const std::string parse = "W kr_settings_parse_multi_string: Parsing error. String '";
+    const std::string get = "W kr_settings_get_multi_string: Unable to parse multi string ";
+    std::string said;
+    for (const std::string text : {"a;b\\", "a;b;c\\x"}) {
+        said +=
+            parse + text + "' is not properly escaped.\n" + get + text + " Result is 0x82000003\n";
+    }
+    EXPECT_EQ(kr::test::said(log_, "07"), said);
 }
 
 TEST_F(MultiString, RefusesWhatIsNotThere) {
