@@ -279,8 +279,8 @@ TEST(WideBuffers, HoldExactlyTheTextAndLeakNothing) {
         {__LINE__, [](kr_char** out) { return kr_string_dup_n(out, a, 1); }, KR_TEXT("a")},
         {__LINE__, [](kr_char** out) { return kr_string_dup_n(out, a, 0); }, KR_TEXT("")},
         {__LINE__, [](kr_char** out) { return kr_string_concat2(a, a + 1, out); }, KR_TEXT("abb")},
-        {__LINE__, [](kr_char** out) { return kr_string_concat3(a + 2, a, a, out); },
-         KR_TEXT("abab")},
+        {__LINE__, [](kr_char** out) { return kr_string_concat3(a + 2, a, a + 1, out); },
+         KR_TEXT("abb")},
         {__LINE__, [](kr_char** out) { return kr_string_concat5(a, a + 1, a + 2, a, a + 1, out); },
          KR_TEXT("abbabb")},
     };
