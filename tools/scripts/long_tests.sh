@@ -1,0 +1,97 @@
+#!/bin/bash
+# Runs the fuzzers and the thread tests for longer than ./test does: see usage below.
+set -u
+cd "$(dirname "$0")/../.." || exit 2
+source tools/scripts/common.sh
+
+usage() {
+  cat <<'EOF'
+usage: tools/scripts/long_tests.sh [MINUTES [WORD]]
+
+Every fuzz target, and then the thread tests under the thread sanitizer over and over, for MINUTES
+each (10 unless given; 0.1 is a fair try); with WORD only those whose name holds it. Says how long
+each ran and what it found. Exit status 2 when one found something: the input, or the log of the run,
+lies in build/long.
+EOF
+}
+
+minutes=${1:-10} word=${2:-}
+if ! [[ $minutes =~ ^[0-9]+(\.[0-9]+)?$ ]] || [ $# -gt 2 ]; then
+  usage >&2
+  exit 2
+fi
+seconds=$(awk "BEGIN { print int($minutes * 60) }")
+[ "$seconds" -gt 0 ] || die "$minutes minutes are less than a second."
+logs=$PWD/build/long
+mkdir -p "$logs" || die "Cannot write to $logs."
+found=0
+
+# build PRESET TARGET...
+build() {
+  { cmake --preset "$1" && cmake --build --preset "$1" --target "${@:2}"; } \
+    >"$logs/build-$1.log" 2>&1 || die "The build of $1 failed: see $logs/build-$1.log."
+}
+
+# say NAME STARTED TEXT STATUS: a result as a row.
+say() {
+  local colour=$green
+  [ "$4" -eq 0 ] || colour=$red found=$((found + 1))
+  printf '  %-22s %5s s  %s%s%s\n' "$1" $((SECONDS - $2)) "$colour" "$3" "$plain"
+}
+
+# fuzz NAME: from the committed seeds and from what earlier runs found.
+fuzz() {
+  local name=$1 started=$SECONDS status=0 seeds=() runs
+  [ ! -d "fuzz/corpus/$name" ] || seeds=("fuzz/corpus/$name")
+  mkdir -p "$logs/corpus/$name"
+  "build/host-fuzz/fuzz/$name" -max_total_time="$seconds" -timeout=10 -print_final_stats=1 \
+    -artifact_prefix="$logs/$name-" "$logs/corpus/$name" "${seeds[@]}" \
+    >"$logs/$name.log" 2>&1 </dev/null || status=$?
+  runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$logs/$name.log")
+  if [ $status -eq 0 ]; then
+    say "$name" "$started" "nothing found in ${runs:-?} inputs" 0
+  else
+    say "$name" "$started" "FOUND something, see $logs/$name.log" 1
+  fi
+}
+
+# threads AREA FILTER: runs the tests again and again; the first failure ends it.
+threads() {
+  local name=$1_threads started=$SECONDS end=$((SECONDS + seconds)) rounds=0
+  while [ $SECONDS -lt $end ] || [ $rounds -eq 0 ]; do
+    if ! timeout 600 "build/host-tsan/tests/kr_$1_tests" --gtest_filter="$2" \
+      >"$logs/$name.log" 2>&1 </dev/null; then
+      say "$name" "$started" "FOUND something in round $((rounds + 1)), see $logs/$name.log" 1
+      return
+    fi
+    # A filter that fits no test would be satisfied for ever.
+    if grep -q '^\[  PASSED  \] 0 tests' "$logs/$name.log"; then
+      say "$name" "$started" "no test is called $2" 1
+      return
+    fi
+    rounds=$((rounds + 1))
+  done
+  say "$name" "$started" "nothing found in $rounds rounds" 0
+}
+
+echo "${bold}loadprobe: long tests, $minutes minutes each$plain"
+need "${build_packages[@]}" python3=python3 pkg-config=pkg-config clang++-14=clang-14 \
+  llvm-symbolizer-14=llvm-14 /usr/lib/llvm-14/lib/clang/14.0.6/lib/linux=libclang-rt-14-dev
+fuzzers=()
+for source in fuzz/*_fuzz.cpp; do
+  name=$(basename "$source" .cpp)
+  [[ $name != *"$word"* ]] || fuzzers+=("$name")
+done
+areas=()
+for area in base log; do
+  [[ ${area}_threads != *"$word"* ]] || areas+=("$area")
+done
+[ $((${#fuzzers[@]} + ${#areas[@]})) -gt 0 ] || die "Nothing is called $word."
+
+[ ${#fuzzers[@]} -eq 0 ] || build host-fuzz "${fuzzers[@]}"
+targets=()
+for area in "${areas[@]}"; do targets+=("kr_${area}_tests"); done
+[ ${#areas[@]} -eq 0 ] || build host-tsan "${targets[@]}"
+for name in "${fuzzers[@]}"; do fuzz "$name"; done
+for area in "${areas[@]}"; do threads "$area" '*Thread*:*Mutex*'; done
+[ $found -eq 0 ] || die "$found of $((${#fuzzers[@]} + ${#areas[@]})) found something."
