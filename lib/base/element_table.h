@@ -22,9 +22,26 @@ public:
     element_table() = default;
 
     /// Works on the `slot_count(count)` slots at `slots`, all 0, which stay the caller's.
-    element_table(u64* slots, u64 count, u64 element_size)
-        : slots_(slots), bits_(static_cast<u32>(std::bit_width(slot_count(count)) - 1)),
-          grain_(static_cast<u32>(std::bit_width(element_size | min_distance) - 1)) {}
+    element_table(u64* slots, u64 count, u32 grain)
+        : slots_(slots), mask_(slot_count(count) - 1),
+          shift_(static_cast<u32>(64 - std::bit_width(mask_ >> line_bits))), grain_(grain) {}
+
+    /// The distance between addresses that counts, as a power of 2, for elements of that size.
+    static constexpr u32 grain_of(u64 element_size) {
+        return static_cast<u32>(std::bit_width(element_size | min_distance) - 1);
+    }
+
+    /// What of the search for an address does not depend on the table's size: a caller with a lock
+    /// gets it ready before.
+    struct key {
+        u64 address;
+        u64 scattered;
+        u64 place;
+    };
+    static key key_of(u64 address, u32 grain) {
+        const u64 stretch = address >> grain;
+        return {address, (stretch >> line_bits) * golden, stretch & (line_size - 1)};
+    }
 
     static constexpr u64 slot_count(u64 count) {
         return std::bit_ceil(count * 2 < min_slots ? min_slots : count * 2);
@@ -35,7 +52,7 @@ public:
 
     /// Adds an element that the table does not hold and returns its slot.
     u64 insert(u64 element, bool handed_out) {
-        u64 at = home(element);
+        u64 at = home(key_of(element, grain_));
         while (slots_[at] != 0) {
             at = next(at);
         }
@@ -52,11 +69,14 @@ public:
 
     /// Marks an element as free and returns its slot; `none` for an element that is free already
     /// and for any other pointer.
-    [[nodiscard]] u64 mark_free(const void* element) {
-        const u64 sought = address(element) | out_bit;
-        for (u64 at = home(address(element)); slots_[at] != 0; at = next(at)) {
+    [[nodiscard]] u64 mark_free(const key& element) {
+        const u64 sought = element.address | out_bit;
+        if (sought == element.address) {
+            return none;
+        }
+        for (u64 at = home(element); slots_[at] != 0; at = next(at)) {
             if (slots_[at] == sought) {
-                slots_[at] &= ~out_bit;
+                slots_[at] = element.address;
                 return at;
             }
         }
@@ -75,7 +95,7 @@ public:
     /// Calls visit(element, handed_out) for every element, in no particular order.
     template <typename Visit>
     void for_each(Visit visit) const {
-        for (u64 at = 0; slots_ != nullptr && at <= mask(); ++at) {
+        for (u64 at = 0; slots_ != nullptr && at <= mask_; ++at) {
             if (slots_[at] != 0) {
                 visit(pointer(slots_[at]), (slots_[at] & out_bit) != 0);
             }
@@ -85,23 +105,21 @@ public:
 private:
     static constexpr u64 out_bit = u64{1} << 63;
     static constexpr u32 line_bits = 3;
-    static constexpr u64 min_slots = u64{1} << (line_bits + 1);
+    static constexpr u64 line_size = u64{1} << line_bits;
+    static constexpr u64 min_slots = line_size * 2;
     /// Allocators keep their blocks at least this many bytes apart.
     static constexpr u64 min_distance = 16;
     /// 2^64 divided by the golden ratio: spreads evenly spaced keys evenly.
     static constexpr u64 golden = 0x9E3779B97F4A7C15;
 
-    [[nodiscard]] u64 mask() const { return (u64{1} << bits_) - 1; }
-    [[nodiscard]] u64 next(u64 at) const { return (at + 1) & mask(); }
-
-    [[nodiscard]] u64 home(u64 address) const {
-        const u64 stretch = address >> grain_;
-        const u64 line = ((stretch >> line_bits) * golden) >> (64 - (bits_ - line_bits));
-        return (line << line_bits) | (stretch & ((u64{1} << line_bits) - 1));
+    [[nodiscard]] u64 next(u64 at) const { return (at + 1) & mask_; }
+    [[nodiscard]] u64 home(const key& element) const {
+        return (element.scattered >> shift_) << line_bits | element.place;
     }
 
     u64* slots_ = nullptr;
-    u32 bits_ = 0;
+    u64 mask_ = 0;
+    u32 shift_ = 0;
     u32 grain_ = 0;
 };
 

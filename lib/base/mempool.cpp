@@ -13,6 +13,7 @@
 
 #include "base/element_table.h"
 #include "base/memory.h"
+#include "base/mutex_section.h"
 #include "base/sync.h"
 #include "base/wide_string.h"
 
@@ -50,6 +51,7 @@ struct stock_room {
 struct kr_mempool {
     kr_char* name = nullptr;
     u64 element_size = 0;
+    u32 grain = 0;
     u32 grow_count = 0;
     u32 max_count = 0;
     kr_time time_out{};
@@ -66,16 +68,16 @@ namespace {
 
 class pool_guard {
 public:
-    explicit pool_guard(kr_mempool& pool) : lock_(&pool.lock) { lock(); }
+    explicit pool_guard(kr_mempool& pool) : lock_(kr::detail::section_of(&pool.lock)) { lock(); }
     pool_guard(const pool_guard&) = delete;
     pool_guard& operator=(const pool_guard&) = delete;
     ~pool_guard() { unlock(); }
 
-    void lock() { kr_mutex_lock(lock_); }
-    void unlock() { kr_mutex_unlock(lock_); }
+    void lock() { EnterCriticalSection(lock_); }
+    void unlock() { LeaveCriticalSection(lock_); }
 
 private:
-    kr_mutex* lock_;
+    CRITICAL_SECTION* lock_;
 };
 
 /// Lets other threads at the pool for a moment.
@@ -90,7 +92,7 @@ private:
     pool_guard& guard_;
 };
 
-kr_result make_room(u32 reserve, u64 element_size, stock_room* out) {
+kr_result make_room(u32 reserve, u32 grain, stock_room* out) {
     const u64 slots_bytes = element_table::slot_count(reserve) * sizeof(u64);
     void* block = nullptr;
     const kr_result result =
@@ -100,7 +102,7 @@ kr_result make_room(u32 reserve, u64 element_size, stock_room* out) {
     }
     std::memset(block, 0, slots_bytes);
     out->block.reset(block);
-    out->table = element_table(static_cast<u64*>(block), reserve, element_size);
+    out->table = element_table(static_cast<u64*>(block), reserve, grain);
     out->stack = static_cast<u64*>(block) + slots_bytes / sizeof(u64);
     out->reserve = reserve;
     return result;
@@ -155,7 +157,7 @@ kr_result make_growth(kr_mempool& pool, u32 first, u32 last, u64 bound, stock_ro
     // Doubling keeps a pool that grows in small steps from copying its pointers at each step.
     const u64 reserve = std::clamp(u64{pool.room.reserve} * 2, u64{last}, bound);
     stock_room room;
-    kr_result result = make_room(static_cast<u32>(reserve), pool.element_size, &room);
+    kr_result result = make_room(static_cast<u32>(reserve), pool.grain, &room);
     if (kr_result_succeeded(result)) {
         result = make_elements(room.stack, first, last, pool.element_size);
     }
@@ -269,6 +271,7 @@ kr_result kr_mempool_create(const kr_char* name, u64 element_size, u32 flags, u3
         std::construct_at(static_cast<kr_mempool*>(record)));
     result = kr_mutex_init(&pool->lock);
     pool->element_size = element_size;
+    pool->grain = element_table::grain_of(element_size);
     pool->flags = flags;
     pool->grow_count = grow_count != 0 ? grow_count : KR_MEMPOOL_DEFAULT_GROW_COUNT;
     pool->max_count = max_count;
@@ -277,7 +280,7 @@ kr_result kr_mempool_create(const kr_char* name, u64 element_size, u32 flags, u3
         result = kr_string_dup(&pool->name, name);
     }
     if (kr_result_succeeded(result)) {
-        result = make_room(pool->grow_count, element_size, &pool->room);
+        result = make_room(pool->grow_count, pool->grain, &pool->room);
     }
     if (kr_result_succeeded(result)) {
         result = make_elements(pool->room.stack, 0, pool->grow_count, element_size);
@@ -309,8 +312,9 @@ void kr_mempool_free(kr_mempool* pool, void* element) {
     if (pool == nullptr) {
         return;
     }
+    const auto key = element_table::key_of(element_table::address(element), pool->grain);
     const pool_guard guard(*pool);
-    const u64 slot = pool->room.table.mark_free(element);
+    const u64 slot = pool->room.table.mark_free(key);
     if (slot != element_table::none) {
         const u32 top = pool->used.load(std::memory_order_relaxed) - 1;
         pool->room.stack[top] = slot;

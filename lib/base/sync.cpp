@@ -1,19 +1,9 @@
 /// The lock on the system's critical section.
 #include "base/sync.h"
 
-#include "platform/platform.h"
+#include "base/mutex_section.h"
 
-static_assert(sizeof(kr_mutex) >= sizeof(CRITICAL_SECTION) &&
-                  alignof(kr_mutex) >= alignof(CRITICAL_SECTION),
-              "kr_mutex has room for the system's lock");
-
-namespace {
-
-CRITICAL_SECTION* section_of(kr_mutex* mutex) {
-    return reinterpret_cast<CRITICAL_SECTION*>(mutex->opaque);
-}
-
-} // namespace
+using kr::detail::section_of;
 
 kr_result kr_mutex_init(kr_mutex* mutex) {
     InitializeCriticalSection(section_of(mutex));

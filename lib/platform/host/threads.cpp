@@ -100,11 +100,16 @@ void kr::host::detail::enter_contended(CRITICAL_SECTION* section) {
         relax_processor();
     }
     // From here on the lock is taken as one that others may sleep on: whoever leaves it wakes one.
-    while (section->state.exchange(2, std::memory_order_acquire) != 0) {
-        section->state.wait(2, std::memory_order_relaxed);
+    const DWORD self = GetCurrentThreadId();
+    for (DWORD seen = 0; !section->state.compare_exchange_strong(
+             seen, self | sleepers_bit, std::memory_order_acquire, std::memory_order_relaxed);
+         seen = 0) {
+        if ((seen & sleepers_bit) != 0 ||
+            section->state.compare_exchange_strong(seen, seen | sleepers_bit,
+                                                   std::memory_order_relaxed)) {
+            section->state.wait(seen | sleepers_bit, std::memory_order_relaxed);
+        }
     }
-    section->owner.store(GetCurrentThreadId(), std::memory_order_relaxed);
-    section->depth = 1;
 }
 
 void kr::host::detail::wake_one(CRITICAL_SECTION* section) {

@@ -9,11 +9,11 @@
 /// A recursive lock, for InitializeCriticalSection to DeleteCriticalSection only. Spins for a
 /// moment before it sleeps, as the system's own may, since what it guards here is short.
 struct CRITICAL_SECTION {
-    /// 0: free; 1: held; 2: held, and threads may be asleep on it.
-    std::atomic<unsigned> state;
-    /// The holder, 0 for none. Only the holder can find its own id here.
-    std::atomic<DWORD> owner;
-    /// How often the holder entered. Touched by the holder only.
+    /// 0: free. Else the holder's id, with sleepers_bit while threads may be asleep on the lock.
+    /// One word says all, so that entering and leaving write nothing else. Only the holder can find
+    /// its own id here.
+    std::atomic<DWORD> state;
+    /// How often the holder entered again. Touched by the holder only; 0 while the lock is free.
     unsigned depth;
 };
 
@@ -26,28 +26,31 @@ DWORD find_thread_id();
 void enter_contended(CRITICAL_SECTION* section);
 void wake_one(CRITICAL_SECTION* section);
 
+/// Not part of any thread's id.
+inline constexpr DWORD sleepers_bit = 0x80000000;
+
 /// Takes a free lock. A process that has had one thread only needs no locked bus for that, and the
 /// runtime's own locks make the same difference.
-inline bool take(std::atomic<unsigned>& state) {
-    unsigned free = 0;
+inline bool take(std::atomic<DWORD>& state, DWORD self) {
+    DWORD free = 0;
     if (__libc_single_threaded != 0) {
         if (state.load(std::memory_order_relaxed) != free) {
             return false;
         }
-        state.store(1, std::memory_order_relaxed);
+        state.store(self, std::memory_order_relaxed);
         return true;
     }
-    return state.compare_exchange_strong(free, 1, std::memory_order_acquire,
+    return state.compare_exchange_strong(free, self, std::memory_order_acquire,
                                          std::memory_order_relaxed);
 }
 
 /// Frees a lock; returns whether threads may be asleep on it.
-inline bool give_back(std::atomic<unsigned>& state) {
+inline bool give_back(std::atomic<DWORD>& state) {
     if (__libc_single_threaded != 0) {
         state.store(0, std::memory_order_relaxed);
         return false;
     }
-    return state.exchange(0, std::memory_order_release) == 2;
+    return (state.exchange(0, std::memory_order_release) & sleepers_bit) != 0;
 }
 
 } // namespace kr::host::detail
@@ -62,12 +65,11 @@ inline DWORD GetCurrentThreadId() {
 
 inline BOOL TryEnterCriticalSection(CRITICAL_SECTION* section) {
     const DWORD self = GetCurrentThreadId();
-    if (kr::host::detail::take(section->state)) {
-        section->owner.store(self, std::memory_order_relaxed);
-        section->depth = 1;
+    if (kr::host::detail::take(section->state, self)) {
         return TRUE;
     }
-    if (section->owner.load(std::memory_order_relaxed) == self) {
+    if ((section->state.load(std::memory_order_relaxed) & ~kr::host::detail::sleepers_bit) ==
+        self) {
         ++section->depth;
         return TRUE;
     }
@@ -82,10 +84,10 @@ inline void EnterCriticalSection(CRITICAL_SECTION* section) {
 
 /// Called by the thread that holds the lock.
 inline void LeaveCriticalSection(CRITICAL_SECTION* section) {
-    if (--section->depth != 0) {
+    if (section->depth != 0) {
+        --section->depth;
         return;
     }
-    section->owner.store(0, std::memory_order_relaxed);
     if (kr::host::detail::give_back(section->state)) {
         kr::host::detail::wake_one(section);
     }
