@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <sys/resource.h>
 
@@ -54,26 +55,19 @@ TEST_F(RegText, ReadsWhatPeopleAndExportsWrite) {
     };
     const std::string key = "\n[HKEY_CURRENT_USER\\k]\n";
     const row rows[] = {
-        {__LINE__, R"("a"="text")", R"("a"="text")"},
         {__LINE__, R"(  @ = "" ; note)", R"(@="")"},
         {__LINE__, R"("q\"b\\s"="C:\\dir\\\"x\"")", R"("q\"b\\s"="C:\\dir\\\"x\"")"},
-        {__LINE__, R"("a"="one\ntwo")",
-         R"("a"=hex(1):6f,00,6e,00,65,00,0a,00,74,00,77,00,6f,00,00,00)"},
+        {__LINE__, R"("a"="x\ny")", R"("a"=hex(1):78,00,0a,00,79,00,00,00)"},
         {__LINE__, R"("d"=dword:1F)", R"("d"=dword:0000001f)"},
-        {__LINE__, R"("b"=hex:)", R"("b"=hex:)"},
         {__LINE__, R"("b"=HEX:0,Ff,7)", R"("b"=hex:00,ff,07)"},
         {__LINE__, R"("s"=hex(1):61,00,00,00)", R"("s"="a")"},
         {__LINE__, R"("s"=hex(1):61,00)", R"("s"=hex(1):61,00)"},
         {__LINE__, R"("s"=hex(1):61)", R"("s"=hex(1):61)"},
-        {__LINE__, R"("m"=hex(7):61,00,00,00,00,00)", R"("m"=hex(7):61,00,00,00,00,00)"},
-        {__LINE__, R"("n"=hex(4):01)", R"("n"=hex(4):01)"},
-        {__LINE__, R"("t"=hex(12ab):01)", R"("t"=hex(12ab):01)"},
+        {__LINE__, R"("t"=hex(12ab):)", R"("t"=hex(12ab):)"},
         {__LINE__, "\"b\"=hex:01,\\ ; note\n  02,\\\n\n  ; end", R"("b"=hex:01,02)"},
-        {__LINE__, "; note\n\n\"a\"=\"x;y\"", R"("a"="x;y")"},
-        {__LINE__, "\"a\"=\"1\"\n\"A\"=\"2\"", R"("a"="2")"},
+        {__LINE__, "\"a\"=\"1\"\n\"A\"=\"x;y\"", R"("a"="x;y")"},
         {__LINE__, "\"a\"=\"1\"\n\"A\"=-\n\"b\"=\"3\"", R"("b"="3")"},
-        {__LINE__, "\"\xC3\xA4\xF0\x9F\x98\x80\"=\"\xE2\x82\xAC\"",
-         "\"\xC3\xA4\xF0\x9F\x98\x80\"=\"\xE2\x82\xAC\""},
+        {__LINE__, "\"\xC3\xA4\xF0\x9F\x98\x80\"=\"\"", "\"\xC3\xA4\xF0\x9F\x98\x80\"=\"\""},
     };
     for (const row& r : rows) {
         SCOPED_TRACE(r.line);
@@ -109,11 +103,10 @@ TEST_F(RegText, BreaksLongListsLikeTheSystem) {
     const std::vector<u8> data(60, 0xAB);
     ASSERT_EQ(RegSetValueExW(HKEY_CURRENT_USER, u"name", 0, REG_BINARY, data.data(), 60), 0);
     const std::string text = exported();
-    std::size_t longest = 0;
-    for (std::size_t at = 0; at < text.size(); at = text.find('\n', at) + 1) {
-        longest = std::max(longest, text.find('\n', at) - at);
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_LE(line.size(), 80u) << line;
     }
-    EXPECT_LE(longest, 80u);
     reset_registry();
     EXPECT_EQ(import_reg(bytes_of(utf16_bytes(text)), nullptr), 0u);
     EXPECT_EQ(exported(), text);
@@ -126,47 +119,38 @@ TEST_F(RegText, SaysWhereATextIsBrokenAndChangesNothing) {
         const char* problem;
     };
     const row rows[] = {
-        {__LINE__, "", "line 3: text after the end of a value"},
-        {__LINE__, "[HKEY_CURRENT_USER\\k", "line 2: a key without its closing bracket"},
-        {__LINE__, "[HKEY_USERS\\k]", "line 2: an unknown root key"},
-        {__LINE__, "[-HKEY_CURRENT_USER]", "line 2: the deletion of a root key"},
-        {__LINE__, "\"a\"=\"x\"", "line 2: a value outside any key"},
-        {__LINE__, "[-HKEY_CURRENT_USER\\k]\n@=\"x\"", "line 3: a value outside any key"},
-        {__LINE__, "[HKEY_CURRENT_USER]\n\"a=1", "line 3: a text without its closing quote"},
-        {__LINE__, "[HKEY_CURRENT_USER]\n\"a\"=\"\\x\"", "line 3: an unknown escape in a text"},
-        {__LINE__, "[HKEY_CURRENT_USER]\n\"a\"", "line 3: a value without '='"},
-        {__LINE__, "[HKEY_CURRENT_USER]\n\"a\"=x", "line 3: an unknown kind of data"},
-        {__LINE__, "[HKEY_CURRENT_USER]\n\"a\"=dword:",
-         "line 3: a hexadecimal number with no or "
-         "too many digits"},
-        {__LINE__, "[HKEY_CURRENT_USER]\n\"a\"=dword:123456789",
-         "line 3: a hexadecimal number with no or too many digits"},
-        {__LINE__, "[HKEY_CURRENT_USER]\n\"a\"=hex:1 2",
-         "line 3: bytes without a comma between "
-         "them"},
-        {__LINE__, "[HKEY_CURRENT_USER]\n\"a\"=hex(1:00", "line 3: a type without '):'"},
-        {__LINE__, "[HKEY_CURRENT_USER]\n\"a\"=hex:01,\\",
-         "line 3: the end of the text inside a list of bytes"},
-        {__LINE__, "[HKEY_CURRENT_USER]\n\"a\"=hex:01,\\02",
-         "line 3: text after a line's last backslash"},
-        {__LINE__, "nonsense", "line 2: neither a key nor a value"},
+        {__LINE__, "@=\"x\" y", "3: text after the end of a value"},
+        {__LINE__, "[HKEY_CURRENT_USER\\k", "3: a key without its closing bracket"},
+        {__LINE__, "[HKEY_USERS\\k]", "3: an unknown root key"},
+        {__LINE__, "[-HKEY_CURRENT_USER]", "3: the deletion of a root key"},
+        {__LINE__, "\"a=1", "3: a text without its closing quote"},
+        {__LINE__, "\"a\"=\"\\x\"", "3: an unknown escape in a text"},
+        {__LINE__, "\"a\"", "3: a value without '='"},
+        {__LINE__, "\"a\"=x", "3: an unknown kind of data"},
+        {__LINE__, "\"a\"=dword:", "3: a hexadecimal number with no or too many digits"},
+        {__LINE__, "\"a\"=dword:123456789", "3: a hexadecimal number with no or too many digits"},
+        {__LINE__, "\"a\"=hex:1 2", "3: bytes without a comma between them"},
+        {__LINE__, "\"a\"=hex(1:00", "3: a type without '):'"},
+        {__LINE__, "\"a\"=hex:01,\\", "3: the end of the text inside a list of bytes"},
+        {__LINE__, "\"a\"=hex:01,\\02", "3: text after a line's last backslash"},
+        {__LINE__, "[-HKEY_CURRENT_USER\\n]\n@=\"x\"", "4: a value outside any key"},
+        {__LINE__, "nonsense", "3: neither a key nor a value"},
     };
     const std::string before = header + "\n[HKEY_CURRENT_USER\\k]\n@=\"kept\"\n\n";
     ASSERT_EQ(import_reg(bytes_of(before), nullptr), 0u);
     for (const row& r : rows) {
         SCOPED_TRACE(r.line);
         std::string problem;
-        // Good lines before and after the broken one are not carried out either.
-        const std::string text =
-            header + (*r.text == 0 ? "[HKEY_CURRENT_USER\\n]\n@=\"x\" y" : r.text) + "\n";
+        // The good line before the broken one is not carried out either.
+        const std::string text = header + "[HKEY_CURRENT_USER\\n]\n" + r.text + "\n";
         EXPECT_EQ(import_reg(bytes_of(text), &problem), 1009u);
-        EXPECT_EQ(problem, r.problem);
+        EXPECT_EQ(problem, std::string("line ") + r.problem);
         EXPECT_EQ(exported(), before);
     }
     const std::string deep = "[HKEY_CURRENT_USER\\" + std::string(256, 'x') + "]\n";
-    for (const std::string& text :
-         {std::string(), std::string("REGEDIT5\n"), header + deep, header + '\0' + '\n',
-          header + "\xC0\x80", "\xFE\xFF" + header, utf16_bytes(header) + "x"}) {
+    for (const std::string& text : {std::string(), std::string("REGEDIT5\n"), header + "@=\"x\"",
+                                    header + deep, header + '\0' + '\n', header + "\xC0\x80",
+                                    "\xFE\xFF" + header, utf16_bytes(header) + "x"}) {
         EXPECT_EQ(import_reg(bytes_of(text), nullptr), 1009u);
         EXPECT_EQ(exported(), before);
     }

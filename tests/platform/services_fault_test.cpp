@@ -73,6 +73,7 @@ protected:
                               SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, image_path, nullptr,
                               nullptr, nullptr, nullptr, nullptr);
     }
+    static DWORD error_of(BOOL done) { return done ? 0 : GetLastError(); }
     [[nodiscard]] DWORD create_error(const WCHAR* name, const WCHAR* display = nullptr) const {
         const SC_HANDLE made = create(name, display);
         return made != nullptr ? (CloseServiceHandle(made), 0) : GetLastError();
@@ -88,15 +89,12 @@ TEST_F(Services, ADriverIsLoadedOnceAndUnloadedOnce) {
     const SC_HANDLE tiny = create(u"tiny");
     ASSERT_NE(tiny, nullptr);
     SERVICE_STATUS status{};
-    EXPECT_FALSE(ControlService(tiny, SERVICE_CONTROL_STOP, &status));
-    EXPECT_EQ(GetLastError(), 1062u);
+    EXPECT_EQ(error_of(ControlService(tiny, SERVICE_CONTROL_STOP, &status)), 1062u);
     EXPECT_TRUE(StartServiceW(tiny, 0, nullptr));
-    EXPECT_FALSE(StartServiceW(tiny, 0, nullptr));
-    EXPECT_EQ(GetLastError(), 1056u);
+    EXPECT_EQ(error_of(StartServiceW(tiny, 0, nullptr)), 1056u);
     EXPECT_TRUE(QueryServiceStatus(tiny, &status));
     EXPECT_EQ(status.dwCurrentState, SERVICE_RUNNING);
-    EXPECT_FALSE(DeleteFileW(image_path));
-    EXPECT_EQ(GetLastError(), 5u);
+    EXPECT_EQ(error_of(DeleteFileW(image_path)), 5u);
     EXPECT_TRUE(ControlService(tiny, SERVICE_CONTROL_STOP, &status));
     EXPECT_EQ(status.dwCurrentState, SERVICE_STOPPED);
     EXPECT_TRUE(DeleteFileW(image_path));
@@ -105,22 +103,21 @@ TEST_F(Services, ADriverIsLoadedOnceAndUnloadedOnce) {
 }
 
 TEST_F(Services, AStartChecksTheImage) {
-    struct row {
+    using image = tiny_image;
+    const struct {
         int line;
         std::size_t offset;
         u16 number;
         DWORD error;
-    };
-    using image = tiny_image;
-    constexpr row rows[] = {
+    } rows[] = {
         {__LINE__, 0, 0x4D5A, 193},
         {__LINE__, 0x3C, 0xFFFF, 193},
         {__LINE__, image::pe + 4, 0x014C, 193},
         {__LINE__, image::optional_header, 0x10B, 193},
         {__LINE__, image::optional_header + 68, 3, 193},
         {__LINE__, image::optional_header + 108, 4, 577},
-        {__LINE__, image::security, 0, 577},
         {__LINE__, image::security, 0x1F1, 577},
+        {__LINE__, image::security, 0, 577},
         {__LINE__, image::security + 4, 0, 577},
         {__LINE__, image::security + 4, 17, 577},
         {__LINE__, image::certificate, 17, 577},
@@ -129,10 +126,10 @@ TEST_F(Services, AStartChecksTheImage) {
     };
     const SC_HANDLE tiny = create(u"tiny");
     const auto start_error = [tiny] {
-        return StartServiceW(tiny, 0, nullptr) ? 0 : GetLastError();
+        return error_of(StartServiceW(tiny, 0, nullptr));
     };
     EXPECT_EQ(start_error(), 2u);
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         tiny_image broken;
         broken.put<u16>(r.offset, r.number);
@@ -140,12 +137,12 @@ TEST_F(Services, AStartChecksTheImage) {
         EXPECT_EQ(start_error(), r.error);
     }
     tiny_image cut;
-    cut.bytes.resize(image::security);
-    write_image(cut);
-    EXPECT_EQ(start_error(), 577u);
-    cut.bytes.clear();
-    write_image(cut);
-    EXPECT_EQ(start_error(), 193u);
+    for (const auto& [size, error] :
+         {std::pair(image::security, 577u), std::pair(size_t{0}, 193u)}) {
+        cut.bytes.resize(size);
+        write_image(cut);
+        EXPECT_EQ(start_error(), error);
+    }
     write_image({});
     refuse_drivers(true);
     EXPECT_EQ(start_error(), 577u);
@@ -163,10 +160,8 @@ TEST_F(Services, NamesAreTakenUntilTheLastHandleOfADeletedServiceCloses) {
     EXPECT_EQ(OpenServiceW(manager, u"two", SERVICE_START), nullptr);
     EXPECT_EQ(GetLastError(), 1060u);
     EXPECT_TRUE(DeleteService(one));
-    EXPECT_FALSE(DeleteService(one));
-    EXPECT_EQ(GetLastError(), 1072u);
-    EXPECT_FALSE(StartServiceW(one, 0, nullptr));
-    EXPECT_EQ(GetLastError(), 1072u);
+    EXPECT_EQ(error_of(DeleteService(one)), 1072u);
+    EXPECT_EQ(error_of(StartServiceW(one, 0, nullptr)), 1072u);
     EXPECT_EQ(create_error(u"one"), 1072u);
     const SC_HANDLE again = OpenServiceW(manager, u"one", SERVICE_START);
     ASSERT_NE(again, nullptr);
@@ -179,15 +174,11 @@ TEST_F(Services, NamesAreTakenUntilTheLastHandleOfADeletedServiceCloses) {
 
 TEST_F(Services, HandlesAllowWhatTheyWereOpenedFor) {
     const SC_HANDLE weak = create(u"weak", nullptr, SERVICE_QUERY_STATUS);
-    EXPECT_FALSE(StartServiceW(weak, 0, nullptr));
-    EXPECT_EQ(GetLastError(), 5u);
-    EXPECT_FALSE(DeleteService(weak));
-    EXPECT_EQ(GetLastError(), 5u);
-    EXPECT_FALSE(DeleteService(manager));
-    EXPECT_EQ(GetLastError(), 6u);
+    EXPECT_EQ(error_of(StartServiceW(weak, 0, nullptr)), 5u);
+    EXPECT_EQ(error_of(DeleteService(weak)), 5u);
+    EXPECT_EQ(error_of(DeleteService(manager)), 6u);
     EXPECT_TRUE(CloseServiceHandle(weak));
-    EXPECT_FALSE(CloseServiceHandle(weak));
-    EXPECT_EQ(GetLastError(), 6u);
+    EXPECT_EQ(error_of(CloseServiceHandle(weak)), 6u);
     manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT);
     EXPECT_EQ(create_error(u"x"), 5u);
 }
