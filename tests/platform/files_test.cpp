@@ -35,6 +35,7 @@ protected:
             CreateFileW(name.c_str(), access, FILE_SHARE_READ, nullptr, disposition, 0, nullptr);
         return file == INVALID_HANDLE_VALUE ? GetLastError() : (CloseHandle(file), 0);
     }
+    static DWORD error_of(BOOL done) { return done ? 0 : GetLastError(); }
     void write(HANDLE file, const char* bytes) const {
         const DWORD size = static_cast<DWORD>(std::strlen(bytes));
         DWORD written = 0;
@@ -77,27 +78,22 @@ TEST_F(Files, NamesWhatIsWrongWithAPath) {
     EXPECT_EQ(open_error(root, GENERIC_READ, OPEN_EXISTING), 5u);
     EXPECT_EQ(open_error(root + KR_TEXT("\\a<b"), GENERIC_READ, OPEN_EXISTING), 123u);
     EXPECT_EQ(open_error(text(), GENERIC_READ, OPEN_EXISTING), 3u);
-    EXPECT_FALSE(DeleteFileW(path.c_str()));
-    EXPECT_EQ(GetLastError(), 2u);
-    EXPECT_FALSE(DeleteFileW(root.c_str()));
-    EXPECT_EQ(GetLastError(), 5u);
-    EXPECT_FALSE(CreateDirectoryW(root.c_str(), nullptr));
-    EXPECT_EQ(GetLastError(), 183u);
-    EXPECT_FALSE(RemoveDirectoryW((root + KR_TEXT("\\none")).c_str()));
-    EXPECT_EQ(GetLastError(), 2u);
+    EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 2u);
+    EXPECT_EQ(error_of(DeleteFileW(root.c_str())), 5u);
+    EXPECT_EQ(error_of(CreateDirectoryW(root.c_str(), nullptr)), 183u);
+    EXPECT_EQ(error_of(RemoveDirectoryW((root + KR_TEXT("\\none")).c_str())), 2u);
 }
 
 TEST_F(Files, SharingExcludesOtherHandles) {
-    struct row {
+    constexpr DWORD READ_WRITE = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    const struct {
         int line;
         DWORD access;
         DWORD sharing;
         DWORD second_access;
         DWORD second_sharing;
         bool opens;
-    };
-    constexpr DWORD READ_WRITE = FILE_SHARE_READ | FILE_SHARE_WRITE;
-    const row rows[] = {
+    } rows[] = {
         {__LINE__, GENERIC_WRITE, 0, GENERIC_READ, READ_WRITE, false},
         {__LINE__, GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ, true},
         {__LINE__, GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, READ_WRITE, false},
@@ -105,7 +101,7 @@ TEST_F(Files, SharingExcludesOtherHandles) {
         {__LINE__, FILE_APPEND_DATA, READ_WRITE, GENERIC_READ, FILE_SHARE_READ, false},
     };
     CloseHandle(open(GENERIC_WRITE, 0, CREATE_NEW));
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         HANDLE first = open(r.access, r.sharing, OPEN_EXISTING);
         HANDLE second = open(r.second_access, r.second_sharing, OPEN_EXISTING);
@@ -115,8 +111,7 @@ TEST_F(Files, SharingExcludesOtherHandles) {
         } else {
             EXPECT_EQ(GetLastError(), 32u);
         }
-        EXPECT_FALSE(DeleteFileW(path.c_str()));
-        EXPECT_EQ(GetLastError(), 32u);
+        EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 32u);
         CloseHandle(first);
     }
 }
@@ -138,17 +133,13 @@ TEST_F(Files, HandlesAllowWhatTheyWereOpenedFor) {
     write(file, "0123456789");
     char byte = 0;
     DWORD count = 99;
-    EXPECT_FALSE(ReadFile(file, &byte, 1, &count, nullptr));
-    EXPECT_EQ(GetLastError(), 5u);
+    EXPECT_EQ(error_of(ReadFile(file, &byte, 1, &count, nullptr)), 5u);
     EXPECT_TRUE(CloseHandle(file));
-    EXPECT_FALSE(CloseHandle(file));
-    EXPECT_EQ(GetLastError(), 6u);
-    EXPECT_FALSE(WriteFile(file, "x", 1, &count, nullptr));
-    EXPECT_EQ(GetLastError(), 6u);
+    EXPECT_EQ(error_of(CloseHandle(file)), 6u);
+    EXPECT_EQ(error_of(WriteFile(file, "x", 1, &count, nullptr)), 6u);
 
     file = open(GENERIC_READ, 0, OPEN_EXISTING);
-    EXPECT_FALSE(WriteFile(file, "x", 1, &count, nullptr));
-    EXPECT_EQ(GetLastError(), 5u);
+    EXPECT_EQ(error_of(WriteFile(file, "x", 1, &count, nullptr)), 5u);
     CloseHandle(file);
     EXPECT_EQ(contents(), "0123456789");
 }
@@ -158,8 +149,7 @@ TEST_F(Files, ReadOnlyFilesAreNotDeleted) {
                             FILE_ATTRIBUTE_READONLY, nullptr));
     EXPECT_NE(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
     EXPECT_EQ(open_error(path, GENERIC_READ, OPEN_EXISTING), 0u);
-    EXPECT_FALSE(DeleteFileW(path.c_str()));
-    EXPECT_EQ(GetLastError(), 5u);
+    EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 5u);
     EXPECT_TRUE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL));
     EXPECT_TRUE(DeleteFileW(path.c_str()));
     EXPECT_EQ(GetFileAttributesW(path.c_str()), DWORD{INVALID_FILE_ATTRIBUTES});

@@ -27,13 +27,12 @@ LSTATUS delete_value() {
 }
 
 TEST_F(World, AFaultHitsTheCallsItIsMeantFor) {
-    struct row {
+    const struct {
         int line;
         fault_plan plan;
         std::array<LSTATUS, 4> results;
         u32 hits;
-    };
-    const row rows[] = {
+    } rows[] = {
         {__LINE__, {.call = "RegDeleteValueW", .error = 5}, {5, 2, 2, 2}, 1},
         {__LINE__, {.call = "RegDeleteValueW", .error = 5, .nth = 3}, {2, 2, 5, 2}, 1},
         {__LINE__,
@@ -43,7 +42,7 @@ TEST_F(World, AFaultHitsTheCallsItIsMeantFor) {
         {__LINE__, {.call = "RegDeleteValueW", .error = 5, .nth = 9}, {2, 2, 2, 2}, 0},
         {__LINE__, {.call = "RegDeleteValue", .error = 5}, {2, 2, 2, 2}, 0},
     };
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         const armed_fault fault(r.plan);
         for (const LSTATUS result : r.results) {
@@ -168,24 +167,6 @@ TEST_F(World, ClocksStopAndOffsetsAreFixed) {
     const armed_fault fault({.call = "QueryPerformanceCounter", .error = 31});
     EXPECT_FALSE(QueryPerformanceCounter(&ticks));
     EXPECT_EQ(GetLastError(), 31u);
-}
-
-TEST_F(World, TheEventLogKeepsWhatIsReported) {
-    HANDLE log = RegisterEventSourceW(nullptr, u"Source");
-    const WCHAR* strings[] = {u"", u"line\n"};
-    EXPECT_TRUE(ReportEventW(log, EVENTLOG_INFORMATION_TYPE, 0, 0x40001230, nullptr, 2, 0, strings,
-                             nullptr));
-    ASSERT_EQ(event_log().size(), 1u);
-    const event_record record = event_log().front();
-    EXPECT_EQ(record.source, u"Source");
-    EXPECT_EQ(record.id, 0x40001230u);
-    EXPECT_THAT(record.strings, ElementsAre(u"", u"line\n"));
-    EXPECT_TRUE(DeregisterEventSource(log));
-    EXPECT_FALSE(DeregisterEventSource(log));
-    EXPECT_EQ(GetLastError(), 6u);
-    EXPECT_FALSE(
-        ReportEventW(log, EVENTLOG_INFORMATION_TYPE, 0, 1, nullptr, 0, 0, nullptr, nullptr));
-    EXPECT_EQ(GetLastError(), 6u);
 }
 
 TEST_F(World, TheDebuggerOutputGoesToItsSink) {

@@ -1,8 +1,9 @@
-/// System messages, encodings, clocks, threads, names, event sources: the same on both systems.
+/// System messages, encodings, clocks, threads, names: the same on both systems.
 #include "platform/platform.h"
 
 #include <atomic>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -13,42 +14,36 @@ constexpr DWORD default_language = 0x0400;
 
 TEST(SystemMessage, IsOneLineThatEndsInABlank) {
     kr_char buffer[128];
-    const DWORD length =
-        FormatMessageW(one_line, nullptr, 5, default_language, buffer, 128, nullptr);
+    const auto message = [&](DWORD flags, DWORD error, DWORD room) {
+        return FormatMessageW(flags, nullptr, error, default_language, buffer, room, nullptr);
+    };
+    const DWORD length = message(one_line, 5, 128);
     ASSERT_GT(length, 5u);
-    EXPECT_EQ(buffer[length], 0);
-    EXPECT_EQ(buffer[length - 1], KR_TEXT(' '));
-    EXPECT_EQ(buffer[length - 2], KR_TEXT('.'));
-    EXPECT_EQ(wcschr(buffer, KR_TEXT('\n')), nullptr);
+    const std::basic_string<kr_char> text = buffer;
+    EXPECT_EQ(text.size(), length);
+    EXPECT_TRUE(text.ends_with(KR_TEXT(". ")));
+    EXPECT_EQ(text.find(KR_TEXT('\n')), text.npos);
+    EXPECT_EQ(message(FORMAT_MESSAGE_FROM_SYSTEM, 5, 128), length + 1);
+    EXPECT_TRUE(std::basic_string<kr_char>(buffer).ends_with(KR_TEXT(".\r\n")));
 
-    const DWORD broken = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, 5, default_language,
-                                        buffer, 128, nullptr);
-    EXPECT_EQ(broken, length + 1);
-    EXPECT_EQ(buffer[broken - 2], KR_TEXT('\r'));
-    EXPECT_EQ(buffer[broken - 1], KR_TEXT('\n'));
-
-    EXPECT_EQ(FormatMessageW(one_line, nullptr, 5, default_language, buffer, length + 1, nullptr),
-              length);
-    EXPECT_EQ(FormatMessageW(one_line, nullptr, 5, default_language, buffer, length, nullptr), 0u);
+    EXPECT_EQ(message(one_line, 5, length + 1), length);
+    EXPECT_EQ(message(one_line, 5, length), 0u);
     EXPECT_EQ(GetLastError(), 122u);
-    EXPECT_EQ(FormatMessageW(one_line, nullptr, 0xFFFE, default_language, buffer, 128, nullptr),
-              0u);
+    EXPECT_EQ(message(one_line, 0xFFFE, 128), 0u);
     EXPECT_EQ(GetLastError(), 317u);
 }
 
 TEST(Encoding, ReadsUtf8) {
-    struct row {
-        int line;
+    const struct {
         const char* narrow;
         std::basic_string<kr_char> wide;
+    } rows[] = {
+        {"abc", KR_TEXT("abc")},
+        {"\xC3\xA4\xE2\x82\xAC", KR_TEXT("\u00E4\u20AC")},
+        {"\xF0\x9F\x98\x80", KR_TEXT("\U0001F600")},
     };
-    const row rows[] = {
-        {__LINE__, "abc", KR_TEXT("abc")},
-        {__LINE__, "\xC3\xA4\xE2\x82\xAC", KR_TEXT("\u00E4\u20AC")},
-        {__LINE__, "\xF0\x9F\x98\x80", KR_TEXT("\U0001F600")},
-    };
-    for (const row& r : rows) {
-        SCOPED_TRACE(r.line);
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.narrow);
         kr_char wide[32];
         const int needed = static_cast<int>(r.wide.size()) + 1;
         EXPECT_EQ(MultiByteToWideChar(CP_UTF8, 0, r.narrow, -1, nullptr, 0), needed);
@@ -148,30 +143,20 @@ TEST(Lock, IsRecursiveAndKeepsOthersOut) {
     EnterCriticalSection(&section);
     EXPECT_TRUE(TryEnterCriticalSection(&section));
     LeaveCriticalSection(&section);
-    struct shared {
-        CRITICAL_SECTION* section;
-        BOOL entered;
-    } shared{&section, TRUE};
-    const auto run_other = [&shared] {
-        HANDLE thread = reinterpret_cast<HANDLE>(_beginthreadex(
-            nullptr, 0,
-            [](void* argument) -> unsigned {
-                auto* const it = static_cast<struct shared*>(argument);
-                it->entered = TryEnterCriticalSection(it->section);
-                if (it->entered) {
-                    LeaveCriticalSection(it->section);
-                }
-                return 0;
-            },
-            &shared, 0, nullptr));
-        WaitForSingleObject(thread, INFINITE);
-        CloseHandle(thread);
+    bool entered = true;
+    const auto run_other = [&] {
+        std::thread([&] {
+            entered = TryEnterCriticalSection(&section) != FALSE;
+            if (entered) {
+                LeaveCriticalSection(&section);
+            }
+        }).join();
     };
     run_other();
-    EXPECT_FALSE(shared.entered);
+    EXPECT_FALSE(entered);
     LeaveCriticalSection(&section);
     run_other();
-    EXPECT_TRUE(shared.entered);
+    EXPECT_TRUE(entered);
     DeleteCriticalSection(&section);
 }
 
@@ -192,15 +177,6 @@ TEST(NameResolution, NeedsItsStartAndKnowsTheLocalHost) {
     EXPECT_EQ(WSACleanup(), 0);
     EXPECT_EQ(gethostbyname("localhost"), nullptr);
     EXPECT_EQ(WSAGetLastError(), 10093);
-}
-
-TEST(EventSource, TakesReports) {
-    HANDLE log = RegisterEventSourceW(nullptr, KR_TEXT("KorinthSuite"));
-    ASSERT_NE(log, nullptr);
-    const kr_char* strings[] = {KR_TEXT(""), KR_TEXT("a line\n")};
-    EXPECT_TRUE(ReportEventW(log, EVENTLOG_INFORMATION_TYPE, 0, 0x40001230, nullptr, 2, 0, strings,
-                             nullptr));
-    EXPECT_TRUE(DeregisterEventSource(log));
 }
 
 } // namespace
