@@ -4,7 +4,6 @@
 #include <cstring>
 #include <regex>
 #include <tuple>
-#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -25,39 +24,31 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using wide = std::basic_string<kr_char>;
 
-/// A new folder for a test's files, gone with them at the end.
-class scratch_folder {
+/// The folder for temporary files, without a separator behind it.
+wide scratch_folder() {
+    kr_char folder[MAX_PATH + 1];
+    const DWORD length = GetTempPathW(MAX_PATH + 1, folder);
+    EXPECT_GT(length, 1u);
+    return {folder, length - 1};
+}
+
+/// The path of a file that is not there before and after.
+class scratch_file {
 public:
-    scratch_folder() {
-        kr_char temporary[MAX_PATH + 1];
-        EXPECT_NE(GetTempPathW(MAX_PATH + 1, temporary), 0u);
-        // A run that was broken off may have left its folder behind.
-        do {
-            const std::string number = std::to_string(++count_);
-            path_ = temporary + wide(KR_TEXT("krlog_\u00E9_")) + wide(number.begin(), number.end());
-        } while (CreateDirectoryW(path_.c_str(), nullptr) == FALSE && count_ < 1'000);
+    explicit scratch_file(const wide& name) {
+        kr_char thread[66];
+        path_ =
+            scratch_folder() + KR_TEXT("\\") + _ui64tow(GetCurrentThreadId(), thread, 10) + name;
+        (void)DeleteFileW(path_.c_str());
     }
-    scratch_folder(const scratch_folder&) = delete;
-    scratch_folder& operator=(const scratch_folder&) = delete;
-    ~scratch_folder() {
-        for (const wide& file : files_) {
-            (void)DeleteFileW(file.c_str());
-        }
-        (void)RemoveDirectoryW(path_.c_str());
-    }
+    scratch_file(const scratch_file&) = delete;
+    scratch_file& operator=(const scratch_file&) = delete;
+    ~scratch_file() { (void)DeleteFileW(path_.c_str()); }
 
     [[nodiscard]] const wide& path() const { return path_; }
 
-    /// A file's path; the file goes with the folder.
-    wide file(const wide& name) {
-        files_.push_back(path_ + KR_TEXT("\\") + name);
-        return files_.back();
-    }
-
 private:
-    static inline int count_ = 0;
     wide path_;
-    std::vector<wide> files_;
 };
 
 std::string read_file(const wide& path) {
@@ -154,13 +145,12 @@ TEST(Destinations, SecondaryNeedsAMainOne) {
     EXPECT_EQ(kr_log_set_secondary_destination(KR_TEXT("stdout")),
               kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR));
     const captured_log log;
-    scratch_folder folder;
-    const wide path = folder.file(KR_TEXT("second.log"));
-    EXPECT_EQ(kr_log_set_secondary_destination(file_spec(path).c_str()), KR_SUCCESS);
+    const scratch_file file(KR_TEXT("second.log"));
+    EXPECT_EQ(kr_log_set_secondary_destination(file_spec(file.path()).c_str()), KR_SUCCESS);
     kr_log(1, KR_LOG_INFO | KR_LOG_SECONDARY, "p", "f", "beside");
     EXPECT_EQ(kr_log_close_secondary_destination(), KR_SUCCESS);
-    EXPECT_TRUE(
-        std::regex_match(read_file(path), std::regex("\\d{6} \\d\\d:\\d\\d:\\d\\d beside\r\n")));
+    EXPECT_TRUE(std::regex_match(read_file(file.path()),
+                                 std::regex("\\d{6} \\d\\d:\\d\\d:\\d\\d beside\r\n")));
     // No '!' and no default here.
     EXPECT_EQ(kr_log_set_secondary_destination(KR_TEXT("!stdout")), KR_SUCCESS);
     EXPECT_EQ(kr::detail::log_secondary_slot.get().no_timestamps, 1u);
@@ -199,8 +189,8 @@ TEST(Console, TakesLinesAndWithoutAnyDestinationTheBareOnes) {
 
 TEST(FileDestination, KeepsEveryLineByteForByte) {
     const captured_log log;
-    scratch_folder folder;
-    const wide path = folder.file(KR_TEXT("l\u00F6g \u4E2D.txt"));
+    const scratch_file file(KR_TEXT("l\u00F6g \u4E2D.txt"));
+    const wide& path = file.path();
     const wide spec = file_spec(path);
     ASSERT_EQ(kr_log_set_destination(spec.c_str()), KR_SUCCESS);
     log_main_slot.set_no_timestamps(1);
@@ -236,10 +226,9 @@ TEST(FileDestination, KeepsEveryLineByteForByte) {
 }
 
 TEST(FileDestination, RefusesWhatItCannotOpenAndSaysWhy) {
-    scratch_folder folder;
-    const wide missing = folder.path() + KR_TEXT("\\none\\x.log");
-    const wide name_too_long = folder.path() + KR_TEXT("\\") + wide(300, 'x');
-    for (const wide& path : {missing, folder.path(), name_too_long}) {
+    const wide missing = scratch_folder() + KR_TEXT("\\krlog none\\x.log");
+    const wide name_too_long = scratch_folder() + KR_TEXT("\\") + wide(300, 'x');
+    for (const wide& path : {missing, scratch_folder(), name_too_long}) {
         captured_log log;
         EXPECT_EQ(kr_log_set_destination(file_spec(path).c_str()), KR_SUCCESS);
         EXPECT_STREQ(selected(), "null");
@@ -249,7 +238,8 @@ TEST(FileDestination, RefusesWhatItCannotOpenAndSaysWhy) {
     }
     // A path of more than 256 characters opens that file, or none.
     const captured_log log;
-    const wide path = folder.file(wide(240, 'y'));
+    const scratch_file file(wide(245, 'y'));
+    const wide& path = file.path();
     EXPECT_EQ(kr_log_set_destination(file_spec(path).c_str()), KR_SUCCESS);
     kr_log_set_formatting(3);
     log_main_slot.set_no_timestamps(1);
