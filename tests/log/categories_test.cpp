@@ -12,20 +12,17 @@ void fill_masks(u32 mask) {
 }
 
 TEST(Categories, AreFoundByNameAndById) {
-    struct row {
+    const struct {
         int line;
         const kr_char* name;
         u32 found;
         u16 id;
-    };
-    const row rows[] = {
-        {__LINE__, KR_TEXT("main"), 1, 2},     {__LINE__, KR_TEXT("MAIN"), 1, 2},
-        {__LINE__, KR_TEXT("memory"), 1, 26},  {__LINE__, KR_TEXT("other"), 1, 1},
-        {__LINE__, KR_TEXT("settings"), 1, 7}, {__LINE__, KR_TEXT("printf"), 1, 5},
-        {__LINE__, KR_TEXT("mai"), 0, 999},    {__LINE__, KR_TEXT(""), 0, 999},
+    } rows[] = {
+        {__LINE__, KR_TEXT("MAIN"), 1, 2},  {__LINE__, KR_TEXT("memory"), 1, 26},
+        {__LINE__, KR_TEXT("mai"), 0, 999}, {__LINE__, KR_TEXT(""), 0, 999},
         {__LINE__, nullptr, 0, 999},
     };
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         u16 id = 999;
         EXPECT_EQ(kr_log_category_id(r.name, &id), r.found);

@@ -55,7 +55,6 @@ TEST(WideNumbers, LongIs32BitsWide) {
                       {__LINE__, KR_TEXT("4294967295"), 10, 4294967295, 10},
                       {__LINE__, KR_TEXT("4294967296"), 10, 4294967295, 10, ERANGE},
                       {__LINE__, KR_TEXT("-1"), 10, 4294967295, 2},
-                      {__LINE__, KR_TEXT("0xFFFFFFFF"), 0, 4294967295, 10},
                   });
 }
 
@@ -66,7 +65,6 @@ TEST(WideNumbers, SixtyFourBitsStopAtTheirLimits) {
                       {__LINE__, KR_TEXT("9223372036854775808"), 10, INT64_MAX, 19, ERANGE},
                       {__LINE__, KR_TEXT("-9223372036854775808"), 10, INT64_MIN, 20},
                       {__LINE__, KR_TEXT("-9223372036854775809"), 10, INT64_MIN, 20, ERANGE},
-                      {__LINE__, KR_TEXT("12 "), 10, 12, 2},
                   });
     EXPECT_EQ(_wtoi64(KR_TEXT(" -42abc")), -42);
     EXPECT_EQ(_wtoi64(KR_TEXT("x")), 0);
@@ -80,14 +78,13 @@ TEST(WideNumbers, SixtyFourBitsStopAtTheirLimits) {
 }
 
 TEST(WideNumbers, WritesEveryBaseAndBothEnds) {
-    struct row {
+    const struct {
         int line;
         i64 value;
         int base;
         const char* as_signed;
         const char* as_unsigned;
-    };
-    constexpr row rows[] = {
+    } rows[] = {
         {__LINE__, 0, 10, "0", "0"},
         {__LINE__, -1, 10, "-1", "18446744073709551615"},
         {__LINE__, -1, 16, "ffffffffffffffff", "ffffffffffffffff"},
@@ -96,7 +93,7 @@ TEST(WideNumbers, WritesEveryBaseAndBothEnds) {
         {__LINE__, 35, 36, "z", "z"},
         {__LINE__, 5, 2, "101", "101"},
     };
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         kr_char wide[66];
         char narrow[66];
@@ -110,13 +107,12 @@ TEST(WideNumbers, WritesEveryBaseAndBothEnds) {
 }
 
 TEST(WideStrings, ComparesFoldsAndFinds) {
-    struct row {
+    const struct {
         int line;
         const kr_char* a;
         const kr_char* b;
         int sign;
-    };
-    const row rows[] = {
+    } rows[] = {
         {__LINE__, KR_TEXT("abc"), KR_TEXT("abc"), 0},
         {__LINE__, KR_TEXT("ABC"), KR_TEXT("abd"), -1},
         {__LINE__, KR_TEXT("ABC"), KR_TEXT("abc"), 0},
@@ -129,7 +125,7 @@ TEST(WideStrings, ComparesFoldsAndFinds) {
     const auto sign = [](int difference) {
         return (difference > 0) - (difference < 0);
     };
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         EXPECT_EQ(sign(_wcsicmp(r.a, r.b)), r.sign);
         EXPECT_EQ(sign(_wcsnicmp(r.a, r.b, 9)), r.sign);
@@ -145,14 +141,13 @@ TEST(WideStrings, ComparesFoldsAndFinds) {
 }
 
 TEST(WideStrings, CheckedCopiesRefuseAndEmptyTheTarget) {
-    struct row {
+    const struct {
         int line;
         std::size_t room;
         const kr_char* text;
         int copied;
         int appended;
-    };
-    const row rows[] = {
+    } rows[] = {
         {__LINE__, 4, KR_TEXT("abc"), 0, ERANGE},
         {__LINE__, 3, KR_TEXT("abc"), ERANGE, ERANGE},
         {__LINE__, 5, KR_TEXT("abc"), 0, ERANGE},
@@ -161,7 +156,7 @@ TEST(WideStrings, CheckedCopiesRefuseAndEmptyTheTarget) {
         {__LINE__, 6, nullptr, EINVAL, EINVAL},
         {__LINE__, 3, KR_TEXT(""), 0, 0},
     };
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         kr_char copy[8] = KR_TEXT("xy#####");
         EXPECT_EQ(wcscpy_s(copy, r.room, r.text), r.copied);
@@ -178,13 +173,16 @@ TEST(WideStrings, CheckedCopiesRefuseAndEmptyTheTarget) {
 }
 
 TEST(NarrowFormat, SaysWhenItCutAndNeverWritesBehind) {
-    char buffer[] = "########";
-    EXPECT_EQ(_snprintf(buffer, 3, "%d", 12345), -1);
-    EXPECT_STREQ(buffer, "123#####");
-    EXPECT_EQ(_snprintf(buffer, 3, "%d", 987), 3);
-    EXPECT_STREQ(buffer, "987#####");
-    EXPECT_EQ(_snprintf(buffer, 3, "%d", 45), 2);
-    EXPECT_STREQ(buffer, "45");
+    const struct {
+        int number;
+        int result;
+        const char* buffer;
+    } rows[] = {{12345, -1, "123#####"}, {987, 3, "987#####"}, {45, 2, "45"}};
+    for (const auto& r : rows) {
+        char buffer[] = "########";
+        EXPECT_EQ(_snprintf(buffer, 3, "%d", r.number), r.result);
+        EXPECT_STREQ(buffer, r.buffer);
+    }
 }
 
 } // namespace
