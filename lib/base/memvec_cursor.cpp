@@ -9,7 +9,6 @@
 using kr::detail::list_link;
 using kr::detail::memvec_chunk;
 using kr::detail::memvec_chunk_pool;
-using kr::detail::memvec_next;
 
 namespace {
 

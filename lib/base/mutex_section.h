@@ -7,9 +7,8 @@
 
 namespace kr::detail {
 
-static_assert(sizeof(kr_mutex) >= sizeof(CRITICAL_SECTION) &&
-                  alignof(kr_mutex) >= alignof(CRITICAL_SECTION),
-              "kr_mutex has room for the system's lock");
+static_assert(sizeof(kr_mutex) >= sizeof(CRITICAL_SECTION), "kr_mutex has room for the lock");
+static_assert(alignof(kr_mutex) >= alignof(CRITICAL_SECTION), "kr_mutex is aligned for the lock");
 
 inline CRITICAL_SECTION* section_of(kr_mutex* mutex) {
     return reinterpret_cast<CRITICAL_SECTION*>(mutex->opaque);
