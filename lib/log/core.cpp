@@ -8,6 +8,7 @@
 #include "base/sync.h"
 #include "base/threads.h"
 #include "base/time.h"
+#include "base/wide_string.h"
 #include "log/destinations.h"
 #include "log/line.h"
 #include "log/slots.h"
@@ -148,9 +149,9 @@ line_layout layout_in_force() {
     }
 }
 
-/// Builds the line of a message of `message_size` bytes with its terminator; 0 when it is too long.
+/// Builds the line of the message, `message_length` characters; 0 when it is too long.
 size_t build_main_line(const log_call& call, const log_visit& visit, bool stamped,
-                       size_t message_size) {
+                       size_t message_length) {
     line_fields fields{
         .stamp = stamped ? &output.clock.stamp() : nullptr,
         .domain = call.domain,
@@ -161,7 +162,7 @@ size_t build_main_line(const log_call& call, const log_visit& visit, bool stampe
         .depth = 0,
         .colors = kr_log_colors() != 0,
         .message = output.message,
-        .message_length = message_size / sizeof(kr_char) - 1,
+        .message_length = message_length,
     };
     line_layout layout = layout_in_force();
     if (call.is_call()) {
@@ -195,12 +196,13 @@ size_t make_line(const log_call& call, const log_visit& visit,
     if (raw) {
         return size;
     }
+    // Not from the size: a zero character ends the message, and the line goes on behind it.
+    const size_t length = kr_string_length(output.message);
     if (call.is_secondary()) {
         return kr::detail::build_secondary_line(stamped ? output.clock.date() : nullptr,
-                                                output.message, size / sizeof(kr_char) - 1,
-                                                output.line);
+                                                output.message, length, output.line);
     }
-    return build_main_line(call, visit, stamped, size);
+    return build_main_line(call, visit, stamped, length);
 }
 
 void write_failure(const char* function) {

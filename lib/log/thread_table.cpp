@@ -142,7 +142,7 @@ kr_result kr_log_thread_register(const char* name) {
 
 kr_result kr_log_thread_unregister() {
     if (!started.load(std::memory_order_acquire)) {
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return kr_result_make_error(KR_NOT_FOUND); // nor is there any name
     }
     const u64 id = kr_thread_current_id();
     name_record* found = nullptr;

@@ -125,6 +125,16 @@ TEST(LogCore, SaysWhichFunctionsLineCannotBeBuilt) {
     }
 }
 
+TEST(LogCore, ZeroEndsTheMessageAndNotTheLine) {
+    captured_log log;
+    kr_log_set_formatting(3);
+    kr_log(1, KR_LOG_FORCED, "probe", "act", "a%cb", 0);
+    EXPECT_EQ(log.take_lines().at(0), "F: a\n");
+    kr_log_set_formatting(0);
+    kr_log(1, KR_LOG_FORCED, "probe", "act", "a%cb", 0);
+    EXPECT_TRUE(log.take_lines().at(0).ends_with("; F(01); a; act()\n"));
+}
+
 TEST(LogCore, IndentsByCallDepth) {
     captured_log log;
     const auto enter = [] {
@@ -315,7 +325,7 @@ TEST(LogCore, SecondaryLinesGoToTheSecondaryDestinationOnly) {
 
 TEST(LogCore, ThreadOperationsNeedTheLog) {
     EXPECT_EQ(kr_log_thread_register("x"), kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR));
-    EXPECT_EQ(kr_log_thread_unregister(), kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR));
+    EXPECT_EQ(kr_log_thread_unregister(), kr_result_make_error(KR_NOT_FOUND));
     kr_log_filter_mute_thread();
     kr_log_filter_unmute_thread();
     kr_log_filter_add_name(KR_TEXT("x"));
