@@ -60,13 +60,13 @@ int loop_compare(const kr_char* a, const kr_char* b) {
 }
 
 void length_kr(benchmark::State& state) {
-    walk(state, kr_string_length);
+    walk(state, [](const kr_char* s) { return kr_string_length(s); });
 }
 void length_char_traits(benchmark::State& state) {
     walk(state, [](const kr_char* s) { return std::char_traits<kr_char>::length(s); });
 }
 void bytesize_kr(benchmark::State& state) {
-    walk(state, kr_string_bytesize);
+    walk(state, [](const kr_char* s) { return kr_string_bytesize(s); });
 }
 void bytesize_char_traits(benchmark::State& state) {
     walk(state, [](const kr_char* s) { return (std::char_traits<kr_char>::length(s) + 1) * 2; });
@@ -78,7 +78,7 @@ void find_char_loop(benchmark::State& state) {
     walk(state, [](const kr_char* s) { return loop_find(s, 'z'); });
 }
 void compare_kr(benchmark::State& state) {
-    walk_two(state, kr_string_compare);
+    walk_two(state, [](const kr_char* a, const kr_char* b) { return kr_string_compare(a, b); });
 }
 void compare_loop(benchmark::State& state) {
     walk_two(state, loop_compare);

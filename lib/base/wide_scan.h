@@ -114,42 +114,21 @@ u32 hits_in_pair(const kr_char* at, Hit hit) {
     return bits_of(hit(load(at, 0)), hit(load(at, 1)));
 }
 
-/// The position of the first character for which `hit` gives a set lane; with a limit, at most
-/// that.
-template <bool limited, typename Hit>
-u64 first_hit(const kr_char* s, u64 limit, Hit hit) {
-    const auto within = [limit](u64 position) {
-        return limited ? std::min(position, limit) : position;
-    };
-    // Most texts end here.
-    u64 before = 0;
-    if (bytes_left_in_page(s) >= block_bytes) {
-        if (const u32 bits = hits_in_pair(s, hit); bits != 0) {
-            return within(lowest(bits));
-        }
-        if (limited && limit <= pair_chars) {
-            return limit;
-        }
-        if (const u32 bits = hits_in_pair(s + pair_chars, hit); bits != 0) {
-            return within(pair_chars + lowest(bits));
-        }
-        // What the next block repeats of this one is known to have no hit.
-        before = misalignment(s, block_bytes) / sizeof(kr_char);
-    } else {
-        // A block that begins before the text: its first bits are of no text.
-        before = misalignment(s, block_bytes) / sizeof(kr_char);
+/// first_hit from the aligned block on that holds `s`; the first `known` characters of the text
+/// have no hit. Bits of characters before the text are shifted out.
+template <typename Hit>
+[[gnu::noinline]] u64 first_hit_beyond(const kr_char* s, u64 known, u64 limit, Hit hit) {
+    const u64 before = misalignment(s, block_bytes) / sizeof(kr_char);
+    u64 seen = block_chars - before;
+    if (known == 0) {
         const kr_char* const block = s - before;
-        u64 bits = hits_in_pair(block, hit) | u64{hits_in_pair(block + pair_chars, hit)}
-                                                  << pair_chars;
-        bits >>= before;
-        if (bits != 0) {
-            return within(lowest(bits));
+        const u64 bits = hits_in_pair(block, hit) | u64{hits_in_pair(block + pair_chars, hit)}
+                                                        << pair_chars;
+        if (bits >> before != 0) {
+            return std::min(lowest(bits >> before), limit);
         }
     }
-    for (u64 seen = block_chars - before;; seen += block_chars) {
-        if (limited && seen >= limit) {
-            return limit;
-        }
+    for (; seen < limit; seen += block_chars) {
         const kr_char* const block = s + seen;
         const __m128i hits[] = {hit(load(block, 0)), hit(load(block, 1)), hit(load(block, 2)),
                                 hit(load(block, 3))};
@@ -157,9 +136,29 @@ u64 first_hit(const kr_char* s, u64 limit, Hit hit) {
             _mm_or_si128(_mm_or_si128(hits[0], hits[1]), _mm_or_si128(hits[2], hits[3]));
         if (_mm_movemask_epi8(any) != 0) {
             const u32 bits = bits_of(hits[0], hits[1]) | bits_of(hits[2], hits[3]) << pair_chars;
-            return within(seen + lowest(bits));
+            return std::min(seen + lowest(bits), limit);
         }
     }
+    return limit;
+}
+
+/// The position of the first character for which `hit` gives a set lane, at most `limit`, which is
+/// not 0. Most texts end in what is inline.
+template <typename Hit>
+u64 first_hit(const kr_char* s, u64 limit, Hit hit) {
+    if (bytes_left_in_page(s) < block_bytes) {
+        return first_hit_beyond(s, 0, limit, hit);
+    }
+    if (const u32 bits = hits_in_pair(s, hit); bits != 0) {
+        return std::min(lowest(bits), limit);
+    }
+    if (limit <= pair_chars) {
+        return limit;
+    }
+    if (const u32 bits = hits_in_pair(s + pair_chars, hit); bits != 0) {
+        return std::min(pair_chars + lowest(bits), limit);
+    }
+    return first_hit_beyond(s, block_chars, limit, hit);
 }
 
 struct is_terminator {
@@ -167,16 +166,16 @@ struct is_terminator {
 };
 
 inline u64 length(const kr_char* s) {
-    return first_hit<false>(s, unlimited, is_terminator{});
+    return first_hit(s, unlimited, is_terminator{});
 }
 
 inline u64 length_within(const kr_char* s, u64 limit) {
-    return limit == 0 ? 0 : first_hit<true>(s, limit, is_terminator{});
+    return limit == 0 ? 0 : first_hit(s, limit, is_terminator{});
 }
 
 inline u64 find_or_end(const kr_char* s, kr_char c) {
     const __m128i wanted = _mm_set1_epi16(static_cast<short>(c));
-    return first_hit<false>(s, unlimited, [wanted](__m128i chars) {
+    return first_hit(s, unlimited, [wanted](__m128i chars) {
         return _mm_or_si128(_mm_cmpeq_epi16(chars, wanted), is_terminator{}(chars));
     });
 }
@@ -188,7 +187,7 @@ inline __m128i stops(const kr_char* a, const kr_char* b, u64 vector) {
 }
 
 /// The texts are aligned differently, so pairs are read unaligned: as many as fit in the pages that
-/// both texts have reached, then single characters to get past the end of a page.
+/// both texts have reached, then single characters until one has crossed into its next page.
 inline u64 mismatch(const kr_char* a, const kr_char* b, u64 limit) {
     u64 at = 0;
     while (at < limit) {
@@ -203,7 +202,7 @@ inline u64 mismatch(const kr_char* a, const kr_char* b, u64 limit) {
                 return limit;
             }
         }
-        const u64 step = std::min(pair_chars, limit - at);
+        const u64 step = std::min(room % pair_bytes / sizeof(kr_char) + 1, limit - at);
         const u64 equal = plain::mismatch(a + at, b + at, step);
         at += equal;
         if (equal != step) {
