@@ -116,11 +116,12 @@ thread_record* take_record() {
 }
 
 void free_records(links& list) {
-    while (!is_empty(list)) {
-        links* const first = list.next;
-        unlink(*first);
-        std::free(static_cast<thread_record*>(first));
+    for (links* at = list.next; at != &list;) {
+        auto* const record = static_cast<thread_record*>(at);
+        at = at->next;
+        std::free(record);
     }
+    make_empty(list);
 }
 
 /// While the stop is under way it owns the record and the handle.
