@@ -53,7 +53,7 @@ constinit std::atomic<u32> generation = 1;
 
 /// The caller holds the lock.
 void labels_changed() {
-    generation.fetch_add(1, std::memory_order_relaxed);
+    generation.fetch_add(1, std::memory_order_release);
 }
 
 /// Blocks go back one by one and without the lock: the hook may log.
@@ -246,7 +246,7 @@ void thread_table_forget_names() {
 }
 
 u32 thread_table_generation() {
-    return generation.load(std::memory_order_relaxed);
+    return generation.load(std::memory_order_acquire);
 }
 
 void thread_table_label(u32 thread_id, thread_label* out) {

@@ -3,14 +3,14 @@
 /// nothing is allocated, released or logged while it is held.
 ///
 /// Any thread may call the public operations while the log module is started; outside that time
-/// they do nothing, and report KR_UNEXPECTED_BEHAVIOUR where they have a result.
+/// they do nothing.
 #pragma once
 
 #include "log/log.h"
 
 /// Shows the calling thread under `name` from now on: its first 8 characters, padded with blanks.
 /// A second registration wins over the first until it is removed. KR_INVALID_ARGUMENT_TO_FUNCTION
-/// for null; the allocator's failure.
+/// for null; KR_UNEXPECTED_BEHAVIOUR while the log is not started; the allocator's failure.
 [[nodiscard]] kr_result kr_log_thread_register(const char* name);
 
 /// Removes the calling thread's newest name. KR_NOT_FOUND when it has none.
