@@ -81,16 +81,19 @@ inline kr_result format_ipv4(format_output& out, va_list* args) {
     scope.enter();
     const u32 address = va_arg(*args, u32);
     constexpr u32 dots = 3;
-    // The octets count for themselves: the caller's counter grows only when the whole address fits.
+    // Each octet has a counter of its own; the caller's grows only when the whole address fits.
     format_output part = out.behind(0);
     for (u32 octet = 0; octet <= dots; ++octet) {
         const u32 value = (address >> (8 * (dots - octet))) & 0xFF;
+        format_output own = part.behind(0);
+        own.bytes_before = 0;
         const kr_result result =
-            format_unsigned_value<Traced>(10, kr_printf_digits_lower, 0, 0, part, value);
+            format_unsigned_value<Traced>(10, kr_printf_digits_lower, 0, 0, own, value);
         if (kr_result_failed(result)) {
             scope.warn("Failed to format IP component");
             return scope.leave(result);
         }
+        part.count(own.chars);
         if (octet == dots) {
             break;
         }

@@ -118,6 +118,14 @@ TEST(EngineLog, TracesEveryStepWhenAsked) {
               "Dstring: ASCIIZ string \"ab\" / Dstring: Updating required size 18. / "
               "Dchar: char 'z' / Dchar: Updating required size 22.");
 
+    // The octets of an address count each for itself, behind whatever they stand.
+    ASSERT_EQ(write_into(64, "at %_k", 0x0A00FF01), KR_SUCCESS);
+    EXPECT_EQ(steps(log),
+              "Duint_internal: Width required = 2 / Duint_internal: Required size = 4 / "
+              "Duint_internal: Width required = 1 / Duint_internal: Required size = 2 / "
+              "Duint_internal: Width required = 3 / Duint_internal: Required size = 6 / "
+              "Duint_internal: Width required = 1 / Duint_internal: Required size = 2");
+
     log.set_mask(KR_LOG_PRINTF, KR_LOG_CALL);
     kr_char out[4];
     EXPECT_TRUE(kr_result_failed(kr_string_format(out, sizeof(out), "%p", nullptr)));
