@@ -28,20 +28,34 @@ struct decimal_number {
     Char stop;
 };
 
+template <typename Char>
+constexpr parse_end end_at(Char stop) {
+    return stop == Char{} ? parse_end::terminator : parse_end::other_character;
+}
+
+/// Whether the text is one digit: most numbers are short, and one digit is not worth a vector.
+template <typename Char>
+constexpr bool is_one_digit(const Char* text) {
+    return is_decimal_digit(text[0]) && text[1] == Char{};
+}
+
 /// Reads digits up to the first character that is none, or the first that would take the value
-/// above `limit`.
+/// above `limit`. Inline for the sake of short numbers.
 template <u64 limit, typename Char>
-decimal_number<Char> parse_decimal(const Char* text) {
+[[gnu::always_inline]] inline decimal_number<Char> parse_decimal(const Char* text) {
     const kr::detail::digit_run run = kr::detail::digits::scan_digits(text);
     u64 value = run.value;
-    for (text += run.count; is_decimal_digit(*text); ++text) {
-        const auto digit = static_cast<u64>(*text - '0');
-        if (value > limit / 10 || (value == limit / 10 && digit > limit % 10)) {
-            return {value, parse_end::overflow, *text};
+    text += run.count;
+    if (run.count == kr::detail::max_scanned_digits) {
+        for (; is_decimal_digit(*text); ++text) {
+            const auto digit = static_cast<u64>(*text - '0');
+            if (value > limit / 10 || (value == limit / 10 && digit > limit % 10)) {
+                return {value, parse_end::overflow, *text};
+            }
+            value = value * 10 + digit;
         }
-        value = value * 10 + digit;
     }
-    return {value, *text == Char{} ? parse_end::terminator : parse_end::other_character, *text};
+    return {value, end_at(*text), *text};
 }
 
 // By the runtime's conversions.
@@ -72,27 +86,38 @@ narrow_number convert_narrow(const char* text, int base) {
     return {value, *end == '\0' && errno == 0};
 }
 
-/// Base 10. Plain digits are read here; what the runtime alone knows (blanks, signs, digits beyond
-/// ASCII) is left to it. False for a value out of range.
-bool convert_wide_64(const kr_char* text, i64* out) {
+/// Base 10, by the runtime. False for a value out of range.
+template <typename Number>
+[[gnu::cold, gnu::noinline]] bool convert_wide_64_by_runtime(const kr_char* text, Number* out) {
     errno = 0;
+    // Not _wtoi64: not every runtime reports its range error.
+    const i64 value = _wcstoi64(text, nullptr, 10);
+    if (errno != 0) {
+        return false;
+    }
+    *out = static_cast<Number>(value);
+    return true;
+}
+
+/// Base 10. Plain digits are read here; what the runtime alone knows (blanks, signs, digits beyond
+/// ASCII) is left to it. False for a value out of the range of i64.
+template <typename Number>
+[[gnu::always_inline]] inline bool convert_wide_64(const kr_char* text, Number* out) {
+    if (is_one_digit(text)) {
+        *out = static_cast<Number>(*text - '0');
+        return true;
+    }
     if (is_decimal_digit(*text)) {
         const decimal_number<kr_char> number = parse_decimal<max_of_i64>(text);
         if (number.end == parse_end::overflow) {
             return false;
         }
         if (number.stop < 0x80) {
-            *out = static_cast<i64>(number.value);
+            *out = static_cast<Number>(number.value);
             return true;
         }
     }
-    // Not _wtoi64: not every runtime reports its range error.
-    const i64 value = _wcstoi64(text, nullptr, 10);
-    if (errno != 0) {
-        return false;
-    }
-    *out = value;
-    return true;
+    return convert_wide_64_by_runtime(text, out);
 }
 
 // By the library's strict rules.
@@ -231,11 +256,9 @@ kr_result kr_string_to_ui64_w(const kr_char* text, u64* out) {
     if (text == nullptr) {
         return no_text();
     }
-    i64 value = 0;
-    if (!convert_wide_64(text, &value)) {
+    if (!convert_wide_64(text, out)) {
         return reject<kr_char>(__func__, "Cannot convert %_s to 64 bit unsigned integer.\n", text);
     }
-    *out = static_cast<u64>(value);
     return KR_SUCCESS;
 }
 
@@ -260,6 +283,10 @@ kr_result kr_string_to_si64_a(const char* text, i64* out) {
 }
 
 kr_result kr_string_to_ui64_a_generic(const char* text, u64* out) {
+    if (text != nullptr && out != nullptr && is_one_digit(text)) {
+        *out = static_cast<u64>(*text - '0');
+        return KR_SUCCESS;
+    }
     if (text == nullptr) {
         KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "Passed string is null");
         return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
@@ -283,6 +310,10 @@ kr_result kr_string_to_ui64_a_generic(const char* text, u64* out) {
 kr_result kr_string_to_ui64_w_generic(const kr_char* text, u64* out) {
     if (text == nullptr || *text == kr_char{} || out == nullptr) {
         return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    if (is_one_digit(text)) {
+        *out = static_cast<u64>(*text - '0');
+        return KR_SUCCESS;
     }
     const decimal_number<kr_char> number = parse_decimal<max_of_u64>(text);
     if (number.end != parse_end::terminator) {

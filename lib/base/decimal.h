@@ -35,6 +35,11 @@ inline constexpr u64 powers_of_ten[max_decimal_digits] = {
     10'000'000'000'000'000'000u,
 };
 
+template <typename Char>
+constexpr bool is_decimal_digit(Char character) {
+    return character >= '0' && character <= '9';
+}
+
 /// Number of decimal digits, 1 for 0.
 constexpr u32 decimal_digit_count(u64 value) {
     // 1233 / 4096 is just above log10(2): the estimate is the count or one less than it.

@@ -21,11 +21,6 @@ struct digit_run {
     u64 count;
 };
 
-template <typename Char>
-constexpr bool is_decimal_digit(Char character) {
-    return character >= '0' && character <= '9';
-}
-
 namespace plain {
 
 template <typename Char>
@@ -72,8 +67,8 @@ constexpr u64 value_of_block(u64 block) {
 
 /// Up to eight digits.
 template <typename Char>
-inline digit_run scan_block(const Char* text) {
-    if (!in_one_page(text, block_digits * sizeof(Char))) {
+[[gnu::always_inline]] inline digit_run scan_block(const Char* text) {
+    if (!in_one_page(text, block_digits * sizeof(Char))) [[unlikely]] {
         return plain::scan_digits(text, block_digits);
     }
     const u64 block = load_block(text);
@@ -88,7 +83,7 @@ inline digit_run scan_block(const Char* text) {
 }
 
 template <typename Char>
-inline digit_run scan_digits(const Char* text) {
+[[gnu::always_inline]] inline digit_run scan_digits(const Char* text) {
     const digit_run first = scan_block(text);
     if (first.count < block_digits) {
         return first;

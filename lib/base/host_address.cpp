@@ -3,18 +3,17 @@
 
 #include <cstring>
 
+#include "base/decimal.h"
 #include "log/log.h"
 #include "platform/platform.h"
 
 namespace {
 
+using kr::detail::is_decimal_digit;
+
 constexpr u32 ipv4_bytes = 4;
 constexpr u32 max_component_digits = 3;
 constexpr u32 max_component = 255;
-
-bool is_digit(char character) {
-    return character >= '0' && character <= '9';
-}
 
 /// The first address of a resolver's answer; false where it has none of this family.
 bool first_address(const hostent& answer, u32* out) {
@@ -43,7 +42,7 @@ kr_result kr_string_to_ipv4(const char* text, u32* out) {
     for (i32 shift = 24; shift >= 0; shift -= 8) {
         u32 component = 0;
         u32 digits = 0;
-        for (; is_digit(*text) && digits < max_component_digits; ++text, ++digits) {
+        for (; is_decimal_digit(*text) && digits < max_component_digits; ++text, ++digits) {
             component = component * 10 + static_cast<u32>(*text - '0');
         }
         const char expected = shift > 0 ? '.' : '\0';
@@ -63,7 +62,7 @@ i32 kr_string_from_mac(const u8 mac[KR_MAC_BYTES], char* out) {
 }
 
 kr_result kr_string_hoststr_to_ipv4(const char* text, u32* out) {
-    if (!is_digit(*text)) {
+    if (!is_decimal_digit(*text)) {
         const hostent* const answer = gethostbyname(text);
         if (answer == nullptr || !first_address(*answer, out)) {
             const auto error = static_cast<u32>(WSAGetLastError());

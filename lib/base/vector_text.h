@@ -13,11 +13,12 @@ namespace kr::detail::vectors {
 
 inline constexpr size_t vector_bytes = sizeof(__m128i);
 inline constexpr size_t vector_chars = vector_bytes / sizeof(kr_char);
+/// The smallest page of the processor.
+inline constexpr size_t page_bytes = 4096;
 
 /// Whether the bytes from `address` on, one vector by default, lie in one page: then they may be
 /// read when the first of them may. The text's end is not known, so no other bound is at hand.
 inline bool in_one_page(const void* address, size_t size_bytes = vector_bytes) {
-    constexpr std::uintptr_t page_bytes = 4096; // the smallest page of the processor
     return std::bit_cast<std::uintptr_t>(address) % page_bytes <= page_bytes - size_bytes;
 }
 

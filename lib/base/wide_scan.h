@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/vector_text.h"
 #include "platform/types.h"
 #include "platform/vectors.h"
 
@@ -76,14 +77,11 @@ inline bool is_zero(const void* buf, size_t size) {
 /// for them, and aligned where it has not or where the walk is long.
 namespace vectors {
 
-inline constexpr u64 vector_chars = sizeof(__m128i) / sizeof(kr_char);
 /// Two vectors: their outcomes fit in one vector, a byte for each character.
 inline constexpr u64 pair_chars = 2 * vector_chars;
-inline constexpr u64 pair_bytes = 2 * sizeof(__m128i);
+inline constexpr u64 pair_bytes = 2 * vector_bytes;
 inline constexpr u64 block_chars = 2 * pair_chars;
 inline constexpr u64 block_bytes = 2 * pair_bytes;
-/// The smallest page of the processor.
-inline constexpr u64 page_bytes = 4096;
 inline constexpr u64 unlimited = UINT64_MAX;
 
 inline u64 misalignment(const void* ptr, u64 alignment) {
@@ -105,7 +103,7 @@ inline u32 bits_of(__m128i first, __m128i second) {
 
 template <typename Bits>
 u64 lowest(Bits bits) {
-    return static_cast<u64>(std::countr_zero(bits));
+    return static_cast<u64>(std::countr_zero(u64{bits})); // of 64 bits: one that is wide already
 }
 
 /// The hits among the characters from `at` on, one bit each.
@@ -145,8 +143,8 @@ template <typename Hit>
 /// The position of the first character for which `hit` gives a set lane, at most `limit`, which is
 /// not 0. Most texts end in what is inline.
 template <typename Hit>
-u64 first_hit(const kr_char* s, u64 limit, Hit hit) {
-    if (bytes_left_in_page(s) < block_bytes) {
+[[gnu::always_inline]] inline u64 first_hit(const kr_char* s, u64 limit, Hit hit) {
+    if (!in_one_page(s, block_bytes)) [[unlikely]] {
         return first_hit_beyond(s, 0, limit, hit);
     }
     if (const u32 bits = hits_in_pair(s, hit); bits != 0) {
