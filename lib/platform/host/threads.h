@@ -6,8 +6,7 @@
 #include <atomic>
 #include <sys/single_threaded.h>
 
-/// A recursive lock, for InitializeCriticalSection to DeleteCriticalSection only. Spins for a
-/// moment before it sleeps, as the system's own may, since what it guards here is short.
+/// A recursive lock, for InitializeCriticalSection to DeleteCriticalSection only.
 struct CRITICAL_SECTION {
     /// 0: free. Else the holder's id, with sleepers_bit while threads may be asleep on the lock.
     /// One word says all, so that entering and leaving write nothing else. Only the holder can find
