@@ -15,10 +15,10 @@ void widen_text(const char* src, kr_char* dst) {
     } while (*src++ != '\0');
 }
 
-size_t narrow_ascii(const kr_char* src, char* dst, size_t room) {
+size_t narrow_ascii(const kr_char* src, char* dst, size_t room, char stop) {
     size_t count = 0;
     // One unsigned test finds the terminator and what is not ASCII: 1 to 127 go through.
-    while (count < room && static_cast<u32>(src[count]) - 1 < 127) {
+    while (count < room && static_cast<u32>(src[count]) - 1 < 127 && src[count] != widen(stop)) {
         dst[count] = static_cast<char>(src[count]);
         ++count;
     }
@@ -69,14 +69,15 @@ void widen_text(const char* src, kr_char* dst) {
     }
 }
 
-size_t narrow_ascii(const kr_char* src, char* dst, size_t room) {
+size_t narrow_ascii(const kr_char* src, char* dst, size_t room, char stop) {
     // Packing with saturation leaves 1 to 127 as they are and makes 0 or a negative byte of all
     // else, the terminator included.
     const __m128i zero = _mm_setzero_si128();
+    const __m128i stops = _mm_set1_epi8(stop);
     size_t count = 0;
     while (room - count >= 2 * vector_chars) {
         if (!in_one_page(src + count, 2 * vector_bytes)) {
-            if (plain::narrow_ascii(src + count, dst + count, 1) == 0) {
+            if (plain::narrow_ascii(src + count, dst + count, 1, stop) == 0) {
                 return count;
             }
             ++count;
@@ -84,7 +85,8 @@ size_t narrow_ascii(const kr_char* src, char* dst, size_t room) {
         }
         const __m128i packed =
             _mm_packus_epi16(load(src + count), load(src + count + vector_chars));
-        const u32 others = all_bytes ^ bits_of(_mm_cmpgt_epi8(packed, zero));
+        const u32 others = all_bytes ^ bits_of(_mm_andnot_si128(_mm_cmpeq_epi8(packed, stops),
+                                                                _mm_cmpgt_epi8(packed, zero)));
         if (others == 0) {
             store(dst + count, packed);
             count += 2 * vector_chars;
@@ -96,7 +98,7 @@ size_t narrow_ascii(const kr_char* src, char* dst, size_t room) {
         }
         break;
     }
-    return count + plain::narrow_ascii(src + count, dst + count, room - count);
+    return count + plain::narrow_ascii(src + count, dst + count, room - count, stop);
 }
 
 } // namespace vectors

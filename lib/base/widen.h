@@ -81,10 +81,10 @@ namespace plain {
 /// Widens `src` with its terminator.
 void widen_text(const char* src, kr_char* dst);
 
-/// Copies the characters of `src` to `dst` up to the first that is the terminator or not ASCII, at
-/// most `room` of them, and returns their number. Writes no terminator, and nothing of `dst` behind
-/// the characters copied. With a `room` of 0 `src` is not read.
-size_t narrow_ascii(const kr_char* src, char* dst, size_t room);
+/// Copies the characters of `src` to `dst` up to the first that is the terminator, `stop` or not
+/// ASCII, at most `room` of them, and returns their number. Writes no terminator, and nothing of
+/// `dst` behind the characters copied. With a `room` of 0 `src` is not read.
+size_t narrow_ascii(const kr_char* src, char* dst, size_t room, char stop = '\0');
 
 } // namespace plain
 
@@ -92,7 +92,7 @@ size_t narrow_ascii(const kr_char* src, char* dst, size_t room);
 namespace vectors {
 
 void widen_text(const char* src, kr_char* dst);
-size_t narrow_ascii(const kr_char* src, char* dst, size_t room);
+size_t narrow_ascii(const kr_char* src, char* dst, size_t room, char stop = '\0');
 
 } // namespace vectors
 #endif

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdarg>
 
+#include "base/mutex_section.h"
 #include "base/sync.h"
 #include "base/threads.h"
 #include "base/time.h"
@@ -14,6 +15,7 @@
 #include "log/slots.h"
 #include "log/stamp.h"
 #include "log/thread_table.h"
+#include "platform/platform.h"
 #include "printf/printf.h"
 
 namespace {
@@ -66,16 +68,16 @@ const thread_label& label_of(u32 thread_id) {
 /// the thread is inside already, may not block, or is muted.
 class log_visit {
 public:
-    log_visit() : thread_id_(kr_thread_current_id()) {
+    log_visit() : thread_id_(GetCurrentThreadId()) {
         if (inside.load(std::memory_order_relaxed) == thread_id_ ||
             kr_thread_context_query() == 0) {
             return;
         }
-        kr_mutex_lock(&output.lock);
+        EnterCriticalSection(section());
         label_ = &label_of(thread_id_);
         if (label_->muted) {
             label_ = nullptr;
-            kr_mutex_unlock(&output.lock);
+            LeaveCriticalSection(section());
             return;
         }
         inside.store(thread_id_, std::memory_order_relaxed);
@@ -85,7 +87,7 @@ public:
     ~log_visit() {
         if (admitted()) {
             inside.store(0, std::memory_order_relaxed);
-            kr_mutex_unlock(&output.lock);
+            LeaveCriticalSection(section());
         }
     }
 
@@ -94,6 +96,8 @@ public:
     [[nodiscard]] const thread_label& label() const { return *label_; }
 
 private:
+    static CRITICAL_SECTION* section() { return kr::detail::section_of(&output.lock); }
+
     u32 thread_id_;
     const thread_label* label_ = nullptr;
 };

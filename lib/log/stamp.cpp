@@ -22,10 +22,12 @@ void stamp_clock::clear() {
 
 void stamp_clock::refresh() {
     kr_time now{};
-    u64 now_ms = 0;
-    if (kr_result_failed(kr_time_get_current(&now)) ||
-        kr_result_failed(kr_time_getMilliseconds(&now, &now_ms)) ||
-        now_ms < last_refresh_ms_ + refresh_interval_ms) {
+    if (kr_result_failed(kr_time_get_current(&now))) {
+        return;
+    }
+    // The current time comes in nanoseconds; what is asked of it at every line is done here.
+    const u64 now_ms = now.count / 1'000'000;
+    if (now_ms < last_refresh_ms_ + refresh_interval_ms) {
         return;
     }
     last_refresh_ms_ = now_ms;

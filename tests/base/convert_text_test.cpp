@@ -40,12 +40,12 @@ TEST(VectorCopies, WidenAsSingleBytesOnEveryAlignmentAndLength) {
 }
 
 TEST(VectorCopies, NarrowAsSingleCharactersUpToTheSameOne) {
-    constexpr kr_char stops[] = {0, 0x80, 0x7F00, 0x8000, 0xFF41};
+    constexpr kr_char stops[] = {0, 0x7F, 0x80, 0x7F00, 0x8000, 0xFF41};
     for (const kr_char stop : stops) {
         for (size_t length = 0; length < 40; ++length) {
             wide src;
             for (size_t i = 0; i < length; ++i) {
-                src += static_cast<kr_char>(1 + (i * 37 + length) % 127);
+                src += static_cast<kr_char>(1 + (i * 37 + length) % 126);
             }
             src += stop;
             src += KR_TEXT("behind the character that stops");
@@ -54,8 +54,9 @@ TEST(VectorCopies, NarrowAsSingleCharactersUpToTheSameOne) {
                 guarded_buffer<char> expected(room);
                 guarded_buffer<char> found(room);
                 const size_t count =
-                    kr::detail::plain::narrow_ascii(src.data(), expected.data(), room);
-                ASSERT_EQ(kr::detail::vectors::narrow_ascii(src.data(), found.data(), room), count);
+                    kr::detail::plain::narrow_ascii(src.data(), expected.data(), room, 0x7F);
+                ASSERT_EQ(kr::detail::vectors::narrow_ascii(src.data(), found.data(), room, 0x7F),
+                          count);
                 ASSERT_EQ(count, std::min(room, length));
                 ASSERT_TRUE(std::ranges::equal(found.elements(), expected.elements()));
             }

@@ -249,17 +249,18 @@ TEST(FileDestination, RefusesWhatItCannotOpenAndSaysWhy) {
 }
 
 TEST(Utf8, EncodesAtEveryOffset) {
-    // ASCII is packed by fours: what is not ASCII, or a newline, stands at every place of them.
+    // ASCII is packed by vectors: what is not ASCII, or a newline, stands at every place of them.
+    constexpr u32 length = 40;
     const kr_char odd[] = {'\n', 0x7F, 0x80, 0x7FF, 0x800, 0xFFFF, 0};
     const char* const bytes[] = {"\r\n",     "\x7F",         "\xC2\x80",
                                  "\xDF\xBF", "\xE0\xA0\x80", "\xEF\xBF\xBF"};
     for (u32 which = 0; odd[which] != 0; ++which) {
-        for (u32 at = 0; at < 9; ++at) {
-            wide text(9, 'a');
+        for (u32 at = 0; at < length; ++at) {
+            wide text(length, 'a');
             text[at] = odd[which];
-            std::string expected(9, 'a');
+            std::string expected(length, 'a');
             expected.replace(at, 1, bytes[which]);
-            char out[kr::detail::utf8_room(9)];
+            char out[kr::detail::utf8_room(length)];
             const size_t size = kr::detail::encode_utf8(text.c_str(), text.size(),
                                                         kr::detail::newline_form::cr_lf, out);
             EXPECT_EQ(std::string(out, size), expected) << which << ' ' << at;

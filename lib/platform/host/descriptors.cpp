@@ -11,15 +11,6 @@ HANDLE handle_of(int descriptor) {
     return reinterpret_cast<HANDLE>((static_cast<std::uintptr_t>(descriptor) + 1) * 8 + 4);
 }
 
-open_descriptor descriptor_of(HANDLE handle) {
-    const auto value = reinterpret_cast<std::uintptr_t>(handle);
-    const std::uintptr_t number = value / 8 - 1;
-    if (value % 8 != 4 || number >= MAX_DESCRIPTORS) {
-        return {-1, 0};
-    }
-    return {static_cast<int>(number), descriptor_flags[number].load(std::memory_order_acquire)};
-}
-
 open_files& files() {
     static auto& instance = *new open_files;
     return instance;

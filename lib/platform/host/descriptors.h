@@ -31,7 +31,14 @@ struct open_descriptor {
     u8 flags;
 };
 
-open_descriptor descriptor_of(HANDLE handle);
+inline open_descriptor descriptor_of(HANDLE handle) {
+    const auto value = reinterpret_cast<std::uintptr_t>(handle);
+    const std::uintptr_t number = value / 8 - 1;
+    if (value % 8 != 4 || number >= MAX_DESCRIPTORS) {
+        return {-1, 0};
+    }
+    return {static_cast<int>(number), descriptor_flags[number].load(std::memory_order_acquire)};
+}
 
 /// The open files by descriptor: what sharing and the records of calls need to know.
 struct open_file {
