@@ -1,6 +1,8 @@
 /// Settings: a typed read beside the two registry queries that it makes, and how the operations
 /// grow with the number of entries and items. The time per item is in the column `per_item`; flat
 /// means that it is the same in every row of a name.
+#include <climits>
+#include <malloc.h>
 #include <string>
 
 #include <benchmark/benchmark.h>
@@ -18,6 +20,11 @@
 constinit const kr_product_record kr_product = {"krbench", KR_TEXT("tools"), KR_TEXT("Korinth")};
 
 namespace {
+
+/// The heap keeps what it was given back. By default a text of a million items goes back to the
+/// system every time, and the next one waits for fresh pages as long as for its composition.
+[[maybe_unused]] const bool heap_keeps_memory =
+    mallopt(M_MMAP_MAX, 0) != 0 && mallopt(M_TRIM_THRESHOLD, INT_MAX) != 0;
 
 /// A group of the program's domain with `count` entries, wiped at the end.
 class filled_group {
