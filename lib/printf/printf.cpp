@@ -106,37 +106,33 @@ inline kr_result run_conversion(const format_conversion& conversion, format_sett
     return syntax_error();
 }
 
-/// Parses what stands before the letter. The format must go on after flags, width and precision.
+/// One of the parsers. The format must go on behind what it took.
+template <bool Traced, typename Parser>
+inline kr_result parse_part(const format_scope<Traced>& scope, const char* part, Parser parser,
+                            const char** cursor, u32* value) {
+    const kr_result result = parser(cursor, value);
+    if (kr_result_failed(result)) {
+        scope.warn("%s parsing failed Result is %_r (%_z)", part, &result, &result);
+        return result;
+    }
+    return **cursor == '\0' ? syntax_error() : result;
+}
+
+/// Parses what stands before the letter.
 template <bool Traced>
 inline kr_result parse_settings(const format_scope<Traced>& scope, const char** cursor,
                                 format_settings& settings) {
-    kr_result result = parse_flags<Traced>(cursor, &settings.flags);
-    if (kr_result_failed(result)) {
-        scope.warn("Flag parsing failed Result is %_r (%_z)", &result, &result);
-        return result;
+    kr_result result = parse_part(scope, "Flag", parse_flags<Traced>, cursor, &settings.flags);
+    if (kr_result_succeeded(result)) {
+        result = parse_part(scope, "Width", parse_width<Traced>, cursor, &settings.width);
     }
-    if (**cursor == '\0') {
-        return syntax_error();
+    if (kr_result_succeeded(result)) {
+        result =
+            parse_part(scope, "Precision", parse_precision<Traced>, cursor, &settings.precision);
     }
-    result = parse_width<Traced>(cursor, &settings.width);
-    if (kr_result_failed(result)) {
-        scope.warn("Width parsing failed Result is %_r (%_z)", &result, &result);
-        return result;
-    }
-    if (**cursor == '\0') {
-        return syntax_error();
-    }
-    result = parse_precision<Traced>(cursor, &settings.precision);
-    if (kr_result_failed(result)) {
-        scope.warn("Precision parsing failed Result is %_r (%_z)", &result, &result);
-        return result;
-    }
-    if (**cursor == '\0') {
-        return syntax_error();
-    }
-    result = parse_size_modifier<Traced>(cursor, &settings.size_modifier);
-    if (kr_result_failed(result)) {
-        scope.warn("Size modifier parsing failed Result is %_r (%_z)", &result, &result);
+    if (kr_result_succeeded(result)) {
+        result = parse_part(scope, "Size modifier", parse_size_modifier<Traced>, cursor,
+                            &settings.size_modifier);
     }
     return result;
 }
