@@ -19,7 +19,7 @@ void heap_deallocate(void* ptr) {
 
 void flat_set(void* ptr, u8 value, size_t size) {
     // memset must not see a null pointer, not even with nothing to fill.
-    if (size != 0) {
+    if (ptr != nullptr) {
         std::memset(ptr, value, size);
     }
 }
@@ -82,6 +82,10 @@ const kr_memory_operations& operations_of(u32 type) {
     return found != nullptr ? *found : no_operations;
 }
 
+kr_result invalid_argument() {
+    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+}
+
 kr_result not_implemented() {
     return kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED);
 }
@@ -98,7 +102,10 @@ void kr_memory_set_vector_operations(const kr_memory_operations* operations) {
 
 kr_result kr_memory_allocate_ex(u32 type, void** out, size_t size) {
     const auto allocate = operations_of(type).allocate;
-    return allocate != nullptr ? allocate(out, size) : not_implemented();
+    if (allocate == nullptr) {
+        return not_implemented();
+    }
+    return out != nullptr ? allocate(out, size) : invalid_argument();
 }
 
 void kr_memory_deallocate_ex(u32 type, void* ptr) {
@@ -112,6 +119,9 @@ void kr_memory_deallocate_ex(u32 type, void* ptr) {
 
 kr_result kr_memcpy_ex(u32 dst_type, void* dst, u32 src_type, const void* src, size_t size) {
     if (both_heap(dst_type, src_type)) {
+        if ((dst == nullptr || src == nullptr) && size != 0) {
+            return invalid_argument();
+        }
         kr_memcpy(dst, src, size);
         return KR_SUCCESS;
     }
@@ -136,10 +146,16 @@ void kr_memset_ex(u32 type, void* ptr, u8 value, size_t size) {
 
 kr_result kr_memory_ptr_ex(u32 type, void* base, i32 offset, void** out) {
     const auto seek = operations_of(type).seek;
-    return seek != nullptr ? seek(base, offset, out) : not_implemented();
+    if (seek == nullptr) {
+        return not_implemented();
+    }
+    return out != nullptr ? seek(base, offset, out) : invalid_argument();
 }
 
 kr_result kr_memory_ptr_advance_ex(u32 type, i32 offset, void** ptr) {
+    if (ptr == nullptr) {
+        return invalid_argument();
+    }
     void* advanced = nullptr;
     const kr_result result = kr_memory_ptr_ex(type, *ptr, offset, &advanced);
     if (kr_result_failed(result)) {

@@ -39,9 +39,10 @@ struct kr_memory_operations {
 /// Any thread, though a caller in flight keeps the table that it found.
 void kr_memory_set_vector_operations(const kr_memory_operations* operations);
 
-/// Gets `size` bytes of memory of the type `type` and stores the pointer in `out`.
-/// Returns KR_SUCCESS, the allocation's failure with `out` untouched, or
-/// KR_FUNCTION_NOT_IMPLEMENTED for a type that cannot allocate.
+/// Gets `size` bytes of memory of the type `type` and stores the pointer in `out`. The caller gives
+/// it back with kr_memory_deallocate_ex and the same type.
+/// Returns KR_SUCCESS, the allocation's failure with `out` untouched, KR_FUNCTION_NOT_IMPLEMENTED
+/// for a type that cannot allocate, or KR_INVALID_ARGUMENT_TO_FUNCTION for a null `out`.
 [[nodiscard]] kr_result kr_memory_allocate_ex(u32 type, void** out, size_t size);
 
 /// Gives memory back. A type that cannot do so is logged and the memory left alone.
@@ -49,23 +50,23 @@ void kr_memory_deallocate_ex(u32 type, void* ptr);
 
 /// Copies `size` bytes. The test for two heap blocks comes first, then the destination's type
 /// decides, then the source's.
-/// Returns KR_SUCCESS, the memory vector's failure, or KR_FUNCTION_NOT_IMPLEMENTED, logged, for a
-/// pair that no type can copy.
+/// Returns KR_SUCCESS, the memory vector's failure, KR_FUNCTION_NOT_IMPLEMENTED, logged, for a pair
+/// that no type can copy, or KR_INVALID_ARGUMENT_TO_FUNCTION for a null heap block with a size.
 [[nodiscard]] kr_result kr_memcpy_ex(u32 dst_type, void* dst, u32 src_type, const void* src,
                                      size_t size);
 
 /// Fills `size` bytes of heap or flat memory with `value`. Any other type is logged and the memory
-/// left alone.
+/// left alone. Nothing happens for a null `ptr` of these two types.
 void kr_memset_ex(u32 type, void* ptr, u8 value, size_t size);
 
 /// Makes a pointer `offset` bytes from `base`, unchecked for heap memory. It is given back with
 /// kr_memory_ptr_release_ex and the same type.
-/// Returns KR_SUCCESS, the memory vector's failure with `out` untouched, or
-/// KR_FUNCTION_NOT_IMPLEMENTED.
+/// Returns KR_SUCCESS, the memory vector's failure with `out` untouched,
+/// KR_FUNCTION_NOT_IMPLEMENTED, or KR_INVALID_ARGUMENT_TO_FUNCTION for a null `out`.
 [[nodiscard]] kr_result kr_memory_ptr_ex(u32 type, void* base, i32 offset, void** out);
 
 /// Moves `*ptr` by `offset` bytes; the pointer that stood there before is given back.
-/// Results as kr_memory_ptr_ex; on a failure `*ptr` stays as it is.
+/// Results as kr_memory_ptr_ex, `ptr` standing for `out`; on a failure `*ptr` stays as it is.
 [[nodiscard]] kr_result kr_memory_ptr_advance_ex(u32 type, i32 offset, void** ptr);
 
 /// Gives back a pointer of kr_memory_ptr_ex. Nothing happens for heap memory and unknown types.

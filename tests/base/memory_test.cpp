@@ -18,6 +18,7 @@ using kr::test::failing_allocator;
 using testing::ElementsAre;
 using testing::StartsWith;
 
+constexpr kr_result invalid = 0x8200000C;
 constexpr kr_result not_implemented = 0x82000022;
 
 TEST(RawMemory, TakesNoBytesForOneAndSaysSo) {
@@ -148,6 +149,11 @@ TEST(TypedMemory, KnowsHeapAndFlatAndRefusesTheRest) {
         {__LINE__, kr_memory_prepare_ex(heap, a, 9), KR_SUCCESS},
         {__LINE__, kr_memory_prepare_ex(flat, a, 9), not_implemented},
         {__LINE__, kr_memory_split_ex(heap, a, 1), not_implemented},
+        {__LINE__, kr_memcpy_ex(heap, a, heap, nullptr, 1), invalid},
+        {__LINE__, kr_memory_assign_ex(heap, nullptr, heap, b, 1), invalid},
+        {__LINE__, kr_memcpy_ex(heap, nullptr, heap, nullptr, 0), KR_SUCCESS},
+        {__LINE__, kr_memory_ptr_ex(heap, a, 1, nullptr), invalid},
+        {__LINE__, kr_memory_ptr_advance_ex(heap, 1, nullptr), invalid},
     };
     for (const auto& r : rows) {
         EXPECT_EQ(r.got, r.expected) << r.line;
@@ -157,6 +163,7 @@ TEST(TypedMemory, KnowsHeapAndFlatAndRefusesTheRest) {
     EXPECT_EQ(moved, a + 1);
     kr_memset_ex(flat, a, 'x', 1);
     kr_memset_ex(heap, a + 1, 'y', 1);
+    kr_memset_ex(heap, nullptr, 'z', 1);
     kr_memset_ex(unknown, a, 'z', 4);
     EXPECT_STREQ(a, "xyed");
     kr_memory_deallocate_ex(flat, a);

@@ -7,12 +7,13 @@
 #include <random>
 #include <vector>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "base/memory.h"
 #include "base/memvec_record.h"
 #include "base/typed_memory.h"
 #include "models/memvec_model.h"
+#include "support/captured_log.h"
 #include "support/failing_allocator.h"
 
 namespace {
@@ -112,6 +113,8 @@ TEST_F(Memvec, IsAMemoryTypeWhileTheModuleRuns) {
     void* outer = nullptr;
     ASSERT_EQ(kr_memory_allocate_ex(type, &inner, 8), KR_SUCCESS);
     ASSERT_EQ(kr_memory_allocate_ex(type, &outer, 12), KR_SUCCESS);
+    EXPECT_EQ(kr_memory_allocate_ex(type, nullptr, 12), invalid);
+    EXPECT_EQ(kr_memory_ptr_ex(type, inner, 1, nullptr), invalid);
     ASSERT_EQ(kr_memory_prepare_ex(type, inner, 8), KR_SUCCESS);
     ASSERT_EQ(kr_memory_split_ex(type, outer, 8), KR_SUCCESS);
     ASSERT_EQ(kr_memory_assign_ex(type, outer, type, inner, 8), KR_SUCCESS);
@@ -162,6 +165,26 @@ TEST(MemvecFailures, LeaveThingsAsTheyWere) {
         }
         return result;
     });
+}
+
+TEST(MemvecFailures, NameThePoolThatIsMissing) {
+    constexpr u32 allocations_of_a_pool = 13; // record, name, room, ten elements
+    const struct {
+        int line;
+        u32 nth;
+        const char* message;
+    } rows[] = {
+        {__LINE__, 1, "E 01 kr_memvec_init: memvec vector mempool creation failed. Result is "},
+        {__LINE__, allocations_of_a_pool + 1,
+         "E 01 kr_memvec_init: memvec chunk mempool creation failed. Result is "},
+    };
+    kr::test::captured_log log;
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.line);
+        const failing_allocator allocator(r.nth);
+        EXPECT_EQ(kr_memvec_init(), kr_result_make_error(KR_OUT_OF_MEMORY));
+        EXPECT_THAT(log.take(), testing::ElementsAre(testing::StartsWith(r.message)));
+    }
 }
 
 } // namespace
