@@ -1,11 +1,15 @@
-/// Threads that the system refuses, and waits that fail. Host only: the faults are injected.
+/// Threads that the system refuses, waits that fail, a heap that is used up, and what becomes of a
+/// finished thread. Host only: the faults are injected, the calls recorded.
 #include "base/threads.h"
 
 #include <atomic>
+#include <cstdlib>
+#include <sys/resource.h>
 
 #include <gtest/gtest.h>
 
 #include "platform/platform.h"
+#include "platform/vectors.h"
 
 #include "platform/host/fault.h"
 
@@ -56,6 +60,48 @@ TEST(ThreadFaults, AnIgnoredPriorityAndAFailedWaitAreNoEnd) {
     release = true;
     EXPECT_EQ(kr_thread_module()->fini(), KR_SUCCESS);
     EXPECT_EQ(ran, 1);
+}
+
+TEST(ThreadFaults, AFinishedThreadHasClosedItsHandleAndIsNotWaitedFor) {
+    ASSERT_EQ(kr_thread_module()->init(), KR_SUCCESS);
+    const kr::host::call_recorder recorder;
+    ASSERT_EQ(kr_thread_create_normal(run, nullptr), KR_SUCCESS);
+    for (int patience = 10000; recorder.count("CloseHandle") == 0 && patience != 0; --patience) {
+        Sleep(1);
+    }
+    EXPECT_EQ(kr_thread_module()->fini(), KR_SUCCESS);
+    EXPECT_EQ(recorder.count("CloseHandle"), 1u);
+    EXPECT_EQ(recorder.count("WaitForSingleObject"), 0u);
+}
+
+/// For a process of its own, which ends with 0 when all was as it must be.
+[[noreturn]] void create_without_memory_and_then_with() {
+    bool right = kr_thread_module()->init() == KR_SUCCESS;
+    rlimit usual = {};
+    right = right && getrlimit(RLIMIT_AS, &usual) == 0;
+    const rlimit no_more = {.rlim_cur = 0, .rlim_max = usual.rlim_max};
+    right = right && setrlimit(RLIMIT_AS, &no_more) == 0;
+    // What the heap has in stock goes, down to its smallest blocks.
+    for (std::size_t size = 4096; size != 0; size -= 8) {
+        void* volatile block = nullptr;
+        do {
+            block = std::malloc(size);
+        } while (block != nullptr);
+    }
+    right =
+        right && kr_thread_create_normal(run, nullptr) == kr_result_make_error(KR_OUT_OF_MEMORY);
+    right = right && setrlimit(RLIMIT_AS, &usual) == 0;
+    right = right && kr_thread_create_normal(run, nullptr) == KR_SUCCESS;
+    right = right && kr_thread_module()->fini() == KR_SUCCESS;
+    std::_Exit(right && ran == 1 ? 0 : 1);
+}
+
+TEST(ThreadFaults, AUsedUpHeapStartsNothingAndIsNoEnd) {
+    if (KR_READS_ARE_WATCHED != 0) {
+        GTEST_SKIP() << "a sanitizer's allocator ends the process instead";
+    }
+    ran = 0;
+    EXPECT_EXIT(create_without_memory_and_then_with(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace

@@ -2,12 +2,14 @@
 #include "base/threads.h"
 
 #include <atomic>
+#include <iterator>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "base/sync.h"
+#include "platform/platform.h"
 
 namespace {
 
@@ -27,6 +29,7 @@ TEST(Mutex, KeepsThreadsOutAndLetsItsHolderBackIn) {
         }
     };
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back(work);
     }
@@ -51,16 +54,43 @@ void count_run(void* arg) {
     ran += *static_cast<const u32*>(arg);
 }
 
-TEST_F(Threads, RunAtEveryPriorityWithTheirArgument) {
-    ran = 0;
-    u32 args[] = {1, 10, 100, 1000, 10000};
-    for (u32 priority = 0; priority < 5; ++priority) {
-        ASSERT_EQ(kr_thread_create(count_run, priority, &args[priority]), KR_SUCCESS);
+TEST_F(Threads, RunAtTheSystemsPriorityForTheirs) {
+    struct row {
+        int line;
+        u32 priority;
+        int system;
+    };
+    constexpr row rows[] = {
+        {__LINE__, KR_THREAD_PRIORITY_IDLE, THREAD_PRIORITY_IDLE},
+        {__LINE__, KR_THREAD_PRIORITY_LOW, THREAD_PRIORITY_LOWEST},
+        {__LINE__, KR_THREAD_PRIORITY_NORMAL, THREAD_PRIORITY_NORMAL},
+        {__LINE__, KR_THREAD_PRIORITY_HIGH, THREAD_PRIORITY_TIME_CRITICAL},
+        {__LINE__, 4, THREAD_PRIORITY_NORMAL},
+        {__LINE__, 0xFFFFFFFF, THREAD_PRIORITY_NORMAL},
+    };
+    struct note {
+        std::atomic<bool> created;
+        int priority;
+    };
+    note notes[std::size(rows)] = {};
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        // The priority stands once the creation has returned.
+        const auto ask = [](void* arg) {
+            auto& own = *static_cast<note*>(arg);
+            own.created.wait(false);
+            own.priority = GetThreadPriority(GetCurrentThread());
+        };
+        notes[i].priority = THREAD_PRIORITY_ERROR_RETURN;
+        ASSERT_EQ(kr_thread_create(ask, rows[i].priority, &notes[i]), KR_SUCCESS);
+        notes[i].created = true;
+        notes[i].created.notify_one();
     }
     EXPECT_EQ(kr_thread_create_normal(nullptr, nullptr),
               kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
     stop();
-    EXPECT_EQ(ran, 11111u);
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        EXPECT_EQ(notes[i].priority, rows[i].system) << rows[i].line;
+    }
 }
 
 TEST_F(Threads, AreStartedByManyAtOnceAndAllEndBeforeTheModule) {
