@@ -1,12 +1,6 @@
 /// The allocator hooks, the buffer utilities and the typed operations on flat memory.
 #include "base/memory.h"
 
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-
 #include "base/buffer.h"
 #include "base/typed_memory.h"
 #include "support/captured_log.h"
@@ -14,34 +8,29 @@
 
 namespace {
 
-using kr::test::failing_allocator;
-using testing::ElementsAre;
+using namespace kr::test;
 using testing::StartsWith;
 
-constexpr kr_result invalid = 0x8200000C;
-constexpr kr_result not_implemented = 0x82000022;
-
 TEST(RawMemory, TakesNoBytesForOneAndSaysSo) {
-    kr::test::captured_log log;
+    captured_log log;
     log.set_mask(KR_LOG_MEMORY, KR_LOG_ERROR | KR_LOG_DEBUG);
     void* block = nullptr;
-    ASSERT_EQ(kr_memory_allocate_raw(&block, 0), KR_SUCCESS);
+    ASSERT_EQ(kr_memory_allocate_raw(&block, 0), ok);
     ASSERT_NE(block, nullptr);
     kr_memory_deallocate_raw(block);
     kr_memory_deallocate_raw(nullptr);
-    EXPECT_THAT(
-        log.take(),
-        ElementsAre("D 26 kr_memory_allocate_raw: Allocation size must be greater than zero",
-                    StartsWith("D 26 kr_memory_deallocate_raw: memory_ptr = "),
-                    StartsWith("D 26 kr_memory_deallocate_raw: memory_ptr = ")));
+    const std::string freed = "D 26 kr_memory_deallocate_raw: memory_ptr = ";
+    EXPECT_THAT(log.take(),
+                ElementsAre("D 26 kr_memory_allocate_raw: Allocation size must be greater than zero",
+                            StartsWith(freed), StartsWith(freed)));
 }
 
 TEST(RawMemory, LeavesTheOutputAloneWhenTheHeapIsExhausted) {
-    kr::test::captured_log log;
+    captured_log log;
     int known = 0;
     void* block = &known;
     volatile size_t too_much = SIZE_MAX / 2;
-    EXPECT_EQ(kr_memory_allocate_raw(&block, too_much), kr_result_make_error(KR_OUT_OF_MEMORY));
+    EXPECT_EQ(kr_memory_allocate_raw(&block, too_much), out_of_memory);
     EXPECT_EQ(block, &known);
     EXPECT_THAT(log.take(), ElementsAre("E 26 kr_memory_allocate_raw: Out of memory!"));
 }
@@ -52,48 +41,47 @@ struct buffer {
     size_t size = 0;
 
     buffer() = default;
-    explicit buffer(const std::string& content) : size(content.size()) {
-        EXPECT_EQ(kr_memdup(content.data(), &data, size), KR_SUCCESS);
-    }
     buffer(const buffer&) = delete;
     buffer& operator=(const buffer&) = delete;
     ~buffer() { kr_memory_deallocate_hook(data); }
 
-    [[nodiscard]] std::string content(size_t count) const {
-        return {static_cast<const char*>(data), count};
+    kr_result fill_with(const char* content) {
+        const kr_result result = kr_memdup(content, &data, std::strlen(content));
+        size = data == nullptr ? 0 : std::strlen(content);
+        return result;
     }
+    [[nodiscard]] std::string content(size_t count) const { return {static_cast<const char*>(data), count}; }
 };
 
 TEST(Buffers, GrowKeepTheirContentAndNeverShrink) {
     const failing_allocator allocator;
-    buffer grown("abc");
+    buffer grown;
+    ASSERT_EQ(grown.fill_with("abc"), ok);
     const void* const before = grown.data;
-    for (const size_t no_more : {size_t{3}, size_t{2}, size_t{0}}) {
-        ASSERT_EQ(kr_memory_grow(&grown.data, &grown.size, no_more), KR_SUCCESS);
-        ASSERT_EQ(kr_memory_grow_reserve(&grown.data, &grown.size, no_more, 100), KR_SUCCESS);
+    for (const size_t no_more : {3, 2, 0}) {
+        ASSERT_EQ(kr_memory_grow(&grown.data, &grown.size, no_more), ok);
+        ASSERT_EQ(kr_memory_grow_reserve(&grown.data, &grown.size, no_more, 100), ok);
         EXPECT_EQ(grown.data, before);
         EXPECT_EQ(grown.size, 3u);
     }
-    ASSERT_EQ(kr_memory_grow(&grown.data, &grown.size, 4), KR_SUCCESS);
+    ASSERT_EQ(kr_memory_grow(&grown.data, &grown.size, 4), ok);
     EXPECT_EQ(grown.size, 4u);
-    ASSERT_EQ(kr_memory_grow_reserve(&grown.data, &grown.size, 5, 7), KR_SUCCESS);
+    ASSERT_EQ(kr_memory_grow_reserve(&grown.data, &grown.size, 5, 7), ok);
     EXPECT_EQ(grown.size, 12u);
     EXPECT_EQ(grown.content(3), "abc");
-    EXPECT_EQ(kr_memory_grow_reserve(&grown.data, &grown.size, SIZE_MAX, 1),
-              kr_result_make_error(KR_OUT_OF_MEMORY));
+    EXPECT_EQ(kr_memory_grow_reserve(&grown.data, &grown.size, SIZE_MAX, 1), out_of_memory);
     EXPECT_EQ(grown.size, 12u);
 }
 
 TEST(Buffers, StayWholeWhenAnAllocationFails) {
     for (const bool reserve : {false, true}) {
-        kr::test::sweep_allocations([reserve] {
+        sweep_allocations([reserve] {
             buffer b;
-            kr_result result = kr_memdup("abc", &b.data, 3);
+            kr_result result = b.fill_with("abc");
             if (kr_result_failed(result)) {
                 EXPECT_EQ(b.data, nullptr);
                 return result;
             }
-            b.size = 3;
             result = reserve ? kr_memory_grow_reserve(&b.data, &b.size, 90, 10)
                              : kr_memory_grow(&b.data, &b.size, 100);
             EXPECT_EQ(b.size, kr_result_failed(result) ? 3u : 100u);
@@ -122,42 +110,37 @@ TEST(Buffers, AreZeroOnlyWhenEveryByteIs) {
 }
 
 TEST(TypedMemory, KnowsHeapAndFlatAndRefusesTheRest) {
-    kr::test::captured_log log;
+    captured_log log;
     log.set_mask(KR_LOG_MEMORY, KR_LOG_ERROR | KR_LOG_DEBUG);
-    constexpr u32 heap = KR_MEMORY_TYPE_HEAP;
-    constexpr u32 flat = KR_MEMORY_TYPE_FLAT;
-    constexpr u32 unknown = 77;
+    constexpr u32 heap = KR_MEMORY_TYPE_HEAP, flat = KR_MEMORY_TYPE_FLAT, unknown = 77;
     char a[] = "abcd";
     char b[] = "efgh";
     void* out = a;
     void* moved = a + 2;
     const struct {
         int line;
-        kr_result got;
-        kr_result expected;
+        kr_result got, expected = not_implemented;
     } rows[] = {
-        {__LINE__, kr_memcpy_ex(heap, a, heap, b, 2), KR_SUCCESS},
-        {__LINE__, kr_memcpy_ex(heap, a, flat, b, 2), not_implemented},
-        {__LINE__, kr_memcpy_ex(flat, a, heap, b, 2), not_implemented},
-        {__LINE__, kr_memory_assign_ex(heap, a + 2, heap, b, 1), KR_SUCCESS},
-        {__LINE__, kr_memory_assign_ex(flat, a, flat, b, 1), not_implemented},
-        {__LINE__, kr_memory_allocate_ex(flat, &out, 1), not_implemented},
-        {__LINE__, kr_memory_allocate_ex(unknown, &out, 1), not_implemented},
-        {__LINE__, kr_memory_ptr_ex(unknown, a, 1, &out), not_implemented},
-        {__LINE__, kr_memory_ptr_advance_ex(heap, -1, &moved), KR_SUCCESS},
-        {__LINE__, kr_memory_ptr_advance_ex(flat, -1, &moved), not_implemented},
-        {__LINE__, kr_memory_prepare_ex(heap, a, 9), KR_SUCCESS},
-        {__LINE__, kr_memory_prepare_ex(flat, a, 9), not_implemented},
-        {__LINE__, kr_memory_split_ex(heap, a, 1), not_implemented},
+        {__LINE__, kr_memcpy_ex(heap, a, heap, b, 2), ok},
+        {__LINE__, kr_memcpy_ex(heap, a, flat, b, 2)},
+        {__LINE__, kr_memcpy_ex(flat, a, heap, b, 2)},
+        {__LINE__, kr_memory_assign_ex(heap, a + 2, heap, b, 1), ok},
+        {__LINE__, kr_memory_assign_ex(flat, a, flat, b, 1)},
+        {__LINE__, kr_memory_allocate_ex(flat, &out, 1)},
+        {__LINE__, kr_memory_allocate_ex(unknown, &out, 1)},
+        {__LINE__, kr_memory_ptr_ex(unknown, a, 1, &out)},
+        {__LINE__, kr_memory_ptr_advance_ex(heap, -1, &moved), ok},
+        {__LINE__, kr_memory_ptr_advance_ex(flat, -1, &moved)},
+        {__LINE__, kr_memory_prepare_ex(heap, a, 9), ok},
+        {__LINE__, kr_memory_prepare_ex(flat, a, 9)},
+        {__LINE__, kr_memory_split_ex(heap, a, 1)},
         {__LINE__, kr_memcpy_ex(heap, a, heap, nullptr, 1), invalid},
         {__LINE__, kr_memory_assign_ex(heap, nullptr, heap, b, 1), invalid},
-        {__LINE__, kr_memcpy_ex(heap, nullptr, heap, nullptr, 0), KR_SUCCESS},
+        {__LINE__, kr_memcpy_ex(heap, nullptr, heap, nullptr, 0), ok},
         {__LINE__, kr_memory_ptr_ex(heap, a, 1, nullptr), invalid},
         {__LINE__, kr_memory_ptr_advance_ex(heap, 1, nullptr), invalid},
     };
-    for (const auto& r : rows) {
-        EXPECT_EQ(r.got, r.expected) << r.line;
-    }
+    for (const auto& r : rows) { EXPECT_EQ(r.got, r.expected) << r.line; }
     EXPECT_STREQ(a, "efed");
     EXPECT_EQ(out, a);
     EXPECT_EQ(moved, a + 1);
@@ -167,11 +150,10 @@ TEST(TypedMemory, KnowsHeapAndFlatAndRefusesTheRest) {
     kr_memset_ex(unknown, a, 'z', 4);
     EXPECT_STREQ(a, "xyed");
     kr_memory_deallocate_ex(flat, a);
-    EXPECT_THAT(log.take(),
-                ElementsAre("D 26 kr_memcpy_ex: memcpy for 104 <- 5 types is not implemented.",
-                            "D 26 kr_memcpy_ex: memcpy for 5 <- 104 types is not implemented.",
-                            "E 26 kr_memset_ex: Cannot memset memory of type 77",
-                            "E 26 kr_memory_deallocate_ex: Cannot deallocate memory of type 5"));
+    EXPECT_THAT(log.take(), ElementsAre("D 26 kr_memcpy_ex: memcpy for 104 <- 5 types is not implemented.",
+                                        "D 26 kr_memcpy_ex: memcpy for 5 <- 104 types is not implemented.",
+                                        "E 26 kr_memset_ex: Cannot memset memory of type 77",
+                                        "E 26 kr_memory_deallocate_ex: Cannot deallocate memory of type 5"));
 }
 
 } // namespace

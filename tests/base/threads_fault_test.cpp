@@ -6,77 +6,70 @@
 #include <cstdlib>
 #include <sys/resource.h>
 
-#include <gtest/gtest.h>
-
-#include "platform/platform.h"
-#include "platform/vectors.h"
-
 #include "platform/host/fault.h"
+#include "platform/vectors.h"
+#include "support/system.h"
 
 namespace {
 
-std::atomic<int> ran;
+using kr::host::armed_fault;
+using namespace kr::test;
 
-void run(void*) {
+std::atomic<int> ran;
+std::atomic<bool> release;
+
+void run(void*) { ++ran; }
+
+void run_when_released(void*) {
+    while (!release) { Sleep(1); }
     ++ran;
 }
 
 TEST(ThreadFaults, ARefusedThreadRunsNothingAndLeavesItsRecordForTheNext) {
     ran = 0;
-    ASSERT_EQ(kr_thread_module()->init(), KR_SUCCESS);
+    ASSERT_EQ(kr_thread_module()->init(), ok);
     {
-        const kr::host::armed_fault refuse({.call = "_beginthreadex", .error = 1455});
+        const armed_fault refuse({.call = "_beginthreadex", .error = 1455});
         EXPECT_EQ(kr_thread_create_normal(run, nullptr), 0x84000000u | 1455);
     }
-    EXPECT_EQ(kr_thread_create_normal(run, nullptr), KR_SUCCESS);
-    EXPECT_EQ(kr_thread_module()->fini(), KR_SUCCESS);
+    EXPECT_EQ(kr_thread_create_normal(run, nullptr), ok);
+    EXPECT_EQ(kr_thread_module()->fini(), ok);
     EXPECT_EQ(ran, 1);
 }
 
 TEST(ThreadFaults, AnIgnoredPriorityAndAFailedWaitAreNoEnd) {
-    static std::atomic<bool> release;
     release = false;
     ran = 0;
-    ASSERT_EQ(kr_thread_module()->init(), KR_SUCCESS);
+    ASSERT_EQ(kr_thread_module()->init(), ok);
     {
-        const kr::host::armed_fault priority({.call = "SetThreadPriority", .error = 5});
-        EXPECT_EQ(kr_thread_create(
-                      [](void*) {
-                          while (!release) {
-                              Sleep(1);
-                          }
-                          ++ran;
-                      },
-                      KR_THREAD_PRIORITY_HIGH, nullptr),
-                  KR_SUCCESS);
+        const armed_fault priority({.call = "SetThreadPriority", .error = 5});
+        EXPECT_EQ(kr_thread_create(run_when_released, KR_THREAD_PRIORITY_HIGH, nullptr), ok);
         EXPECT_EQ(priority.hits(), 1u);
     }
     {
-        const kr::host::armed_fault wait({.call = "WaitForSingleObject", .error = 6});
+        const armed_fault wait({.call = "WaitForSingleObject", .error = 6});
         EXPECT_EQ(kr_thread_module()->fini(), 0x84000006u);
         EXPECT_EQ(wait.hits(), 1u);
     }
     // Nothing was freed, so that a second stop ends what the first could not.
     release = true;
-    EXPECT_EQ(kr_thread_module()->fini(), KR_SUCCESS);
+    EXPECT_EQ(kr_thread_module()->fini(), ok);
     EXPECT_EQ(ran, 1);
 }
 
 TEST(ThreadFaults, AFinishedThreadHasClosedItsHandleAndIsNotWaitedFor) {
-    ASSERT_EQ(kr_thread_module()->init(), KR_SUCCESS);
+    ASSERT_EQ(kr_thread_module()->init(), ok);
     const kr::host::call_recorder recorder;
-    ASSERT_EQ(kr_thread_create_normal(run, nullptr), KR_SUCCESS);
-    for (int patience = 10000; recorder.count("CloseHandle") == 0 && patience != 0; --patience) {
-        Sleep(1);
-    }
-    EXPECT_EQ(kr_thread_module()->fini(), KR_SUCCESS);
+    ASSERT_EQ(kr_thread_create_normal(run, nullptr), ok);
+    for (int patience = 10000; recorder.count("CloseHandle") == 0 && patience != 0; --patience) { Sleep(1); }
+    EXPECT_EQ(kr_thread_module()->fini(), ok);
     EXPECT_EQ(recorder.count("CloseHandle"), 1u);
     EXPECT_EQ(recorder.count("WaitForSingleObject"), 0u);
 }
 
 /// For a process of its own, which ends with 0 when all was as it must be.
 [[noreturn]] void create_without_memory_and_then_with() {
-    bool right = kr_thread_module()->init() == KR_SUCCESS;
+    bool right = kr_thread_module()->init() == ok;
     rlimit usual = {};
     right = right && getrlimit(RLIMIT_AS, &usual) == 0;
     const rlimit no_more = {.rlim_cur = 0, .rlim_max = usual.rlim_max};
@@ -84,22 +77,17 @@ TEST(ThreadFaults, AFinishedThreadHasClosedItsHandleAndIsNotWaitedFor) {
     // What the heap has in stock goes, down to its smallest blocks.
     for (std::size_t size = 4096; size != 0; size -= 8) {
         void* volatile block = nullptr;
-        do {
-            block = std::malloc(size);
-        } while (block != nullptr);
+        do { block = std::malloc(size); } while (block != nullptr);
     }
-    right =
-        right && kr_thread_create_normal(run, nullptr) == kr_result_make_error(KR_OUT_OF_MEMORY);
+    right = right && kr_thread_create_normal(run, nullptr) == out_of_memory;
     right = right && setrlimit(RLIMIT_AS, &usual) == 0;
-    right = right && kr_thread_create_normal(run, nullptr) == KR_SUCCESS;
-    right = right && kr_thread_module()->fini() == KR_SUCCESS;
+    right = right && kr_thread_create_normal(run, nullptr) == ok;
+    right = right && kr_thread_module()->fini() == ok;
     std::_Exit(right && ran == 1 ? 0 : 1);
 }
 
 TEST(ThreadFaults, AUsedUpHeapStartsNothingAndIsNoEnd) {
-    if (KR_READS_ARE_WATCHED != 0) {
-        GTEST_SKIP() << "a sanitizer's allocator ends the process instead";
-    }
+    if (KR_READS_ARE_WATCHED != 0) { GTEST_SKIP() << "a sanitizer's allocator ends the process instead"; }
     ran = 0;
     EXPECT_EXIT(create_without_memory_and_then_with(), testing::ExitedWithCode(0), "");
 }

@@ -2,20 +2,18 @@
 #include "base/threads.h"
 
 #include <atomic>
-#include <iterator>
 #include <thread>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "base/sync.h"
-#include "platform/platform.h"
+#include "support/system.h"
 
 namespace {
 
+using namespace kr::test;
+
 TEST(Mutex, KeepsThreadsOutAndLetsItsHolderBackIn) {
     kr_mutex mutex;
-    ASSERT_EQ(kr_mutex_init(&mutex), KR_SUCCESS);
+    ASSERT_EQ(kr_mutex_init(&mutex), ok);
     constexpr int rounds = 20000;
     int count = 0;
     const auto work = [&mutex, &count] {
@@ -28,23 +26,18 @@ TEST(Mutex, KeepsThreadsOutAndLetsItsHolderBackIn) {
             kr_mutex_unlock(&mutex);
         }
     };
-    std::vector<std::thread> threads;
-    threads.reserve(4);
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back(work);
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) { threads.emplace_back(work); }
+    threads.clear();
     EXPECT_EQ(count, 4 * rounds * 2);
-    EXPECT_EQ(kr_mutex_destroy(&mutex), KR_SUCCESS);
+    EXPECT_EQ(kr_mutex_destroy(&mutex), ok);
 }
 
 /// Starts the module by itself; each test stops it.
 class Threads : public testing::Test {
 protected:
-    void SetUp() override { ASSERT_EQ(kr_thread_module()->init(), KR_SUCCESS); }
-    static void stop() { EXPECT_EQ(kr_thread_module()->fini(), KR_SUCCESS); }
+    void SetUp() override { ASSERT_EQ(kr_thread_module()->init(), ok); }
+    static void stop() { EXPECT_EQ(kr_thread_module()->fini(), ok); }
 };
 
 std::atomic<u32> ran;
@@ -54,42 +47,34 @@ void count_run(void* arg) {
     ran += *static_cast<const u32*>(arg);
 }
 
+struct priority_note {
+    std::atomic<bool> created;
+    int priority = THREAD_PRIORITY_ERROR_RETURN;
+};
+
 TEST_F(Threads, RunAtTheSystemsPriorityForTheirs) {
-    struct row {
-        int line;
-        u32 priority;
-        int system;
-    };
-    constexpr row rows[] = {
-        {__LINE__, KR_THREAD_PRIORITY_IDLE, THREAD_PRIORITY_IDLE},
-        {__LINE__, KR_THREAD_PRIORITY_LOW, THREAD_PRIORITY_LOWEST},
-        {__LINE__, KR_THREAD_PRIORITY_NORMAL, THREAD_PRIORITY_NORMAL},
-        {__LINE__, KR_THREAD_PRIORITY_HIGH, THREAD_PRIORITY_TIME_CRITICAL},
-        {__LINE__, 4, THREAD_PRIORITY_NORMAL},
-        {__LINE__, 0xFFFFFFFF, THREAD_PRIORITY_NORMAL},
-    };
-    struct note {
-        std::atomic<bool> created;
-        int priority;
-    };
-    note notes[std::size(rows)] = {};
+    const std::pair<u32, int> rows[] = {{KR_THREAD_PRIORITY_IDLE, THREAD_PRIORITY_IDLE},
+                                        {KR_THREAD_PRIORITY_LOW, THREAD_PRIORITY_LOWEST},
+                                        {KR_THREAD_PRIORITY_NORMAL, THREAD_PRIORITY_NORMAL},
+                                        {KR_THREAD_PRIORITY_HIGH, THREAD_PRIORITY_TIME_CRITICAL},
+                                        {4, THREAD_PRIORITY_NORMAL},
+                                        {0xFFFFFFFF, THREAD_PRIORITY_NORMAL}};
+    priority_note notes[std::size(rows)];
     for (std::size_t i = 0; i < std::size(rows); ++i) {
         // The priority stands once the creation has returned.
         const auto ask = [](void* arg) {
-            auto& own = *static_cast<note*>(arg);
+            auto& own = *static_cast<priority_note*>(arg);
             own.created.wait(false);
             own.priority = GetThreadPriority(GetCurrentThread());
         };
-        notes[i].priority = THREAD_PRIORITY_ERROR_RETURN;
-        ASSERT_EQ(kr_thread_create(ask, rows[i].priority, &notes[i]), KR_SUCCESS);
+        ASSERT_EQ(kr_thread_create(ask, rows[i].first, &notes[i]), ok);
         notes[i].created = true;
         notes[i].created.notify_one();
     }
-    EXPECT_EQ(kr_thread_create_normal(nullptr, nullptr),
-              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+    EXPECT_EQ(kr_thread_create_normal(nullptr, nullptr), invalid);
     stop();
     for (std::size_t i = 0; i < std::size(rows); ++i) {
-        EXPECT_EQ(notes[i].priority, rows[i].system) << rows[i].line;
+        EXPECT_EQ(notes[i].priority, rows[i].second) << rows[i].first;
     }
 }
 
@@ -98,44 +83,33 @@ TEST_F(Threads, AreStartedByManyAtOnceAndAllEndBeforeTheModule) {
     static u32 one = 1;
     constexpr u32 starters = 4;
     constexpr u32 each = 50;
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (u32 i = 0; i < starters; ++i) {
         threads.emplace_back([] {
-            for (u32 n = 0; n < each; ++n) {
-                EXPECT_EQ(kr_thread_create_normal(count_run, &one), KR_SUCCESS);
-            }
+            for (u32 n = 0; n < each; ++n) { EXPECT_EQ(kr_thread_create_normal(count_run, &one), ok); }
         });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    threads.clear();
     stop();
     EXPECT_EQ(ran, starters * each);
 }
 
+std::atomic<bool> release;
+std::atomic<kr_result> late;
+
+/// A thread that is still running while the module waits for it tries to start others.
+void start_others(void*) {
+    while (!release) { std::this_thread::yield(); }
+    while (kr_result_succeeded(late = kr_thread_create_normal([](void*) {}, nullptr))) {}
+}
+
 TEST_F(Threads, AreRefusedFromTheMomentTheModuleStops) {
-    static std::atomic<bool> release;
-    static std::atomic<kr_result> late;
     release = false;
-    late = KR_SUCCESS;
-    // A thread that is still running while the module waits for it tries to start another.
-    ASSERT_EQ(kr_thread_create_normal(
-                  [](void*) {
-                      while (!release) {
-                          std::this_thread::yield();
-                      }
-                      kr_result result = KR_SUCCESS;
-                      while (kr_result_succeeded(result)) {
-                          result = kr_thread_create_normal([](void*) {}, nullptr);
-                      }
-                      late = result;
-                  },
-                  nullptr),
-              KR_SUCCESS);
+    ASSERT_EQ(kr_thread_create_normal(start_others, nullptr), ok);
     release = true;
     stop();
-    EXPECT_EQ(late, kr_result_make_error(KR_GENERIC));
-    EXPECT_EQ(kr_thread_create_normal([](void*) {}, nullptr), kr_result_make_error(KR_GENERIC));
+    EXPECT_EQ(late, generic);
+    EXPECT_EQ(kr_thread_create_normal([](void*) {}, nullptr), generic);
 }
 
 } // namespace

@@ -23,13 +23,9 @@ constexpr kr_result invalid = 0x8200000C;
 constexpr kr_result overflow = 0x8200004D;
 constexpr u64 maximum = ~u64{0};
 
-constexpr kr_time duration(i32 unit, u64 count) {
-    return {.unit = unit, .count = count, .relative = 1};
-}
+constexpr kr_time duration(i32 unit, u64 count) { return {.unit = unit, .count = count, .relative = 1}; }
 
-constexpr kr_time point(i32 unit, u64 count) {
-    return {.unit = unit, .count = count, .relative = 0};
-}
+constexpr kr_time point(i32 unit, u64 count) { return {.unit = unit, .count = count, .relative = 0}; }
 
 bool same(const kr_time& a, const kr_time& b) {
     return a.unit == b.unit && a.count == b.count && a.relative == b.relative;
@@ -154,8 +150,7 @@ TEST(Time, ScalesDurationsOnly) {
         EXPECT_TRUE(same(t, r.result == KR_SUCCESS ? duration(ms, r.count) : r.from)) << r.line;
     }
     for (const kr_time& zero : {duration(ms, 0), point(ms, 0)}) {
-        EXPECT_EQ(kr_time_is_zero(&zero),
-                  kr_result_make_success(zero.relative != 0 ? KR_YES : KR_NO));
+        EXPECT_EQ(kr_time_is_zero(&zero), kr_result_make_success(zero.relative != 0 ? KR_YES : KR_NO));
     }
 }
 
@@ -227,20 +222,19 @@ TEST_F(LocalDate, AgreesWithTheRuntimeOnEveryDay) {
     for (u64 seconds = 0; seconds <= 0xFFFFFFFF; seconds += 86'399) {
         const kr_time t = point(s, seconds + KR_TIME_EPOCH_DISTANCE_SECONDS);
         u32 fields[6] = {};
-        ASSERT_EQ(kr_time_get_local_date(&t, &fields[0], &fields[1], &fields[2], &fields[3],
-                                         &fields[4], &fields[5]),
+        ASSERT_EQ(kr_time_get_local_date(&t, &fields[0], &fields[1], &fields[2], &fields[3], &fields[4],
+                                         &fields[5]),
                   KR_SUCCESS);
         const auto clock = static_cast<std::time_t>(seconds);
         const std::tm* const tm = std::gmtime(&clock);
         ASSERT_NE(tm, nullptr);
-        ASSERT_THAT(fields, ElementsAre(tm->tm_year + 1900, tm->tm_mon + 1, tm->tm_mday,
-                                        tm->tm_hour, tm->tm_min, tm->tm_sec))
+        ASSERT_THAT(fields, ElementsAre(tm->tm_year + 1900, tm->tm_mon + 1, tm->tm_mday, tm->tm_hour,
+                                        tm->tm_min, tm->tm_sec))
             << seconds;
     }
     u32 field = 4;
     const kr_time relative = duration(s, 1);
-    EXPECT_EQ(kr_time_get_local_date(&relative, &field, &field, &field, &field, &field, &field),
-              invalid);
+    EXPECT_EQ(kr_time_get_local_date(&relative, &field, &field, &field, &field, &field, &field), invalid);
     EXPECT_EQ(field, 4u);
 }
 
@@ -275,10 +269,9 @@ TEST(Clocks, SinceRefusesTheFutureButTellsItsDistance) {
     EXPECT_NEAR(static_cast<double>(since.count), 5e9, 2e9);
     const kr_time relative = duration(s, 1);
     EXPECT_EQ(kr_time_since(&relative, &since), invalid);
-    EXPECT_THAT(log.take(),
-                ElementsAre("W 01 kr_time_since: Supplied time is in the future",
-                            "E 01 kr_time_since: kr_time_diff() failed Result is 0x8200000C "
-                            "(error \"Invalid argument to function\" from \"Unknown source\")"));
+    EXPECT_THAT(log.take(), ElementsAre("W 01 kr_time_since: Supplied time is in the future",
+                                        "E 01 kr_time_since: kr_time_diff() failed Result is 0x8200000C "
+                                        "(error \"Invalid argument to function\" from \"Unknown source\")"));
 }
 
 } // namespace

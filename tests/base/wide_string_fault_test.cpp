@@ -1,9 +1,4 @@
 /// The vector walks beside pages that cannot be read.
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "base/wide_scan.h"
 #include "support/guard_page.h"
 
@@ -34,8 +29,7 @@ TEST(VectorWalks, NeverTouchAPageThatTheTextDoesNotReach) {
             // Without a terminator the limit alone keeps the walk within the page.
             chars[length] = 'x';
             ASSERT_EQ(vectors::length_within(chars, length + 1), length + 1);
-            ASSERT_EQ(vectors::mismatch(chars, other.put_last(chars, length + 1), length + 1),
-                      length + 1);
+            ASSERT_EQ(vectors::mismatch(chars, other.put_last(chars, length + 1), length + 1), length + 1);
         }
     }
     const std::vector<u8> zeros(130);

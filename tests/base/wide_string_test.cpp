@@ -32,9 +32,7 @@ const kr_result greater = 0x02000097;
 class placed_text {
 public:
     placed_text(u64 offset, u64 length) : start_(offset) {
-        for (u64 i = 0; i < std::size(room_); ++i) {
-            room_[i] = static_cast<kr_char>(0x100 + i % 0x60);
-        }
+        for (u64 i = 0; i < std::size(room_); ++i) { room_[i] = static_cast<kr_char>(0x100 + i % 0x60); }
         room_[offset + length] = 0;
     }
     kr_char* chars() { return room_ + start_; }
@@ -51,8 +49,7 @@ TEST(VectorWalks, AgreeWithThePlainOnesOnEveryAlignment) {
             placed_text s(offset, length);
             ASSERT_EQ(vectors::length(s.chars()), length);
             for (const u64 limit : {u64{0}, length / 2, length, length + 1, u64{UINT64_MAX}}) {
-                ASSERT_EQ(vectors::length_within(s.chars(), limit),
-                          plain::length_within(s.chars(), limit));
+                ASSERT_EQ(vectors::length_within(s.chars(), limit), plain::length_within(s.chars(), limit));
             }
             for (const u64 at : {u64{0}, length / 3, length - 1, length}) {
                 const kr_char c = at <= length ? s.chars()[at] : kr_char{0x7FFF};
@@ -72,8 +69,7 @@ TEST(VectorWalks, FindTheFirstDifferenceWhereverTheTwoStand) {
                 for (const u64 at : {length, length / 2, u64{0}}) {
                     b.chars()[at] ^= 0x8000;
                     for (const u64 limit : {u64{0}, at, at + 1, u64{UINT64_MAX}}) {
-                        ASSERT_EQ(vectors::mismatch(a.chars(), b.chars(), limit),
-                                  std::min(at, limit));
+                        ASSERT_EQ(vectors::mismatch(a.chars(), b.chars(), limit), std::min(at, limit));
                     }
                     b.chars()[at] ^= 0x8000;
                 }
@@ -234,9 +230,7 @@ TEST(WideSearch, FindsTheRightOccurrence) {
     };
     for (const row& r : rows) {
         SCOPED_TRACE(r.line);
-        const auto index = [&](const kr_char* found) {
-            return found == nullptr ? none : found - r.s;
-        };
+        const auto index = [&](const kr_char* found) { return found == nullptr ? none : found - r.s; };
         EXPECT_EQ(index(kr_string_find(r.s, r.sub)), r.at);
         EXPECT_EQ(index(kr_string_find_with(r.s, r.sub, kr_string_compare_n)), r.at);
         EXPECT_EQ(index(kr_string_find_with(r.s, r.sub, kr_string_compare_n_nocase)), r.at_nocase);
@@ -279,8 +273,7 @@ TEST(WideBuffers, HoldExactlyTheTextAndLeakNothing) {
         {__LINE__, [](kr_char** out) { return kr_string_dup_n(out, a, 1); }, KR_TEXT("a")},
         {__LINE__, [](kr_char** out) { return kr_string_dup_n(out, a, 0); }, KR_TEXT("")},
         {__LINE__, [](kr_char** out) { return kr_string_concat2(a, a + 1, out); }, KR_TEXT("abb")},
-        {__LINE__, [](kr_char** out) { return kr_string_concat3(a + 2, a, a + 1, out); },
-         KR_TEXT("abb")},
+        {__LINE__, [](kr_char** out) { return kr_string_concat3(a + 2, a, a + 1, out); }, KR_TEXT("abb")},
         {__LINE__, [](kr_char** out) { return kr_string_concat5(a, a + 1, a + 2, a, a + 1, out); },
          KR_TEXT("abbabb")},
     };

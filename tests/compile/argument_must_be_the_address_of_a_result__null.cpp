@@ -1,5 +1,3 @@
 #include "printf/printf.h"
 
-kr_result refused(kr_char* out) {
-    return kr_string_format_checked(out, 64, "%_z", nullptr);
-}
+kr_result refused(kr_char* out) { return kr_string_format_checked(out, 64, "%_z", nullptr); }

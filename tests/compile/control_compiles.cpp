@@ -14,8 +14,7 @@ kr_result accepted(kr_char* out, const kr_char* name, const KRGUID* guid, kr_res
         return result;
     }
     return kr_string_format_checked(
-        out, 64,
-        "%05d %-i %#lx %hu %c %d %ld %08X %zu %lld %06ll_u %h_x %_b %s %_s %p %_P %_p %_g %_g", -1,
-        u8{1}, 2u, 'c', kr_char{'w'}, red, i32{1}, true, sizeof(size), i64{1}, u64{1}, u16{1}, 1,
-        nullptr, KR_TEXT("wide"), out, function, nullptr, guid, nullptr);
+        out, 64, "%05d %-i %#lx %hu %c %d %ld %08X %zu %lld %06ll_u %h_x %_b %s %_s %p %_P %_p %_g %_g", -1,
+        u8{1}, 2u, 'c', kr_char{'w'}, red, i32{1}, true, sizeof(size), i64{1}, u64{1}, u16{1}, 1, nullptr,
+        KR_TEXT("wide"), out, function, nullptr, guid, nullptr);
 }

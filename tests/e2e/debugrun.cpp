@@ -20,9 +20,7 @@ std::string read_text(HANDLE process, const OUTPUT_DEBUG_STRING_INFO& info) {
 DWORD run(HANDLE process) {
     for (;;) {
         DEBUG_EVENT event{};
-        if (!WaitForDebugEvent(&event, INFINITE)) {
-            return EXIT_FAILURE;
-        }
+        if (!WaitForDebugEvent(&event, INFINITE)) { return EXIT_FAILURE; }
         DWORD answer = DBG_CONTINUE;
         if (event.dwDebugEventCode == OUTPUT_DEBUG_STRING_EVENT) {
             const std::string text = read_text(process, event.u.DebugString);
@@ -44,8 +42,8 @@ int main(int argc, char** argv) {
     STARTUPINFOA start{};
     start.cb = sizeof(start);
     PROCESS_INFORMATION program{};
-    if (argc != 2 || !CreateProcessA(nullptr, argv[1], nullptr, nullptr, TRUE,
-                                     DEBUG_ONLY_THIS_PROCESS, nullptr, nullptr, &start, &program)) {
+    if (argc != 2 || !CreateProcessA(nullptr, argv[1], nullptr, nullptr, TRUE, DEBUG_ONLY_THIS_PROCESS,
+                                     nullptr, nullptr, &start, &program)) {
         std::fputs("usage: debugrun PROGRAM (which must be there)\n", stderr);
         return 125;
     }

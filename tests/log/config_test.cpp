@@ -1,19 +1,16 @@
 /// The log's configuration: which entry changes what, in which order, and what is said about it.
 #include "log/config.h"
 
-#include <gmock/gmock.h>
-
 #include <sstream>
 
 #include "log/categories.h"
-#include "log/core.h"
 #include "log/destinations.h"
-#include "log/slots.h"
-#include "support/captured_log.h"
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 
 namespace {
+
+using namespace kr::test;
 
 class LogConfig : public testing::Test {
 protected:
@@ -27,11 +24,10 @@ protected:
     /// Reads a group with the entries "NAME=TEXT", or "NAME=#" for a value that is no string,
     /// one a line. Gives what category `other` said behind the first line.
     std::string reset(const std::string& entries) {
-        const kr::test::fresh_registry registry;
-        const kr::test::open_settings domain;
-        const kr::test::open_settings group(domain, "log");
-        std::istringstream lines(entries);
-        for (std::string line; std::getline(lines, line);) {
+        const fresh_registry registry;
+        const open_settings domain, group(domain, "log");
+        std::istringstream given(entries);
+        for (std::string line; std::getline(given, line);) {
             const std::size_t equals = line.find('=');
             const std::string text = line.substr(equals + 1);
             group.plant(line.substr(0, equals), text == "#" ? nullptr : text.c_str());
@@ -40,32 +36,30 @@ protected:
         kr_log_set_colors(0);
         kr_log_apply_defaults();
         (void)log_.take();
-        EXPECT_EQ(kr_log_reset(), KR_SUCCESS);
-        const std::string said = kr::test::said(log_, "01");
+        EXPECT_EQ(kr_log_reset(), ok);
+        const std::string lines = said(log_, "01");
         const std::string first = "F kr_log_reset: Override log setting found for domain krtest\n";
-        EXPECT_EQ(said.substr(0, first.size()), first);
-        return said.substr(std::min(first.size(), said.size()));
+        EXPECT_TRUE(lines.starts_with(first)) << lines;
+        return lines.substr(std::min(first.size(), lines.size()));
     }
 
-    kr::test::captured_log log_;
+    captured_log log_;
 };
 
 TEST_F(LogConfig, WithoutAGroupTheDefaultsHoldSilently) {
-    const kr::test::fresh_registry registry;
-    EXPECT_EQ(kr_log_reset(), KR_SUCCESS);
-    const kr::test::open_settings domain;
-    EXPECT_EQ(kr_log_reset(), KR_SUCCESS);
-    EXPECT_EQ(kr::test::said(log_, "01"), "");
+    const fresh_registry registry;
+    EXPECT_EQ(kr_log_reset(), ok);
+    const open_settings domain;
+    EXPECT_EQ(kr_log_reset(), ok);
+    EXPECT_EQ(said(log_, "01"), "");
     EXPECT_EQ(kr_log_category_masks[KR_LOG_MAIN], 7u);
 }
 
 // Both systems list these names in the order given.
 TEST_F(LogConfig, AppliesEntriesInTheirOrder) {
-    const std::string category = "F kr_log_conf_category: Overriding ";
-    const std::string ignored =
-        "W kr_log_conf_category: Ignoring log conf category key 'main' "
-        "because its value cannot be converted to 16 bit integer Result is ";
-    const std::string f = "F kr_log_reset: ";
+    const std::string category = "F kr_log_conf_category: Overriding ", f = "F kr_log_reset: ";
+    const std::string ignored = "W kr_log_conf_category: Ignoring log conf category key 'main' "
+                                "because its value cannot be converted to 16 bit integer Result is ";
     const struct {
         int line;
         const char* entries;
@@ -74,14 +68,13 @@ TEST_F(LogConfig, AppliesEntriesInTheirOrder) {
     } rows[] = {
         {__LINE__, "", ""},
         {__LINE__, "ALL=15\nMain=65535",
-         category + "all category levels to 15\n" + category + "category Main level to 65535\n",
-         65535},
+         category + "all category levels to 15\n" + category + "category Main level to 65535\n", 65535},
         {__LINE__, "2=63\nall=0",
          category + "category 2 level to 63\n" + category + "all category levels to 0\n", 0},
         {__LINE__, "0x2=1\nprintf=8",
          category + "category 0x2 level to 1\n" + category + "category printf level to 8\n", 1, 8},
-        {__LINE__, "02=2\n5=3",
-         category + "category 02 level to 2\n" + category + "category 5 level to 3\n", 2, 3},
+        {__LINE__, "02=2\n5=3", category + "category 02 level to 2\n" + category + "category 5 level to 3\n",
+         2, 3},
         {__LINE__, "=1\n00=1\n82=1\nno such=1", ""},
         {__LINE__, "2x=1", "E kr_string_to_ui16_w: Cannot convert 2x to 16 bit integer.\n\n"},
         {__LINE__, "main=65536", ignored + "0x8200004D\n"},
@@ -95,8 +88,8 @@ TEST_F(LogConfig, AppliesEntriesInTheirOrder) {
              "be read as a string Result is 0x82000000\n" +
              f + "Overriding log formatting -> 0\n" + f + "Disable timestamps -> yes\n" + f +
              "Setting profile threshold -> 0\n" + f + "Using tags filter -> (null)\n"},
-        {__LINE__, "destination=quiet!nowhere\nmain=1",
-         f + "Overriding log destination -> quiet!nowhere\n", 1, 0},
+        {__LINE__, "destination=quiet!nowhere\nmain=1", f + "Overriding log destination -> quiet!nowhere\n",
+         1, 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line);
@@ -105,21 +98,16 @@ TEST_F(LogConfig, AppliesEntriesInTheirOrder) {
         EXPECT_EQ(kr_log_category_masks[KR_LOG_PRINTF], row.printf);
     }
     kr_log_set_destination(KR_TEXT("windbg"));
-    EXPECT_EQ(kr::detail::log_main_slot.get().no_timestamps, 1u)
-        << "\"notime\" outlasts a destination";
+    EXPECT_EQ(kr::detail::log_main_slot.get().no_timestamps, 1u) << "\"notime\" outlasts a destination";
 }
 
 TEST_F(LogConfig, StartsWhateverMemoryIsLeft) {
-    const kr::test::fresh_registry registry;
-    const kr::test::open_settings domain;
-    const kr::test::open_settings group(domain, "log");
-    for (const char* name : {"all", "destination", "formatting", "main"}) {
-        group.plant(name, "3");
-    }
-    u32 failures = 1;
-    for (u32 nth = 1; failures != 0; ++nth) {
-        const kr::test::failing_allocator allocator(nth);
-        EXPECT_EQ(kr_log_reset(), KR_SUCCESS);
+    const fresh_registry registry;
+    const open_settings domain, group(domain, "log");
+    for (const char* name : {"all", "destination", "formatting", "main"}) { group.plant(name, "3"); }
+    for (u32 failures = 1, nth = 1; failures != 0; ++nth) {
+        const failing_allocator allocator(nth);
+        EXPECT_EQ(kr_log_reset(), ok);
         failures = allocator.failures();
     }
     EXPECT_EQ(kr_log_category_masks[KR_LOG_MAIN], 3u);
@@ -139,9 +127,9 @@ TEST_F(LogConfig, DerivesTheLayoutUntilItIsSet) {
 
 TEST_F(LogConfig, FiltersThreadsByTags) {
     const auto is_dropped = [this](const char* thread_name) {
-        EXPECT_EQ(kr_log_thread_register(thread_name), KR_SUCCESS);
+        EXPECT_EQ(kr_log_thread_register(thread_name), ok);
         kr_log(KR_LOG_OTHER, KR_LOG_FORCED, "krtest", "function", "x");
-        EXPECT_EQ(kr_log_thread_unregister(), KR_SUCCESS);
+        EXPECT_EQ(kr_log_thread_unregister(), ok);
         return log_.take().empty();
     };
     const struct {

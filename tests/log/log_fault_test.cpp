@@ -5,25 +5,21 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <gmock/gmock.h>
-
 #include "base/time.h"
-#include "log/core.h"
 #include "log/destinations.h"
 #include "log/log_module.h"
-#include "log/slots.h"
 #include "platform/host/fault.h"
 #include "platform/host/world.h"
-#include "platform/platform.h"
 #include "support/captured_log.h"
 #include "support/failing_allocator.h"
+#include "support/system.h"
 
 namespace {
 
 using kr::detail::log_main_slot;
 using kr::host::armed_fault;
-using kr::test::captured_log;
-using testing::ElementsAre;
+using namespace kr::test;
+using testing::StartsWith;
 
 /// 2024-02-29T12:34:56 UTC.
 constexpr u64 noon_ticks = (1'709'210'096 + KR_TIME_EPOCH_DISTANCE_SECONDS) * 10'000'000;
@@ -40,16 +36,13 @@ public:
     }
 };
 
-void say(const char* text) {
-    kr_log(1, KR_LOG_INFO, "p", "f", "%s", text);
-}
+void say(const char* text) { kr_log(1, KR_LOG_INFO, "p", "f", "%s", text); }
 
 /// A captured log whose lines go to a file in the bare layout without stamps.
 class file_log {
 public:
     explicit file_log(const kr_char* path) : path_(kr::host::native_path(path)) {
-        EXPECT_EQ(kr_log_set_destination((std::u16string(KR_TEXT("file://")) + path).c_str()),
-                  KR_SUCCESS);
+        EXPECT_EQ(kr_log_set_destination((std::u16string(u"file://") + path).c_str()), ok);
         EXPECT_EQ(log_main_slot.get().write, file_log_do_log);
         log_main_slot.set_no_timestamps(1);
         kr_log_set_formatting(3);
@@ -57,7 +50,7 @@ public:
     file_log(const file_log&) = delete;
     file_log& operator=(const file_log&) = delete;
     ~file_log() {
-        EXPECT_EQ(kr_log_set_destination(KR_TEXT("none")), KR_SUCCESS);
+        EXPECT_EQ(kr_log_set_destination(u"none"), ok);
         (void)::unlink(path_.c_str());
     }
     [[nodiscard]] std::string text() const {
@@ -99,11 +92,9 @@ TEST(LogStamp, MovesOnEveryTenMilliseconds) {
     say("x");
     kr::host::stop_clock(~u64{0}, 0); // a clock that cannot be read leaves the stamp
     say("x");
-    EXPECT_THAT(log.take_lines(), ElementsAre("raw", "240301 00:58:16.000.002; I: x\n",
-                                              "240301 00:58:16.000.003; I: x\n"));
-    for (u32 i = 3; i < 1'000; ++i) {
-        say("x");
-    }
+    EXPECT_THAT(log.take_lines(),
+                ElementsAre("raw", "240301 00:58:16.000.002; I: x\n", "240301 00:58:16.000.003; I: x\n"));
+    for (u32 i = 3; i < 1'000; ++i) { say("x"); }
     EXPECT_EQ(log.take_lines().back(), "240301 00:58:16.000.1000; I: x\n");
 }
 
@@ -117,8 +108,7 @@ TEST(LogStamp, IsEmptyUntilTheClockCanBeRead) {
         kr::host::stop_clock(ticks, 0);
         say("x");
     }
-    EXPECT_THAT(log.take_lines(),
-                ElementsAre(".000.001; I: x\n", ".000.002; I: x\n", ".020.001; I: x\n"));
+    EXPECT_THAT(log.take_lines(), ElementsAre(".000.001; I: x\n", ".000.002; I: x\n", ".020.001; I: x\n"));
 }
 
 TEST(Uptime, PicksTheFinestUnitThatHoldsIt) {
@@ -142,7 +132,7 @@ TEST(Uptime, PicksTheFinestUnitThatHoldsIt) {
         SCOPED_TRACE(r.line);
         kr::host::stop_clock(0, r.ticks);
         kr_time t{};
-        EXPECT_EQ(kr_time_get_uptime(&t), KR_SUCCESS);
+        EXPECT_EQ(kr_time_get_uptime(&t), ok);
         EXPECT_EQ(t.unit, r.unit);
         EXPECT_EQ(t.count, r.count);
         EXPECT_EQ(t.relative, 1u);
@@ -156,9 +146,8 @@ TEST(Uptime, PicksTheFinestUnitThatHoldsIt) {
         kr_log_set_profile_threshold(threshold);
         kr_log_profile(1, "p", threshold == 0 ? "any" : "f", &start);
     }
-    EXPECT_THAT(log.take_lines(),
-                ElementsAre(testing::StartsWith("[1234567] msec - f(); p:________:"),
-                            testing::StartsWith("[1234567] msec - any(); p:________:")));
+    EXPECT_THAT(log.take_lines(), ElementsAre(StartsWith("[1234567] msec - f(); p:________:"),
+                                              StartsWith("[1234567] msec - any(); p:________:")));
 }
 
 TEST(Clocks, FailuresAreLoggedAndWrapped) {
@@ -175,10 +164,10 @@ TEST(Clocks, FailuresAreLoggedAndWrapped) {
     }
     kr_time t{};
     kr::host::stop_clock(u64{184'467'440'737'095'516}, 0);
-    EXPECT_EQ(kr_time_get_current(&t), KR_SUCCESS);
+    EXPECT_EQ(kr_time_get_current(&t), ok);
     kr::host::stop_clock(u64{184'467'440'737'095'517}, 0);
-    EXPECT_EQ(kr_time_get_current(&t), kr_result_make_error(KR_OVERFLOW));
-    EXPECT_EQ(kr_time_since(&t, &t), kr_result_make_error(KR_OVERFLOW));
+    EXPECT_EQ(kr_time_get_current(&t), overflow);
+    EXPECT_EQ(kr_time_since(&t, &t), overflow);
     EXPECT_EQ(log.take().size(), 1u);
 }
 
@@ -186,14 +175,14 @@ TEST(Clocks, OffsetIsTakenWhenTheModuleStarts) {
     const world_guard world;
     for (const i32 offset : {3'600, -34'200, 0}) {
         kr::host::fix_local_offset(offset);
-        EXPECT_EQ(kr_time_module()->init(), KR_SUCCESS);
+        EXPECT_EQ(kr_time_module()->init(), ok);
         EXPECT_EQ(kr_time_local_offset, offset);
     }
 }
 
 TEST(FileDestination, GoesOnWhenTheDiskIsFull) {
     const world_guard world;
-    const file_log log(KR_TEXT("C:\\full.log"));
+    const file_log log(u"C:\\full.log");
     say("before");
     {
         const armed_fault full({.call = "WriteFile", .error = 112, .nth = 1, .sticky = true});
@@ -214,9 +203,9 @@ TEST(FileDestination, GoesOnWhenTheDiskIsFull) {
 
 TEST(FileDestination, ComesBackWithItsFolder) {
     const world_guard world;
-    ASSERT_NE(CreateDirectoryW(KR_TEXT("C:\\logs"), nullptr), FALSE);
-    const file_log log(KR_TEXT("C:\\logs\\a.log"));
-    const std::string folder = kr::host::native_path(KR_TEXT("C:\\logs"));
+    ASSERT_NE(CreateDirectoryW(u"C:\\logs", nullptr), FALSE);
+    const file_log log(u"C:\\logs\\a.log");
+    const std::string folder = kr::host::native_path(u"C:\\logs");
     {
         // Only a file that could not be written is opened anew.
         const armed_fault gone({.call = "WriteFile", .error = 1117});
@@ -234,7 +223,7 @@ TEST(FileDestination, ComesBackWithItsFolder) {
 
 TEST(FileDestination, EveryFailureOfItsStartIsToldAndLeavesNothing) {
     const world_guard world;
-    const HANDLE file = CreateFileW(KR_TEXT("C:\\ro.log"), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+    const HANDLE file = CreateFileW(u"C:\\ro.log", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                                     FILE_ATTRIBUTE_READONLY, nullptr);
     ASSERT_NE(file, INVALID_HANDLE_VALUE);
     CloseHandle(file);
@@ -245,36 +234,31 @@ TEST(FileDestination, EveryFailureOfItsStartIsToldAndLeavesNothing) {
         u32 failing_allocation;
         const char* text;
     } rows[] = {
-        {__LINE__, KR_TEXT("file://C:\\x.log"), 1,
-         "Unable to allocate memory for log file descriptor" OUT_OF_MEMORY},
-        {__LINE__, KR_TEXT("file://C:\\x.log"), 2,
-         "Unable to duplicate log filename string" OUT_OF_MEMORY},
-        {__LINE__, KR_TEXT("file://C:\\"), 2,
-         "Unable to allocate memory for log filename" OUT_OF_MEMORY},
-        {__LINE__, KR_TEXT("file://C:\\ro.log"), 0, "cannot open C:\\ro.log"},
-        {__LINE__, KR_TEXT("file://C:\\none\\"), 0,
-         "cannot open C:\\none\\krtest_00240229_123456.log"},
-        {__LINE__, KR_TEXT("file://C:\\none/"), 0,
-         "cannot open C:\\none/krtest_00240229_123456.log"},
+        {__LINE__, u"file://C:\\x.log", 1, "Unable to allocate memory for log file descriptor" OUT_OF_MEMORY},
+        {__LINE__, u"file://C:\\x.log", 2, "Unable to duplicate log filename string" OUT_OF_MEMORY},
+        {__LINE__, u"file://C:\\", 2, "Unable to allocate memory for log filename" OUT_OF_MEMORY},
+        {__LINE__, u"file://C:\\ro.log", 0, "cannot open C:\\ro.log"},
+        {__LINE__, u"file://C:\\none\\", 0, "cannot open C:\\none\\krtest_00240229_123456.log"},
+        {__LINE__, u"file://C:\\none/", 0, "cannot open C:\\none/krtest_00240229_123456.log"},
     };
 #undef OUT_OF_MEMORY
     kr::host::stop_clock(noon_ticks, 0);
     for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         captured_log log;
-        const kr::test::failing_allocator allocator(r.failing_allocation);
-        EXPECT_EQ(kr_log_set_destination(r.spec), KR_SUCCESS);
+        const failing_allocator allocator(r.failing_allocation);
+        EXPECT_EQ(kr_log_set_destination(r.spec), ok);
         EXPECT_EQ(log_main_slot.get().no_timestamps, 1u);
         EXPECT_THAT(log.take(), ElementsAre(std::string("W 01 kr_file_log_init: ") + r.text));
     }
     kr::host::stop_clock(~u64{0}, 0);
     captured_log log;
-    EXPECT_EQ(kr_log_set_destination(KR_TEXT("file://C:\\")), KR_SUCCESS);
+    EXPECT_EQ(kr_log_set_destination(u"file://C:\\"), ok);
     EXPECT_THAT(log.take(), ElementsAre("W 01 kr_file_log_init: Unable to get UTC time Result is "
                                         "0x8200004D (error \"Overflow\" from \"Unknown source\")"));
-    EXPECT_NE(GetFileAttributesW(KR_TEXT("C:\\krtest_.log")), INVALID_FILE_ATTRIBUTES);
-    EXPECT_EQ(kr_log_set_destination(KR_TEXT("none")), KR_SUCCESS);
-    EXPECT_NE(SetFileAttributesW(KR_TEXT("C:\\ro.log"), FILE_ATTRIBUTE_NORMAL), FALSE);
+    EXPECT_NE(GetFileAttributesW(u"C:\\krtest_.log"), INVALID_FILE_ATTRIBUTES);
+    EXPECT_EQ(kr_log_set_destination(u"none"), ok);
+    EXPECT_NE(SetFileAttributesW(u"C:\\ro.log", FILE_ATTRIBUTE_NORMAL), FALSE);
 }
 
 TEST(EventLog, ReportsEveryLineAsInformation) {
@@ -282,11 +266,10 @@ TEST(EventLog, ReportsEveryLineAsInformation) {
     captured_log log;
     {
         const armed_fault fault({.call = "RegisterEventSourceW", .error = 5});
-        EXPECT_EQ(kr_log_set_destination(KR_TEXT("eventlog:tool")), KR_SUCCESS);
-        EXPECT_THAT(log.take(),
-                    ElementsAre("W 01 kr_event_log_init: RegisterEventSource() failed."));
+        EXPECT_EQ(kr_log_set_destination(u"eventlog:tool"), ok);
+        EXPECT_THAT(log.take(), ElementsAre("W 01 kr_event_log_init: RegisterEventSource() failed."));
     }
-    EXPECT_EQ(kr_log_set_destination(KR_TEXT("eventlog:tool")), KR_SUCCESS);
+    EXPECT_EQ(kr_log_set_destination(u"eventlog:tool"), ok);
     kr_log_set_formatting(3);
     kr_log(1, KR_LOG_ERROR, "p", "f", "one");
     {
@@ -296,92 +279,83 @@ TEST(EventLog, ReportsEveryLineAsInformation) {
     say("two");
     const auto events = kr::host::event_log();
     ASSERT_EQ(events.size(), 2u);
-    EXPECT_EQ(events[0].source, KR_TEXT("tool"));
+    EXPECT_EQ(events[0].source, u"tool");
     EXPECT_EQ(events[0].type, EVENTLOG_INFORMATION_TYPE);
     EXPECT_EQ(events[0].category, 0);
     EXPECT_EQ(events[0].id, 0x40001230u);
-    EXPECT_THAT(events[0].strings, ElementsAre(KR_TEXT(""), KR_TEXT("E: one\n")));
-    EXPECT_THAT(events[1].strings, ElementsAre(KR_TEXT(""), KR_TEXT("I: two\n")));
+    EXPECT_THAT(events[0].strings, ElementsAre(u"", u"E: one\n"));
+    EXPECT_THAT(events[1].strings, ElementsAre(u"", u"I: two\n"));
 
     // Outside a line the failures are heard.
     kr_log_destination source = log_main_slot.get();
     captured_log outer;
-    event_log_do_log(nullptr, KR_TEXT("x"), 0);
+    event_log_do_log(nullptr, u"x", 0);
     EXPECT_EQ(event_log_uninit(nullptr), kr_result_from_win32(6));
-    EXPECT_THAT(outer.take(),
-                ElementsAre(testing::StartsWith("W 01 event_log_do_log: ReportEvent() failed. "
-                                                "Result is 0x00000006 ("),
-                            testing::StartsWith("W 01 event_log_uninit: DeregisterEventSource() "
-                                                "failed. Result is 0x00000006 (")));
-    EXPECT_EQ(source.close(source.context), KR_SUCCESS);
+    EXPECT_THAT(outer.take(), ElementsAre(StartsWith("W 01 event_log_do_log: ReportEvent() failed. "
+                                                     "Result is 0x00000006 ("),
+                                          StartsWith("W 01 event_log_uninit: DeregisterEventSource() "
+                                                     "failed. Result is 0x00000006 (")));
+    EXPECT_EQ(source.close(source.context), ok);
 }
 
 TEST(LogModule, StartsWritesAndStops) {
     const world_guard world;
     std::vector<std::u16string> shown;
-    kr::host::set_debug_sink([&](kr::host::debug_source /*source*/, std::u16string_view text) {
-        shown.emplace_back(text);
-    });
+    kr::host::set_debug_sink(
+        [&](kr::host::debug_source /*source*/, std::u16string_view text) { shown.emplace_back(text); });
     kr::host::stop_clock(noon_ticks, 0);
     for (u32 round = 0; round < 2; ++round) {
-        kr_log_register_module(KR_TEXT("windbg"));
+        kr_log_register_module(u"windbg");
         kr_log_register_module(nullptr);
-        ASSERT_EQ(kr_init(), KR_SUCCESS);
+        ASSERT_EQ(kr_init(), ok);
         EXPECT_EQ(kr_log_category_masks[KR_LOG_MAIN].load(), 7u);
-        EXPECT_EQ(kr_log_module_init(), kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR));
-        ASSERT_EQ(kr_log_thread_register("main"), KR_SUCCESS);
+        EXPECT_EQ(kr_log_module_init(), unexpected);
+        ASSERT_EQ(kr_log_thread_register("main"), ok);
         kr_log(2, KR_LOG_FORCED, "loadprobe", "wmain", "hello");
         kr_fini();
         EXPECT_FALSE(log_main_slot.is_set());
     }
     ASSERT_EQ(shown.size(), 2u);
-    EXPECT_TRUE(shown[0].starts_with(KR_TEXT("240229 12:34:56.000.001; loadprobe:main    :")));
-    EXPECT_TRUE(shown[0].ends_with(KR_TEXT("; F(02); hello; wmain()\n")));
-    kr_log_register_module(KR_TEXT("stdout"));
-    EXPECT_EQ(kr_log_thread_register("x"), kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR));
+    EXPECT_TRUE(shown[0].starts_with(u"240229 12:34:56.000.001; loadprobe:main    :"));
+    EXPECT_TRUE(shown[0].ends_with(u"; F(02); hello; wmain()\n"));
+    kr_log_register_module(u"stdout");
+    EXPECT_EQ(kr_log_thread_register("x"), unexpected);
 }
 
 TEST(LogModule, FailsWithoutMemoryForItsList) {
     const world_guard world;
-    const kr::test::failing_allocator allocator(1);
-    EXPECT_EQ(kr_log_module_init(), kr_result_make_error(KR_OUT_OF_MEMORY));
+    const failing_allocator allocator(1);
+    EXPECT_EQ(kr_log_module_init(), out_of_memory);
     EXPECT_FALSE(log_main_slot.is_set());
-    EXPECT_EQ(kr_log_module_init(), KR_SUCCESS);
-    EXPECT_EQ(kr_log_module_uninit(), KR_SUCCESS);
+    EXPECT_EQ(kr_log_module_init(), ok);
+    EXPECT_EQ(kr_log_module_uninit(), ok);
 }
 
 TEST(LogCore, SurvivesAKillWithEveryLineThatReturned) {
     const world_guard world;
-    const file_log log(KR_TEXT("C:\\killed.log"));
+    const file_log log(u"C:\\killed.log");
     int pipe_ends[2];
     ASSERT_EQ(::pipe(pipe_ends), 0);
     const pid_t child = ::fork();
     if (child == 0) {
         for (u32 i = 0;; ++i) {
             kr_log(1, KR_LOG_INFO, "p", "f", "line %u", i);
-            if (::write(pipe_ends[1], &i, sizeof(i)) != sizeof(i)) {
-                ::_exit(1);
-            }
+            if (::write(pipe_ends[1], &i, sizeof(i)) != sizeof(i)) { ::_exit(1); }
         }
     }
     ASSERT_GT(child, 0);
     ::close(pipe_ends[1]);
     u32 returned = 0;
-    while (returned < 500 && ::read(pipe_ends[0], &returned, sizeof(returned)) > 0) {
-    }
+    while (returned < 500 && ::read(pipe_ends[0], &returned, sizeof(returned)) > 0) {}
     ASSERT_EQ(::kill(child, SIGKILL), 0);
     u32 last = returned;
-    while (::read(pipe_ends[0], &last, sizeof(last)) > 0) {
-        returned = last;
-    }
+    while (::read(pipe_ends[0], &last, sizeof(last)) > 0) { returned = last; }
     ::close(pipe_ends[0]);
     int status = 0;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFSIGNALED(status));
     std::string expected;
-    for (u32 i = 0; i <= returned; ++i) {
-        expected += "I: line " + std::to_string(i) + "\r\n";
-    }
+    for (u32 i = 0; i <= returned; ++i) { expected += "I: line " + std::to_string(i) + "\r\n"; }
     EXPECT_GE(returned, 500u);
     EXPECT_TRUE(log.text().starts_with(expected));
 }

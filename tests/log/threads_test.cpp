@@ -3,19 +3,11 @@
 #include <atomic>
 #include <map>
 #include <regex>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include <gmock/gmock.h>
-
-#include "log/core.h"
-#include "log/slots.h"
 #include "support/captured_log.h"
 
 namespace {
-
-using kr::test::captured_log;
 
 constexpr u32 writers = 4;
 constexpr u32 lines_each = 1'000;
@@ -37,14 +29,14 @@ void change_everything(const std::atomic<u32>& running) {
 }
 
 TEST(LogThreads, EveryLineIsWholeAndInOrder) {
-    captured_log log;
+    kr::test::captured_log log;
     kr::detail::log_main_slot.set_no_timestamps(0);
     std::atomic<u32> running = writers;
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (u32 id = 0; id < writers; ++id) {
         threads.emplace_back([&, id] {
-            const char name[] = {'w', static_cast<char>('0' + id), '\0'};
-            EXPECT_EQ(kr_log_thread_register(name), KR_SUCCESS);
+            EXPECT_EQ(kr_log_thread_register(std::string{'w', static_cast<char>('0' + id)}.c_str()),
+                      KR_SUCCESS);
             for (u32 i = 0; i < lines_each; ++i) {
                 kr_log(1, KR_LOG_INFO, "probe", "writer", "%u %u", id, i);
                 if (i % 100 == 0) {
@@ -57,17 +49,14 @@ TEST(LogThreads, EveryLineIsWholeAndInOrder) {
         });
     }
     threads.emplace_back([&] { change_everything(running); });
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    threads.clear();
     kr_log_filter_enable(0);
     kr_log_set_profile_threshold(0);
 
     // Either layout, as the mode follows the masks.
     const std::regex stamped("(\\d{6} [\\d:]{8}\\.\\d{3})\\.(\\d{3,}); (.*\n)");
-    const std::regex form(
-        "   probe:w(\\d)      :[0-9A-F]{8}; I\\(01\\); \\1 (\\d+); writer\\(\\)\n|"
-        "I\\(01\\); writer\\(\\); (\\d+) (\\d+); probe:w\\3      :[0-9A-F]{8}\n");
+    const std::regex form("   probe:w(\\d)      :[0-9A-F]{8}; I\\(01\\); \\1 (\\d+); writer\\(\\)\n|"
+                          "I\\(01\\); writer\\(\\); (\\d+) (\\d+); probe:w\\3      :[0-9A-F]{8}\n");
     std::map<int, int> next;
     std::string stamp;
     int sequence = 0;

@@ -2,17 +2,13 @@
 /// happens to the file behind the registry when something goes wrong.
 #include "platform/host/fault.h"
 #include "platform/host/world.h"
-#include "platform/platform.h"
+#include "support/system.h"
 
 #include <csignal>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <string>
 #include <sys/resource.h>
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -21,8 +17,8 @@ namespace fs = std::filesystem;
 
 const std::string header = "Windows Registry Editor Version 5.00\n";
 
-std::span<const u8> bytes_of(std::string_view text) {
-    return {reinterpret_cast<const u8*>(text.data()), text.size()};
+u32 import(std::string_view text, std::string* problem = nullptr) {
+    return import_reg({reinterpret_cast<const u8*>(text.data()), text.size()}, problem);
 }
 
 /// The registry's text without its byte-order mark, in UTF-8 with LF alone.
@@ -48,13 +44,11 @@ protected:
 };
 
 TEST_F(RegText, ReadsWhatPeopleAndExportsWrite) {
-    struct row {
+    const struct {
         int line;
         const char* text;
         const char* written;
-    };
-    const std::string key = "\n[HKEY_CURRENT_USER\\k]\n";
-    const row rows[] = {
+    } rows[] = {
         {__LINE__, R"(  @ = "" ; note)", R"(@="")"},
         {__LINE__, R"("q\"b\\s"="C:\\dir\\\"x\"")", R"("q\"b\\s"="C:\\dir\\\"x\"")"},
         {__LINE__, R"("a"="x\ny")", R"("a"=hex(1):78,00,0a,00,79,00,00,00)"},
@@ -69,34 +63,33 @@ TEST_F(RegText, ReadsWhatPeopleAndExportsWrite) {
         {__LINE__, "\"a\"=\"1\"\n\"A\"=-\n\"b\"=\"3\"", R"("b"="3")"},
         {__LINE__, "\"\xC3\xA4\xF0\x9F\x98\x80\"=\"\"", "\"\xC3\xA4\xF0\x9F\x98\x80\"=\"\""},
     };
-    for (const row& r : rows) {
+    const std::string key = header + "\n[HKEY_CURRENT_USER\\k]\n";
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
-        const std::string text = header + key + r.text + "\n";
+        const std::string text = key + r.text + "\n";
         for (const std::string& encoded : {text, "\xEF\xBB\xBF" + text, utf16_bytes(text)}) {
             reset_registry();
             std::string problem;
-            EXPECT_EQ(import_reg(bytes_of(encoded), &problem), 0u) << problem;
-            EXPECT_EQ(exported(), header + key + r.written + "\n\n");
+            EXPECT_EQ(import(encoded, &problem), 0u) << problem;
+            EXPECT_EQ(exported(), key + r.written + "\n\n");
         }
     }
-}
-
-TEST_F(RegText, ReadsTheOldFormInItsCodePage) {
-    const std::string text = "REGEDIT4\r\n[HKEY_CURRENT_USER\\k]\r\n\"\xE4\"=\"\x80\"\r\n"
-                             "\"x\"=hex(2):61,80,00\r\n";
-    EXPECT_EQ(import_reg(bytes_of(text), nullptr), 0u);
-    EXPECT_EQ(exported(), header + "\n[HKEY_CURRENT_USER\\k]\n\"\xC3\xA4\"=\"\xE2\x82\xAC\"\n"
-                                   "\"x\"=hex(2):61,00,ac,20,00,00\n\n");
+    reset_registry(); // the old form in its code page
+    EXPECT_EQ(import("REGEDIT4\r\n[HKEY_CURRENT_USER\\k]\r\n\"\xE4\"=\"\x80\"\r\n\"x\"=hex(2):61,80,00\r\n"),
+              0u);
+    EXPECT_EQ(exported(), key + "\"\xC3\xA4\"=\"\xE2\x82\xAC\"\n\"x\"=hex(2):61,00,ac,20,00,00\n\n");
 }
 
 TEST_F(RegText, KeysAreMadeDeletedAndWrittenInOrder) {
-    const std::string text = header + "[HKEY_LOCAL_MACHINE\\S\\b]\n[hkey_local_machine\\s\\A ]x]\n"
-                                      "@=\"v\"\n[HKEY_LOCAL_MACHINE\\S\\c\\d]\n"
-                                      "[-HKEY_LOCAL_MACHINE\\s\\C]\n[-HKEY_CURRENT_USER\\none]\n";
     std::string problem;
-    EXPECT_EQ(import_reg(bytes_of(text), &problem), 0u) << problem;
-    EXPECT_EQ(exported(), header + "\n[HKEY_LOCAL_MACHINE\\S]\n\n[HKEY_LOCAL_MACHINE\\S\\A ]x]\n"
-                                   "@=\"v\"\n\n[HKEY_LOCAL_MACHINE\\S\\b]\n\n");
+    EXPECT_EQ(import(header + "[HKEY_LOCAL_MACHINE\\S\\b]\n[hkey_local_machine\\s\\A ]x]\n@=\"v\"\n"
+                              "[HKEY_LOCAL_MACHINE\\S\\c\\d]\n[-HKEY_LOCAL_MACHINE\\s\\C]\n"
+                              "[-HKEY_CURRENT_USER\\none]\n",
+                     &problem),
+              0u)
+        << problem;
+    EXPECT_EQ(exported(), header + "\n[HKEY_LOCAL_MACHINE\\S]\n\n[HKEY_LOCAL_MACHINE\\S\\A ]x]\n@=\"v\"\n\n"
+                                   "[HKEY_LOCAL_MACHINE\\S\\b]\n\n");
 }
 
 TEST_F(RegText, BreaksLongListsLikeTheSystem) {
@@ -104,21 +97,18 @@ TEST_F(RegText, BreaksLongListsLikeTheSystem) {
     ASSERT_EQ(RegSetValueExW(HKEY_CURRENT_USER, u"name", 0, REG_BINARY, data.data(), 60), 0);
     const std::string text = exported();
     std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        EXPECT_LE(line.size(), 80u) << line;
-    }
+    for (std::string line; std::getline(lines, line);) { EXPECT_LE(line.size(), 80u) << line; }
     reset_registry();
-    EXPECT_EQ(import_reg(bytes_of(utf16_bytes(text)), nullptr), 0u);
+    EXPECT_EQ(import(utf16_bytes(text)), 0u);
     EXPECT_EQ(exported(), text);
 }
 
 TEST_F(RegText, SaysWhereATextIsBrokenAndChangesNothing) {
-    struct row {
+    const struct {
         int line;
         const char* text;
         const char* problem;
-    };
-    const row rows[] = {
+    } rows[] = {
         {__LINE__, "@=\"x\" y", "3: text after the end of a value"},
         {__LINE__, "[HKEY_CURRENT_USER\\k", "3: a key without its closing bracket"},
         {__LINE__, "[HKEY_USERS\\k]", "3: an unknown root key"},
@@ -137,21 +127,20 @@ TEST_F(RegText, SaysWhereATextIsBrokenAndChangesNothing) {
         {__LINE__, "nonsense", "3: neither a key nor a value"},
     };
     const std::string before = header + "\n[HKEY_CURRENT_USER\\k]\n@=\"kept\"\n\n";
-    ASSERT_EQ(import_reg(bytes_of(before), nullptr), 0u);
-    for (const row& r : rows) {
+    ASSERT_EQ(import(before), 0u);
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         std::string problem;
         // The good line before the broken one is not carried out either.
-        const std::string text = header + "[HKEY_CURRENT_USER\\n]\n" + r.text + "\n";
-        EXPECT_EQ(import_reg(bytes_of(text), &problem), 1009u);
+        EXPECT_EQ(import(header + "[HKEY_CURRENT_USER\\n]\n" + r.text + "\n", &problem), 1009u);
         EXPECT_EQ(problem, std::string("line ") + r.problem);
         EXPECT_EQ(exported(), before);
     }
     const std::string deep = "[HKEY_CURRENT_USER\\" + std::string(256, 'x') + "]\n";
-    for (const std::string& text : {std::string(), std::string("REGEDIT5\n"), header + "@=\"x\"",
-                                    header + deep, header + '\0' + '\n', header + "\xC0\x80",
-                                    "\xFE\xFF" + header, utf16_bytes(header) + "x"}) {
-        EXPECT_EQ(import_reg(bytes_of(text), nullptr), 1009u);
+    for (const std::string& text :
+         {std::string(), std::string("REGEDIT5\n"), header + "@=\"x\"", header + deep, header + '\0' + '\n',
+          header + "\xC0\x80", header + "\xE2\x82", "\xFE\xFF" + header, utf16_bytes(header) + "x"}) {
+        EXPECT_EQ(import(text), 1009u) << text;
         EXPECT_EQ(exported(), before);
     }
 }
@@ -160,31 +149,33 @@ class RegFile : public RegText {
 protected:
     void SetUp() override {
         RegText::SetUp();
-        std::string pattern = (fs::temp_directory_path() / "kr-reg-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        folder = pattern;
-        file = folder / "host.reg";
+        folder = (fs::temp_directory_path() / "kr-reg-XXXXXX").string();
+        ASSERT_NE(mkdtemp(folder.data()), nullptr);
+        file = folder + "/host.reg";
     }
     void TearDown() override {
         RegText::TearDown();
         fs::remove_all(folder);
     }
-    void put(const std::string& text) const { std::ofstream(file, std::ios::binary) << text; }
+    void use(const std::string& text) const {
+        std::ofstream(file, std::ios::binary) << text;
+        reset_registry_to_file(file);
+    }
     [[nodiscard]] std::string got() const {
         std::ifstream in(file, std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
     }
 
-    fs::path folder;
-    fs::path file;
+    std::string folder;
+    std::string file;
 };
 
 TEST_F(RegFile, HoldsEveryChangeForTheNextProcess) {
     reset_registry_to_file(file);
     HKEY key = nullptr;
     ASSERT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, u"SOFTWARE\\Korinth", &key), 0);
-    const DWORD one = 1;
-    ASSERT_EQ(RegSetValueExW(key, u"v", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&one), 4), 0);
+    const BYTE one[4] = {1};
+    ASSERT_EQ(RegSetValueExW(key, u"v", 0, REG_DWORD, one, 4), 0);
     const std::string text = exported();
     reset_registry_to_file(file);
     EXPECT_EQ(exported(), text);
@@ -192,22 +183,21 @@ TEST_F(RegFile, HoldsEveryChangeForTheNextProcess) {
 }
 
 TEST_F(RegFile, ABrokenFileIsReportedAndLeftAlone) {
-    put(header + "[HKEY_CURRENT_USER\\k]\n@=\n");
+    use(header + "[HKEY_CURRENT_USER\\k]\n@=\n");
     const std::string before = got();
-    reset_registry_to_file(file);
     testing::internal::CaptureStderr();
     HKEY key = nullptr;
     EXPECT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, u"k", &key), 1009);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "registry file " + file.string() + ", line 3: an unknown kind of data\n");
+              "registry file " + file + ", line 3: an unknown kind of data\n");
     EXPECT_EQ(RegDeleteTreeW(HKEY_CURRENT_USER, nullptr), 1009);
+    EXPECT_EQ(import(header), 1009u);
     EXPECT_EQ(got(), before);
 }
 
 TEST_F(RegFile, AChangeThatCannotBeSavedIsTakenBack) {
-    put(header + "[HKEY_CURRENT_USER\\k\\leaf]\n[HKEY_CURRENT_USER\\k]\n\"a\"=\"1\"\n\"b\"=\"2\"\n"
-                 "\"c\"=\"3\"\n");
-    reset_registry_to_file(file);
+    use(header +
+        "[HKEY_CURRENT_USER\\k\\leaf]\n[HKEY_CURRENT_USER\\k]\n\"a\"=\"1\"\n\"b\"=\"2\"\n\"c\"=\"3\"\n");
     HKEY key = nullptr;
     HKEY leaf = nullptr;
     ASSERT_EQ(RegOpenKeyW(HKEY_CURRENT_USER, u"k", &key), 0);
@@ -235,8 +225,7 @@ TEST_F(RegFile, AChangeThatCannotBeSavedIsTakenBack) {
     EXPECT_EQ(exported(), header + "\n");
 
     // A full disk shows only when the text is flushed.
-    put(whole);
-    reset_registry_to_file(file);
+    use(whole);
     const auto ignored = signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);

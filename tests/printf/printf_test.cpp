@@ -68,9 +68,7 @@ struct text_row {
 };
 
 void expect_texts(std::initializer_list<text_row> rows) {
-    for (const text_row& row : rows) {
-        EXPECT_EQ(row.text, row.expected) << "line " << row.line;
-    }
+    for (const text_row& row : rows) { EXPECT_EQ(row.text, row.expected) << "line " << row.line; }
 }
 
 // Every conversion that the C library shares is held against it by the fuzz target.
@@ -89,8 +87,7 @@ TEST(Engine, FormatsNumbers) {
         {__LINE__, text("%llX|%08X", 0xFEDCBA9876543210u, 0xF1C), "FEDCBA9876543210|00000F1C"},
         {__LINE__, text("%_b|%_h|%_H|%_h|%09_h", 7, 10, 255, 0x1234, 1), "7|0a|FF|1234|01"},
         {__LINE__, text("%5_b|%ll_b", 7, 7), "    7|7"},
-        {__LINE__, text("%ll_u|%06ll_u|%h_u", u64{1} << 40, u64{42}, -1),
-         "1099511627776|000042|4294967295"},
+        {__LINE__, text("%ll_u|%06ll_u|%h_u", u64{1} << 40, u64{42}, -1), "1099511627776|000042|4294967295"},
         {__LINE__, text("%h_x|%l_X|%ll_X|%z_x", 0xAB, 0xAB, u64{0xAB}, u64{0xAB}),
          "00ab|000000AB|00000000000000AB|00000000000000ab"},
         {__LINE__, text("%9h_x|%h_x", 0xAB, 0x12345), "00ab|12345"},
@@ -118,9 +115,7 @@ TEST(Engine, FormatsTheLibrarysValues) {
     const kr_result success = KR_SUCCESS;
     const kr_result invalid = KR_RESULT_INVALID;
     KRGUID guid{};
-    for (u8 i = 0; i < KR_GUID_BYTES; ++i) {
-        guid.bytes[i] = static_cast<u8>(i * 0x11);
-    }
+    for (u8 i = 0; i < KR_GUID_BYTES; ++i) { guid.bytes[i] = static_cast<u8>(i * 0x11); }
     const void* pointer = reinterpret_cast<const void*>(0x7FF6A1B2C3D4);
     const void* null = nullptr;
     expect_texts({
@@ -132,8 +127,7 @@ TEST(Engine, FormatsTheLibrarysValues) {
         {__LINE__, text("Result is %_r (%_z)", &failure, &failure),
          "Result is 0x82000002 (error \"Out of memory\" from \"Unknown source\")"},
         {__LINE__, text("%h_z!%_z", &failure, &invalid), "Out of memory!Invalid result value"},
-        {__LINE__, text("%_k|%_k|%_k", 0xC0A80001, 0, 0xFFFFFFFF),
-         "192.168.0.1|0.0.0.0|255.255.255.255"},
+        {__LINE__, text("%_k|%_k|%_k", 0xC0A80001, 0, 0xFFFFFFFF), "192.168.0.1|0.0.0.0|255.255.255.255"},
         {__LINE__, text("%_g|%_g%d", &guid, null, 5), "00112233445566778899AABBCCDDEEFF|(null)5"},
         {__LINE__, text("%_z", null), "8200000C"},
     });
@@ -141,9 +135,8 @@ TEST(Engine, FormatsTheLibrarysValues) {
 
 TEST(Engine, TakesEveryArgumentFromItsOwnSlot) {
     const kr_result result = 0x82000002;
-    EXPECT_EQ(text("%d %llu %s %c %_s %lld %x %_r %hu %p %d %_k %ll_u %s %d", -1, u64{2}, "three",
-                   '4', KR_TEXT("five"), i64{-6}, 7, &result, 9, nullptr, 11, 0x01020304, u64{13},
-                   "fourteen", 15),
+    EXPECT_EQ(text("%d %llu %s %c %_s %lld %x %_r %hu %p %d %_k %ll_u %s %d", -1, u64{2}, "three", '4',
+                   KR_TEXT("five"), i64{-6}, 7, &result, 9, nullptr, 11, 0x01020304, u64{13}, "fourteen", 15),
               "-1 2 three 4 five -6 7 0x82000002 9 0x0000000000000000 11 1.2.3.4 13 fourteen 15");
 }
 
@@ -159,13 +152,11 @@ TEST(Engine, RefusesDefectiveFormats) {
 
 TEST(Engine, LeavesWhatWasWrittenBeforeAFailure) {
     guarded_buffer<kr_char> buffer(11);
-    EXPECT_EQ(kr_printf_format2(buffer.data(), buffer.size_bytes(), nullptr, "x%s",
-                                "a text of twenty ch."),
+    EXPECT_EQ(kr_printf_format2(buffer.data(), buffer.size_bytes(), nullptr, "x%s", "a text of twenty ch."),
               too_small);
     EXPECT_EQ(buffer[0], 'x');
     EXPECT_TRUE(buffer.untouched(1));
-    EXPECT_EQ(kr_printf_format2(buffer.data(), buffer.size_bytes(), nullptr, "%10u%5s", 7, "12"),
-              too_small);
+    EXPECT_EQ(kr_printf_format2(buffer.data(), buffer.size_bytes(), nullptr, "%10u%5s", 7, "12"), too_small);
     EXPECT_EQ(std::string(buffer.data(), buffer.data() + 11), "         7 ");
     EXPECT_EQ(kr_printf_format2(buffer.data(), 8, nullptr, "abcd"), too_small);
     EXPECT_EQ(std::string(buffer.data(), buffer.data() + 4), "abc ");
@@ -187,8 +178,7 @@ TEST(Engine, StringFormatLeavesTheEmptyStringOnFailure) {
 
 TEST(Engine, WidensBytesAsSignedCharacters) {
     kr_char out[16];
-    ASSERT_EQ(kr_string_format(out, sizeof(out), "\xE9%s%c\x7F%s", "\xE9", 0xE9, "12345\x80"),
-              KR_SUCCESS);
+    ASSERT_EQ(kr_string_format(out, sizeof(out), "\xE9%s%c\x7F%s", "\xE9", 0xE9, "12345\x80"), KR_SUCCESS);
     EXPECT_EQ(std::u16string(out, out + 10), u"\xFFE9\xFFE9\xFFE9\x007F"
                                              u"12345\xFF80");
 }

@@ -72,9 +72,7 @@ TEST(EngineLog, WarnsOfEveryFailure) {
         {__LINE__, warnings(log, 1, ""), driver + "Buffer too small."},
     };
     // clang-format on
-    for (const row& r : rows) {
-        EXPECT_EQ(r.lines, r.expected) << "line " << r.line;
-    }
+    for (const row& r : rows) { EXPECT_EQ(r.lines, r.expected) << "line " << r.line; }
     EXPECT_TRUE(kr_result_failed(write_into(99, "%q")));
     EXPECT_THAT(log.take(), ElementsAre("W 05 kr_printf_format: Unknown type Result is 0x82000079 "
                                         "(error \"printf format string syntax error\" from "
@@ -95,36 +93,33 @@ TEST(EngineLog, TracesEveryStepWhenAsked) {
     captured_log log(0);
     log.set_mask(KR_LOG_PRINTF, KR_LOG_CALL | KR_LOG_DEBUG);
     ASSERT_EQ(write_into(64, "x%05d", -42), KR_SUCCESS);
-    EXPECT_EQ(steps(log),
-              "C2: Enter () / C..: Enter () / "
-              "C....parse_flags: Enter () / Dparse_flags: Flag leading zeroes / "
-              "C....parse_flags: Return () / "
-              "C....parse_width: Enter () / Dparse_width: Width set to 5 / "
-              "C....parse_width: Return () / "
-              "C....parse_precision: Enter () / C....parse_precision: Return () / "
-              "C....parse_size_mod: Enter () / C....parse_size_mod: Return () / "
-              "C....sint: Enter (buffer_left = 62) / Dsint: signed decimal int -42 / "
-              "Dsint: Negative value / Dsint: Updating required size 12. / "
-              "Dsint: Negative with leading zeroes. / Dsint: Padding with '0' / "
-              "Dsint: Padding with '0' / C....sint: Return () / C..: Return () / C2: Return ()");
+    EXPECT_EQ(steps(log), "C2: Enter () / C..: Enter () / "
+                          "C....parse_flags: Enter () / Dparse_flags: Flag leading zeroes / "
+                          "C....parse_flags: Return () / "
+                          "C....parse_width: Enter () / Dparse_width: Width set to 5 / "
+                          "C....parse_width: Return () / "
+                          "C....parse_precision: Enter () / C....parse_precision: Return () / "
+                          "C....parse_size_mod: Enter () / C....parse_size_mod: Return () / "
+                          "C....sint: Enter (buffer_left = 62) / Dsint: signed decimal int -42 / "
+                          "Dsint: Negative value / Dsint: Updating required size 12. / "
+                          "Dsint: Negative with leading zeroes. / Dsint: Padding with '0' / "
+                          "Dsint: Padding with '0' / C....sint: Return () / C..: Return () / C2: Return ()");
 
     log.set_mask(KR_LOG_PRINTF, KR_LOG_DEBUG);
     ASSERT_EQ(write_into(64, "%#6lx|%s|%c", 255, "ab", 'z'), KR_SUCCESS);
-    EXPECT_EQ(steps(log),
-              "Dparse_flags: Flag alternate form / Dparse_width: Width set to 6 / "
-              "Dparse_size_mod: Size modifier set to LONG / Duint: unsigned long int 255 / "
-              "Duint_internal: Width required = 4 / Duint_internal: Required size = 12 / "
-              "Duint_internal: Padding with ' ' / Duint_internal: Padding with ' ' / "
-              "Dstring: ASCIIZ string \"ab\" / Dstring: Updating required size 18. / "
-              "Dchar: char 'z' / Dchar: Updating required size 22.");
+    EXPECT_EQ(steps(log), "Dparse_flags: Flag alternate form / Dparse_width: Width set to 6 / "
+                          "Dparse_size_mod: Size modifier set to LONG / Duint: unsigned long int 255 / "
+                          "Duint_internal: Width required = 4 / Duint_internal: Required size = 12 / "
+                          "Duint_internal: Padding with ' ' / Duint_internal: Padding with ' ' / "
+                          "Dstring: ASCIIZ string \"ab\" / Dstring: Updating required size 18. / "
+                          "Dchar: char 'z' / Dchar: Updating required size 22.");
 
     // The octets of an address count each for itself, behind whatever they stand.
     ASSERT_EQ(write_into(64, "at %_k", 0x0A00FF01), KR_SUCCESS);
-    EXPECT_EQ(steps(log),
-              "Duint_internal: Width required = 2 / Duint_internal: Required size = 4 / "
-              "Duint_internal: Width required = 1 / Duint_internal: Required size = 2 / "
-              "Duint_internal: Width required = 3 / Duint_internal: Required size = 6 / "
-              "Duint_internal: Width required = 1 / Duint_internal: Required size = 2");
+    EXPECT_EQ(steps(log), "Duint_internal: Width required = 2 / Duint_internal: Required size = 4 / "
+                          "Duint_internal: Width required = 1 / Duint_internal: Required size = 2 / "
+                          "Duint_internal: Width required = 3 / Duint_internal: Required size = 6 / "
+                          "Duint_internal: Width required = 1 / Duint_internal: Required size = 2");
 
     log.set_mask(KR_LOG_PRINTF, KR_LOG_CALL);
     kr_char out[4];
@@ -163,8 +158,8 @@ TEST(Conversions, CountInBothModesAndMoveTheCursorOnlyWhenWriting) {
     kr_char* cursor = out;
     size_t required = 10;
     const auto put = [&](u32 radix, u32 flags, u32 width, size_t buffer_left, u64 value) {
-        return kr_printf_format_uint_internal(radix, kr_printf_digits_lower, flags, width, 0, 0,
-                                              &cursor, buffer_left, value, &required);
+        return kr_printf_format_uint_internal(radix, kr_printf_digits_lower, flags, width, 0, 0, &cursor,
+                                              buffer_left, value, &required);
     };
     EXPECT_EQ(put(16, KR_PRINTF_FLAG_ALTERNATE, 6, sizeof(out), 0xAB), KR_SUCCESS);
     EXPECT_EQ(std::string(out, cursor), "  0xab");
@@ -175,13 +170,10 @@ TEST(Conversions, CountInBothModesAndMoveTheCursorOnlyWhenWriting) {
     EXPECT_EQ(put(10, 0, 5, 8, 123), 0x82000021u);
     EXPECT_EQ(required, 38u);
     EXPECT_EQ(cursor, out + 9);
-    for (const u32 radix : {0u, 1u, 17u}) {
-        EXPECT_EQ(put(radix, 0, 0, 8, 1), 0x8200000Cu);
-    }
+    for (const u32 radix : {0u, 1u, 17u}) { EXPECT_EQ(put(radix, 0, 0, 8, 1), 0x8200000Cu); }
     const auto take_all = [&](va_list* args) {
         kr_char* none = nullptr;
-        EXPECT_EQ(kr_printf_format_uint(10, kr_printf_digits_lower, 0, 0, 0, 4, &none, 0, args,
-                                        &required),
+        EXPECT_EQ(kr_printf_format_uint(10, kr_printf_digits_lower, 0, 0, 0, 4, &none, 0, args, &required),
                   0x82000022u);
         EXPECT_EQ(kr_printf_format_sint(0, 0, 0, 9, &none, 0, args, &required), 0x82000022u);
         EXPECT_EQ(kr_printf_format_sint(0, 0, 0, 3, &none, 0, args, &required), KR_SUCCESS);
@@ -195,8 +187,7 @@ TEST(Conversions, CountInBothModesAndMoveTheCursorOnlyWhenWriting) {
     };
     required = 0;
     // Two refused size modifiers take nothing, then 11 + 5 + 2 + 18 + 6 + 7 + 1 characters.
-    EXPECT_EQ(with_list(&take_all, i64{-1234567890}, "abc", KR_TEXT("de"), nullptr, nullptr,
-                        0x01020304, 'x'),
+    EXPECT_EQ(with_list(&take_all, i64{-1234567890}, "abc", KR_TEXT("de"), nullptr, nullptr, 0x01020304, 'x'),
               KR_SUCCESS);
     EXPECT_EQ(required, 100u);
 }

@@ -1,16 +1,14 @@
 /// The probe from start to exit code on the stand-in, with every call that it makes failed once:
 /// what it says, in which order it cleans up, what it leaves behind.
-#include <gmock/gmock.h>
-
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <optional>
 #include <regex>
-#include <string>
-#include <vector>
 
-#include "driver_service.h"
+#include <gmock/gmock.h>
+
 #include "log/log.h"
 #include "log/log_module.h"
 #include "log/module.h"
@@ -28,8 +26,7 @@ using kr::host::call_recorder;
 
 constexpr const kr_char* driver_path = KR_TEXT("C:\\Windows\\System32\\drivers\\krdummy.sys");
 
-/// What the calls of the clean-up are called in the rows; the stop and the verdict's key among
-/// them.
+/// What the calls of the clean-up, with the stop and the verdict's key, are called in the rows.
 const std::map<std::string, std::string> cleanup_names = {
     {"CloseHandle C:\\Windows\\System32\\drivers\\krdummy.sys", "file"},
     {"ControlService service krdummy", "stop"},
@@ -112,9 +109,8 @@ protected:
         kr_fini();
         for (const kr::host::call_record& call : done.calls) {
             const auto name = cleanup_names.find(call.name + " " + call.argument);
-            if (name != cleanup_names.end()) {
-                done.cleanup += (done.cleanup.empty() ? "" : " ") + name->second;
-            }
+            if (name == cleanup_names.end()) { continue; }
+            done.cleanup += (done.cleanup.empty() ? "" : " ") + name->second;
         }
         std::ifstream file(kr::host::native_path(driver_path), std::ios::binary | std::ios::ate);
         done.file_size = file ? static_cast<i64>(file.tellg()) : -1;
@@ -127,49 +123,37 @@ protected:
     static std::string message_of(const std::string& line) {
         static const std::regex form(".*([A-Z])\\(02\\); (.*); ([^;]*)\\(\\)\n");
         std::smatch parts;
-        return std::regex_match(line, parts, form)
-                   ? parts.str(1) + " " + parts.str(3) + ": " + parts.str(2)
-                   : "unreadable: " + line;
+        return std::regex_match(line, parts, form) ? parts.str(1) + " " + parts.str(3) + ": " + parts.str(2)
+                                                   : "unreadable: " + line;
     }
 
     static std::optional<u32> stored_verdict() {
         HKEY key = nullptr;
-        if (RegOpenKeyW(HKEY_LOCAL_MACHINE, KR_TEXT("SOFTWARE\\Korinth"), &key) != ERROR_SUCCESS) {
+        if (RegOpenKeyW(HKEY_LOCAL_MACHINE, u"SOFTWARE\\Korinth", &key) != ERROR_SUCCESS) {
             return std::nullopt;
         }
-        DWORD value = 0;
-        DWORD type = 0;
-        DWORD size_bytes = sizeof(value);
-        const LSTATUS status =
-            RegQueryValueExW(key, KR_TEXT("driver_signature_supported"), nullptr, &type,
-                             reinterpret_cast<BYTE*>(&value), &size_bytes);
+        DWORD value = 0, type = 0, size_bytes = sizeof(value);
+        const LSTATUS status = RegQueryValueExW(key, u"driver_signature_supported", nullptr, &type,
+                                                reinterpret_cast<BYTE*>(&value), &size_bytes);
         RegCloseKey(key);
-        if (status != ERROR_SUCCESS || type != REG_DWORD || size_bytes != sizeof(value)) {
-            return std::nullopt;
-        }
-        return value;
+        const bool is_whole = status == ERROR_SUCCESS && type == REG_DWORD && size_bytes == sizeof(value);
+        return is_whole ? std::optional<u32>(value) : std::nullopt;
     }
 
     std::vector<u8> image_;
 };
 
-const std::string no_driver =
-    "W wmain: Unable to extract the embedded test driver, cannot check if this system supports "
-    "driver signatures";
-const std::string compatible =
-    "F wmain: Successfully loaded test driver, will mark system as compatible";
-const std::string incompatible =
-    "F wmain: Unable to load the test driver, will mark system as incompatible";
-const std::string set_value = "F kr::store_system_support_for_driver_signature: Set registry DWORD "
-                              "value HKLM\\SOFTWARE\\Korinth\\driver_signature_supported to ";
-const std::string set_1 = set_value + "1";
-const std::string set_0 = set_value + "0";
-
+const std::string no_driver = "W wmain: Unable to extract the embedded test driver, cannot check if this "
+                              "system supports driver signatures";
+const std::string compatible = "F wmain: Successfully loaded test driver, will mark system as compatible";
+const std::string incompatible = "F wmain: Unable to load the test driver, will mark system as incompatible";
+const std::string store = " kr::store_system_support_for_driver_signature: ";
+const std::string set_value =
+    "F" + store + "Set registry DWORD value HKLM\\SOFTWARE\\Korinth\\driver_signature_supported to ";
+const std::string set_1 = set_value + "1", set_0 = set_value + "0";
 const std::string not_stored = "W wmain: Unable to store system compatibility";
-const std::string extract = "W kr::extract_embedded_driver: ";
-const std::string load = "W kr::load_driver: ";
+const std::string extract = "W kr::extract_embedded_driver: ", load = "W kr::load_driver: ";
 const std::string not_supported = load + "This system doesn't support our driver signatures";
-const std::string store = "W kr::store_system_support_for_driver_signature: ";
 const std::string path = "C:\\Windows\\System32\\drivers\\krdummy.sys";
 
 constexpr const char* whole_cleanup = "file stop delete service manager key erase";
@@ -218,9 +202,9 @@ const fault_row fault_rows[] = {
     {__LINE__, {"DeleteService", 5}, {0, whole_cleanup, loaded.messages, 1, -1, {u"krdummy"}}},
     {__LINE__, {"CloseServiceHandle", 6, 2}, loaded},
     {__LINE__, {"RegCreateKeyExW", 5}, {1, "file stop delete service manager erase", stores_nothing},
-     store + "Unable to create kr key 'SOFTWARE\\Korinth', error code = 5"},
+     "W" + store + "Unable to create kr key 'SOFTWARE\\Korinth', error code = 5"},
     {__LINE__, {"RegSetValueExW", 1018}, {1, whole_cleanup, stores_nothing},
-     store + "Unable to store value 'driver_signature_supported' in key 'SOFTWARE\\Korinth', error code = 1018"},
+     "W" + store + "Unable to store value 'driver_signature_supported' in key 'SOFTWARE\\Korinth', error code = 1018"},
     {__LINE__, {"RegCloseKey", 6}, loaded},
     {__LINE__, {"DeleteFileW", 5}, {0, whole_cleanup, loaded.messages, 1, whole}},
 };
@@ -241,12 +225,8 @@ TEST_F(ProbeFault, TheTableKnowsEveryCall) {
     EXPECT_EQ(done.driver, "driver krdummy loaded\ndriver krdummy unloaded\n");
     // A file that cannot be closed cannot be told from one that can.
     std::vector<std::string> known = {"CloseHandle"};
-    for (const fault_row& row : fault_rows) {
-        known.emplace_back(row.plan.call);
-    }
-    for (const kr::host::call_record& call : done.calls) {
-        EXPECT_THAT(known, testing::Contains(call.name));
-    }
+    for (const fault_row& row : fault_rows) { known.emplace_back(row.plan.call); }
+    for (const kr::host::call_record& call : done.calls) { EXPECT_THAT(known, testing::Contains(call.name)); }
 }
 
 // Without the warning bit failures are silent, yet the notices of level F come.
@@ -267,41 +247,57 @@ TEST_F(ProbeFault, WarningsObeyTheMaskAndNoticesDoNot) {
 
 TEST_F(ProbeFault, ALeftoverServiceIsNotTouched) {
     const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
-    CloseServiceHandle(
-        CreateServiceW(manager, KR_TEXT("KRDUMMY"), KR_TEXT("old"), SERVICE_ALL_ACCESS,
-                       SERVICE_KERNEL_DRIVER, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
-                       KR_TEXT("C:\\old.sys"), nullptr, nullptr, nullptr, nullptr, nullptr));
+    CloseServiceHandle(CreateServiceW(manager, KR_TEXT("KRDUMMY"), KR_TEXT("old"), SERVICE_ALL_ACCESS,
+                                      SERVICE_KERNEL_DRIVER, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
+                                      KR_TEXT("C:\\old.sys"), nullptr, nullptr, nullptr, nullptr, nullptr));
     CloseServiceHandle(manager);
     ending end = no_service;
     end.services = {u"KRDUMMY"};
-    expect_ending(run([] { return 0; }), end,
-                  load + "Unable to create driver service, error code = 1073");
+    expect_ending(run([] { return 0; }), end, load + "Unable to create driver service, error code = 1073");
 }
 
+// One number of the good image is broken in each row; the last two are cut and refused by policy.
 TEST_F(ProbeFault, TheImageDecides) {
-    const std::vector<u8> text(21160, u8{'x'});
-    std::vector<u8> unsigned_image = image_;
-    const u32 header = pe_image(image_).header();
-    std::fill_n(unsigned_image.begin() + header + 24 + 112 + 4 * 8, 8, u8{0});
+    const pe_image good(image_);
+    const u32 pe = good.header(), optional_header = pe + 24, security = optional_header + 112 + 4 * 8;
+    const u32 entry = good.directory(4).start, size = static_cast<u32>(image_.size());
     const struct {
         int line;
-        std::vector<u8> image;
-        bool refuse;
-        std::string message;
+        u32 offset;
+        u16 number;
+        const char* why = "This system doesn't support our driver signatures";
+        u32 kept_bytes = 0xFFFFFFFF;
+        bool refuse = false;
     } rows[] = {
-        {__LINE__, text, false, load + "Unable to start the driver, error code = 193"},
-        {__LINE__, unsigned_image, false, not_supported},
-        {__LINE__, image_, true, not_supported},
+        {__LINE__, 0, 0x4D5A, "Unable to start the driver, error code = 193"},
+        {__LINE__, 0x3C, 0xFFFF, "Unable to start the driver, error code = 193"},
+        {__LINE__, pe + 4, 0x014C, "Unable to start the driver, error code = 193"},
+        {__LINE__, optional_header, 0x10B, "Unable to start the driver, error code = 193"},
+        {__LINE__, optional_header + 68, 3, "Unable to start the driver, error code = 193"},
+        {__LINE__, optional_header + 108, 4},
+        {__LINE__, security, static_cast<u16>(entry + 1)},
+        {__LINE__, security, 0},
+        {__LINE__, security + 4, 0},
+        {__LINE__, security + 4, static_cast<u16>(size - entry + 1)},
+        {__LINE__, entry, static_cast<u16>(size - entry + 1)},
+        {__LINE__, entry + 4, 0x0100},
+        {__LINE__, entry + 6, 1},
+        {__LINE__, pe, 0x4550, "This system doesn't support our driver signatures", security},
+        {__LINE__, pe, 0x4550, "Unable to start the driver, error code = 193", 1},
+        {__LINE__, pe, 0x4550, "This system doesn't support our driver signatures", 0xFFFFFFFF, true},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << "line " << row.line);
+        SCOPED_TRACE(row.line);
         SetUp();
-        embed(row.image);
+        std::vector<u8> image = image_;
+        std::memcpy(&image[row.offset], &row.number, sizeof(row.number));
+        image.resize(std::min(size, row.kept_bytes));
+        embed(image);
         kr::host::refuse_drivers(row.refuse);
         // A longer file of an earlier run gives way.
         std::ofstream(kr::host::native_path(driver_path)) << std::string(50000, 'o');
         const outcome done = run([] { return 0; });
-        expect_ending(done, not_started, row.message);
+        expect_ending(done, not_started, load + row.why);
         EXPECT_EQ(done.driver, "");
     }
 }

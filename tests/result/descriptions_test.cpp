@@ -106,8 +106,8 @@ TEST(Win32Message, IsTheSystemsText) {
     constexpr u32 file_not_found = 2;
     constexpr u32 no_such_number = 0xFFFE;
     kr_char expected[256];
-    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK,
-                                        nullptr, file_not_found, 0x0400, expected, 256, nullptr);
+    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK, nullptr,
+                                        file_not_found, 0x0400, expected, 256, nullptr);
     ASSERT_GT(length, 0u);
     const size_t needed = (length + 1) * sizeof(kr_char);
 
@@ -119,8 +119,7 @@ TEST(Win32Message, IsTheSystemsText) {
     size = needed - 2;
     EXPECT_EQ(kr_get_result_code_description(0x84000002, buffer.data(), &size), too_small);
     EXPECT_EQ(size, needed - 2);
-    EXPECT_EQ(kr_get_result_code_description(0x84000000 + no_such_number, buffer.data(), &size),
-              0x82000000u);
+    EXPECT_EQ(kr_get_result_code_description(0x84000000 + no_such_number, buffer.data(), &size), 0x82000000u);
     EXPECT_EQ(size, needed - 2);
 
     size = 1;
@@ -140,8 +139,7 @@ TEST(Win32Message, IsNotFramedWhenItIsLongerThan127Characters) {
             expected = size > 128 * sizeof(kr_char) ? too_small : KR_SUCCESS;
         }
         size_t framed = 0;
-        EXPECT_EQ(kr_get_result_description2(0x84000000 + error, nullptr, &framed), expected)
-            << error;
+        EXPECT_EQ(kr_get_result_description2(0x84000000 + error, nullptr, &framed), expected) << error;
     }
     EXPECT_GT(texts, 10u);
 }

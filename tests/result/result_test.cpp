@@ -36,9 +36,8 @@ TEST(Win32Mapping, LooksUpTheCodeWhateverTheSpace) {
         u32 error;
     };
     constexpr row rows[] = {
-        {__LINE__, 0x0200001F, 0},          {__LINE__, 0x84000057, 0x57},
-        {__LINE__, 0x82000002, 160},        {__LINE__, 0x83000071, 1326},
-        {__LINE__, 0x820000D4, 5},          {__LINE__, 0x84000071, 0x71},
+        {__LINE__, 0x0200001F, 0},          {__LINE__, 0x84000057, 0x57}, {__LINE__, 0x82000002, 160},
+        {__LINE__, 0x83000071, 1326},       {__LINE__, 0x820000D4, 5},    {__LINE__, 0x84000071, 0x71},
         {__LINE__, KR_RESULT_INVALID, 160},
     };
     for (const row& r : rows) {

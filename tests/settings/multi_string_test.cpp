@@ -82,8 +82,7 @@ TEST_F(MultiString, ReadsIntoAnArrayOrLeavesIt) {
     const std::string get = "W kr_settings_get_multi_string: Unable to parse multi string ";
     std::string said;
     for (const std::string text : {"a;b\\", "a;b;c\\x"}) {
-        said +=
-            parse + text + "' is not properly escaped.\n" + get + text + " Result is 0x82000003\n";
+        said += parse + text + "' is not properly escaped.\n" + get + text + " Result is 0x82000003\n";
     }
     EXPECT_EQ(kr::test::said(log_, "07"), said);
 }

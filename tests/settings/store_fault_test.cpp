@@ -45,12 +45,8 @@ kr_result items(handle settings) {
     kr_memory_deallocate_hook(out.items);
     return result;
 }
-kr_result remove(handle settings) {
-    return kr_settings_delete_entry(settings, u"e");
-}
-kr_result write(handle settings) {
-    return kr_settings_set_string(settings, u"e", u"");
-}
+kr_result remove(handle settings) { return kr_settings_delete_entry(settings, u"e"); }
+kr_result write(handle settings) { return kr_settings_set_string(settings, u"e", u""); }
 kr_result open(handle) {
     handle domain = nullptr;
     return kr_settings_domain_open(u"krtest", &domain);

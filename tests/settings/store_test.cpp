@@ -66,8 +66,7 @@ TEST_F(SettingsStore, RefusesPathsThatDoNotFit) {
         kr_settings_handle handle = nullptr;
         EXPECT_EQ(kr_settings_domain_open(domain.c_str(), &handle), row.result);
         EXPECT_EQ(kr_settings_domain_exists(domain.c_str()), handle != nullptr ? yes : no);
-        EXPECT_EQ(kr_settings_domain_close(handle),
-                  row.result == KR_SUCCESS ? row.result : generic);
+        EXPECT_EQ(kr_settings_domain_close(handle), row.result == KR_SUCCESS ? row.result : generic);
         EXPECT_EQ(kr_settings_domain_delete(domain.c_str()), row.result);
     }
 }
@@ -111,8 +110,8 @@ TEST_F(SettingsStore, WritesReplacesAndDeletes) {
     const open_settings settings;
     for (const std::string& name : {std::string(), std::string("a;b\\c"), std::string(255, 'n')}) {
         EXPECT_EQ(settings.text(name), "<missing>");
-        for (const std::string& value : {std::string(), std::string(";\\;\\"),
-                                         std::string(16383, 'v'), std::string(100000, ';')}) {
+        for (const std::string& value :
+             {std::string(), std::string(";\\;\\"), std::string(16383, 'v'), std::string(100000, ';')}) {
             settings.plant(name, nullptr);
             settings.plant(name, value.c_str());
             EXPECT_EQ(settings.text(name), value);

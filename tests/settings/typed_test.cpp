@@ -57,9 +57,8 @@ constexpr auto guid = copy<kr_settings_get_guid, kr_settings_set_guid>;
 kr_result boolean(kr_settings_handle settings) {
     u32 read = 7;
     const kr_result result = kr_settings_get_BOOL(settings, KR_TEXT("from"), &read);
-    return kr_result_failed(result)
-               ? result
-               : kr_settings_set_BOOL(settings, KR_TEXT("to"), read == 1 ? -7 : 0);
+    return kr_result_failed(result) ? result
+                                    : kr_settings_set_BOOL(settings, KR_TEXT("to"), read == 1 ? -7 : 0);
 }
 
 class TypedSettings : public testing::Test {
@@ -137,8 +136,7 @@ TEST_F(TypedSettings, CopyOrRefuseAndSaySo) {
         SCOPED_TRACE(row.line);
         settings_.plant("from", row.from);
         (void)kr_settings_delete_entry(settings_, KR_TEXT("to"));
-        EXPECT_EQ(row.copy(settings_),
-                  row.code == succeeded ? KR_SUCCESS : kr_result_make_error(row.code));
+        EXPECT_EQ(row.copy(settings_), row.code == succeeded ? KR_SUCCESS : kr_result_make_error(row.code));
         EXPECT_EQ(settings_.text("to"), row.to == nullptr ? "<missing>" : row.to);
         EXPECT_EQ(kr::test::said(log_, "07"), row.said);
     }
@@ -162,8 +160,7 @@ TEST_F(TypedSettings, MissingEntriesAndOddValues) {
               kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
     EXPECT_EQ(kr_settings_set_INT8(nullptr, KR_TEXT("to"), -1), kr_result_make_error(KR_GENERIC));
     kr_settings_handle group = nullptr;
-    EXPECT_EQ(kr_settings_group_open(nullptr, KR_TEXT("g"), &group),
-              kr_result_make_error(KR_GENERIC));
+    EXPECT_EQ(kr_settings_group_open(nullptr, KR_TEXT("g"), &group), kr_result_make_error(KR_GENERIC));
     EXPECT_EQ(kr::test::said(log_, "07"),
               "W kr_settings_set_ip_subnet: invalid subnet mask\n"
               "W kr_settings_set_signed_int: kr_settings_set_string(name_ptr=to, value=-1) failed. "

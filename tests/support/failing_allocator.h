@@ -3,13 +3,11 @@
 #pragma once
 
 #include <cstdlib>
-#include <cstring>
 #include <mutex>
 #include <unordered_set>
 
-#include <gtest/gtest.h>
-
 #include "base/memory.h"
+#include "support/suite.h"
 
 namespace kr::test {
 
@@ -22,8 +20,7 @@ public:
 
     /// Fails the allocation number `nth`, 1 being the next (0: none), and with repeat::always also
     /// every one after it.
-    explicit failing_allocator(u32 nth = 0, repeat repeated = repeat::once)
-        : nth_(nth), repeated_(repeated) {
+    explicit failing_allocator(u32 nth = 0, repeat repeated = repeat::once) : nth_(nth), repeated_(repeated) {
         EXPECT_EQ(current_, nullptr) << "allocators do not nest";
         current_ = this;
         kr_memory_set_hooks(allocate, deallocate);
@@ -41,10 +38,7 @@ public:
     [[nodiscard]] u32 failures() const { return locked(failures_); }
     /// Size that was asked for last.
     [[nodiscard]] std::size_t last_size() const { return locked(last_size_); }
-    [[nodiscard]] std::size_t live() const {
-        const std::lock_guard guard(lock_);
-        return live_.size();
-    }
+    [[nodiscard]] std::size_t live() const { return locked(live_).size(); }
 
 private:
     template <typename T>
@@ -58,25 +52,23 @@ private:
         const std::lock_guard guard(self.lock_);
         ++self.allocations_;
         self.last_size_ = size;
-        const bool due =
-            self.nth_ != 0 && (self.allocations_ == self.nth_ ||
-                               (self.repeated_ == repeat::always && self.allocations_ > self.nth_));
+        const bool later = self.repeated_ == repeat::always && self.allocations_ > self.nth_;
+        const bool due = self.nth_ != 0 && (self.allocations_ == self.nth_ || later);
         void* const block = due ? nullptr : std::malloc(size == 0 ? 1 : size);
         if (block == nullptr) {
             ++self.failures_;
-            return kr_result_make_error(KR_OUT_OF_MEMORY);
+            return out_of_memory;
         }
         std::memset(block, 0xA5, size);
         self.live_.insert(block);
         *out = block;
-        return KR_SUCCESS;
+        return ok;
     }
 
     static void deallocate(void* ptr) {
-        failing_allocator& self = *current_;
-        const std::lock_guard guard(self.lock_);
+        const std::lock_guard guard(current_->lock_);
         // A block from before the scope came from the runtime heap just the same.
-        self.live_.erase(ptr);
+        current_->live_.erase(ptr);
         std::free(ptr);
     }
 
@@ -98,8 +90,7 @@ private:
 template <typename Operation>
 void sweep_allocations(Operation operation) {
     constexpr u32 limit = 10000;
-    for (const auto repeated :
-         {failing_allocator::repeat::once, failing_allocator::repeat::always}) {
+    for (const auto repeated : {failing_allocator::repeat::once, failing_allocator::repeat::always}) {
         u32 nth = 1;
         for (; nth < limit; ++nth) {
             SCOPED_TRACE("allocation " + std::to_string(nth) + " fails");
@@ -109,7 +100,7 @@ void sweep_allocations(Operation operation) {
                 EXPECT_TRUE(kr_result_succeeded(result)) << std::hex << result;
                 break;
             }
-            EXPECT_EQ(result, kr_result_make_error(KR_OUT_OF_MEMORY)) << std::hex << result;
+            EXPECT_EQ(result, out_of_memory) << std::hex << result;
         }
         EXPECT_GT(nth, 1u) << "the operation allocates nothing";
         EXPECT_LT(nth, limit) << "the sweep does not end";

@@ -2,28 +2,12 @@
 /// On either system it is that system's own registry, below HKEY_LOCAL_MACHINE.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "base/memory.h"
 #include "platform/platform.h"
 #include "settings/store.h"
-#include <gtest/gtest.h>
-
 #include "support/captured_log.h"
 
 namespace kr::test {
-
-using wide = std::basic_string<kr_char>;
-
-/// Latin-1 as UTF-16.
-inline wide widen(const std::string& text) {
-    wide result;
-    for (const char byte : text) {
-        result += static_cast<kr_char>(static_cast<u8>(byte));
-    }
-    return result;
-}
 
 class fresh_registry {
 public:
@@ -33,9 +17,7 @@ public:
     ~fresh_registry() { wipe(); }
 
 private:
-    static void wipe() {
-        RegDeleteTreeW(HKEY_LOCAL_MACHINE, KR_TEXT("SOFTWARE\\Korinth\\tools\\krtest"));
-    }
+    static void wipe() { RegDeleteTreeW(HKEY_LOCAL_MACHINE, KR_TEXT("SOFTWARE\\Korinth\\tools\\krtest")); }
 };
 
 /// The suite's domain, or a group, open for the scope.
@@ -57,30 +39,23 @@ public:
     /// Stores what another program might have left: any type, any bytes. No zeros stand behind
     /// them, where the system looks for a missing terminator.
     void plant(const std::string& name, DWORD type, std::vector<u8> data) const {
-        const std::size_t size_bytes = data.size();
+        const auto size_bytes = static_cast<DWORD>(data.size());
         data.resize(size_bytes + sizeof(kr_char), 0x55);
         RegSetValueExW(reinterpret_cast<HKEY>(handle_), widen(name).c_str(), 0, type, data.data(),
-                       static_cast<DWORD>(size_bytes));
+                       size_bytes);
     }
 
     /// Stores a text, or a number where `text` is null.
     void plant(const std::string& name, const char* text) const {
-        if (text == nullptr) {
-            plant(name, REG_DWORD, {1, 0, 0, 0});
-        } else {
-            EXPECT_EQ(kr_settings_set_string(handle_, widen(name).c_str(), widen(text).c_str()),
-                      KR_SUCCESS);
-        }
+        if (text == nullptr) { return plant(name, REG_DWORD, {1, 0, 0, 0}); }
+        EXPECT_EQ(kr_settings_set_string(handle_, widen(name).c_str(), widen(text).c_str()), ok);
     }
 
     /// The stored text, or "<missing>" or "<failed>".
     [[nodiscard]] std::string text(const std::string& name) const {
         kr_char* stored = nullptr;
-        const kr_result result =
-            kr_settings_get_string_alloc(handle_, widen(name).c_str(), &stored);
-        if (kr_result_failed(result)) {
-            return kr_result_is(result, KR_NOT_FOUND) ? "<missing>" : "<failed>";
-        }
+        const kr_result result = kr_settings_get_string_alloc(handle_, widen(name).c_str(), &stored);
+        if (kr_result_failed(result)) { return result == not_found ? "<missing>" : "<failed>"; }
         std::string copy = utf8(stored);
         kr_memory_deallocate_hook(stored);
         return copy;
@@ -92,17 +67,14 @@ private:
 };
 
 /// The names that one of the two enumerations gives; `result` receives what it returned.
-inline std::vector<std::string> names_of(kr_result (*enumerate)(kr_settings_handle, kr_char***,
-                                                                u32*),
+inline std::vector<std::string> names_of(kr_result (*enumerate)(kr_settings_handle, kr_char***, u32*),
                                          kr_settings_handle settings, kr_result* result) {
     kr_char** names = nullptr;
     u32 count = 0;
     *result = enumerate(settings, &names, &count);
     std::vector<std::string> copy;
     if (kr_result_succeeded(*result)) {
-        for (u32 index = 0; index < count; ++index) {
-            copy.push_back(utf8(names[index]));
-        }
+        for (u32 index = 0; index < count; ++index) { copy.push_back(utf8(names[index])); }
         kr_settings_free_names(names, count);
     }
     return copy;
@@ -114,8 +86,7 @@ inline std::string said(captured_log& log, const char* category) {
     std::string lines;
     for (const std::string& line : log.take()) {
         if (line.compare(2, 2, category) == 0) {
-            const std::size_t description = line.find(" (error ");
-            lines += line.substr(0, 2) + line.substr(5, description - 5) + '\n';
+            lines += line.substr(0, 2) + line.substr(5, line.find(" (error ") - 5) + '\n';
         }
     }
     return lines;

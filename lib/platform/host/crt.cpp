@@ -21,19 +21,6 @@ constexpr Char fold_ascii(Char unit, char first, char last, int distance) {
 
 } // namespace
 
-const WCHAR* wcschr(const WCHAR* text, WCHAR wanted) {
-    for (; *text != wanted; ++text) {
-        if (*text == 0) {
-            return nullptr;
-        }
-    }
-    return text;
-}
-
-WCHAR* wcschr(WCHAR* text, WCHAR wanted) {
-    return const_cast<WCHAR*>(wcschr(static_cast<const WCHAR*>(text), wanted));
-}
-
 int _wcsicmp(const WCHAR* a, const WCHAR* b) {
     return _wcsnicmp(a, b, std::numeric_limits<std::size_t>::max());
 }
@@ -188,38 +175,6 @@ Value number_from_text(const Char* text, Char** end, int base) {
     return static_cast<Value>(negative ? 0 - magnitude : magnitude);
 }
 
-template <typename Char>
-Char* text_from_number(u64 value, bool minus, Char* buffer, int base) {
-    if (base < 2 || base > 36) {
-        *buffer = 0;
-        errno = EINVAL;
-        return buffer;
-    }
-    Char digits[64];
-    std::size_t count = 0;
-    do {
-        digits[count++] = static_cast<Char>(
-            "0123456789abcdefghijklmnopqrstuvwxyz"[value % static_cast<u64>(base)]);
-        value /= static_cast<u64>(base);
-    } while (value != 0);
-    Char* at = buffer;
-    if (minus) {
-        *at++ = '-';
-    }
-    while (count != 0) {
-        *at++ = digits[--count];
-    }
-    *at = 0;
-    return buffer;
-}
-
-template <typename Char>
-Char* signed_text(i64 value, Char* buffer, int base) {
-    const bool minus = base == 10 && value < 0;
-    const u64 bits = static_cast<u64>(value);
-    return text_from_number(minus ? 0 - bits : bits, minus, buffer, base);
-}
-
 } // namespace
 
 LONG wcstol(const WCHAR* text, WCHAR** end, int base) {
@@ -236,26 +191,6 @@ i64 _wcstoi64(const WCHAR* text, WCHAR** end, int base) {
 
 i64 _strtoi64(const char* text, char** end, int base) {
     return number_from_text<i64>(text, end, base);
-}
-
-i64 _wtoi64(const WCHAR* text) {
-    return number_from_text<i64>(text, static_cast<WCHAR**>(nullptr), 10);
-}
-
-i64 _atoi64(const char* text) {
-    return number_from_text<i64>(text, static_cast<char**>(nullptr), 10);
-}
-
-WCHAR* _i64tow(i64 value, WCHAR* buffer, int base) {
-    return signed_text(value, buffer, base);
-}
-
-WCHAR* _ui64tow(u64 value, WCHAR* buffer, int base) {
-    return text_from_number(value, false, buffer, base);
-}
-
-char* _i64toa(i64 value, char* buffer, int base) {
-    return signed_text(value, buffer, base);
 }
 
 int _snprintf(char* buffer, std::size_t room, const char* format, ...) {

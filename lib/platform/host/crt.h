@@ -12,8 +12,6 @@
 #include <cwchar>
 #include <cwctype>
 
-const WCHAR* wcschr(const WCHAR* text, WCHAR wanted);
-WCHAR* wcschr(WCHAR* text, WCHAR wanted);
 /// Letter case of A to Z ignored.
 int _wcsicmp(const WCHAR* a, const WCHAR* b);
 int _wcsnicmp(const WCHAR* a, const WCHAR* b, std::size_t count);
@@ -40,16 +38,6 @@ LONG wcstol(const WCHAR* text, WCHAR** end, int base);
 ULONG wcstoul(const WCHAR* text, WCHAR** end, int base);
 i64 _wcstoi64(const WCHAR* text, WCHAR** end, int base);
 i64 _strtoi64(const char* text, char** end, int base);
-/// Base 10 without an end. Out of range: the nearest limit, errno ERANGE.
-i64 _wtoi64(const WCHAR* text);
-i64 _atoi64(const char* text);
-
-/// Text from number, base 2..36, lower case; only base 10 shows a sign. The buffer holds up to 65
-/// characters. Returns the buffer.
-WCHAR* _i64tow(i64 value, WCHAR* buffer, int base);
-WCHAR* _ui64tow(u64 value, WCHAR* buffer, int base);
-char* _i64toa(i64 value, char* buffer, int base);
-
 /// Formats at most `room` characters. An exact fit has no terminator; a cut text has neither, and
 /// gives -1.
 [[gnu::format(printf, 3, 4)]] int _snprintf(char* buffer, std::size_t room, const char* format,

@@ -71,11 +71,3 @@ inline constexpr DWORD SHGFP_TYPE_CURRENT = 0;
 /// CSIDL_SYSTEM gives `C:\Windows\System32` (made when missing, with its drivers folder) into a
 /// buffer of MAX_PATH characters; E_INVALIDARG for any other folder.
 HRESULT SHGetFolderPathW(HWND owner, int folder, HANDLE token, DWORD flags, WCHAR* path);
-
-inline constexpr UINT CP_UTF8 = 65001;
-inline constexpr DWORD MB_ERR_INVALID_CHARS = 0x08;
-/// UTF-8 (the only code page; 87 else) to UTF-16. A length of -1 means a terminated text and counts
-/// the terminator; a room of 0 measures. A broken sequence becomes U+FFFD, or fails with 1113 when
-/// MB_ERR_INVALID_CHARS is given. Returns characters; 0 with 87, 122 or 1113.
-int MultiByteToWideChar(UINT code_page, DWORD flags, const char* text, int length_bytes,
-                        WCHAR* buffer, int room_chars);

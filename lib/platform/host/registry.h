@@ -44,9 +44,8 @@ LSTATUS RegCreateKeyExW(HKEY parent, const WCHAR* path, DWORD reserved, WCHAR* k
                         HKEY* key, DWORD* disposition);
 /// The same with all rights and no further answers; a null or empty path opens `parent` again.
 LSTATUS RegCreateKeyW(HKEY parent, const WCHAR* path, HKEY* key);
-/// Opens an existing key, 2 when it is missing.
-LSTATUS RegOpenKeyExW(HKEY parent, const WCHAR* path, DWORD options, REGSAM access, HKEY* key);
-/// The same with all rights; a null or empty path gives back `parent` itself, not a new handle.
+/// Opens an existing key with all rights, 2 when it is missing; a null or empty path gives back
+/// `parent` itself, not a new handle.
 LSTATUS RegOpenKeyW(HKEY parent, const WCHAR* path, HKEY* key);
 LSTATUS RegCloseKey(HKEY key);
 /// Deletes one key; 5 while it has subkeys, 2 when it is missing. Handles that are open on it stay
@@ -65,11 +64,9 @@ LSTATUS RegQueryInfoKeyW(HKEY key, WCHAR* key_class, DWORD* class_chars, DWORD* 
 /// The subkey at `index`, subkeys being sorted without regard to case. `room_chars` counts the
 /// terminator. 259 at the end, 234 when the name does not fit.
 LSTATUS RegEnumKeyW(HKEY key, DWORD index, WCHAR* name, DWORD room_chars);
-/// The same; `name_chars` holds the room with the terminator and receives the length without it.
-LSTATUS RegEnumKeyExW(HKEY key, DWORD index, WCHAR* name, DWORD* name_chars, DWORD* reserved,
-                      WCHAR* key_class, DWORD* class_chars, FILETIME* last_write);
 /// The value at `index`, values standing in the order in which they were first set. `name_chars`
-/// as above. 259 at the end, 234 when the name or the data does not fit.
+/// holds the room with the terminator and receives the length without it. 259 at the end, 234 when
+/// the name or the data does not fit.
 LSTATUS RegEnumValueW(HKEY key, DWORD index, WCHAR* name, DWORD* name_chars, DWORD* reserved,
                       DWORD* type, BYTE* data, DWORD* data_bytes);
 /// 2 when it is missing; 234 with the size needed when the data does not fit; null data asks for

@@ -9,17 +9,6 @@ namespace {
 using namespace kr::host;
 using namespace kr::host::detail;
 
-/// The rights that the generic bits stand for.
-REGSAM specific_rights(REGSAM access) {
-    constexpr REGSAM generic_read = 0x80000000;
-    constexpr REGSAM generic_write = 0x40000000;
-    constexpr REGSAM generic_all = 0x10000000;
-    constexpr REGSAM maximum_allowed = 0x02000000;
-    return access | ((access & generic_read) != 0 ? KEY_READ : 0) |
-           ((access & generic_write) != 0 ? KEY_WRITE : 0) |
-           ((access & (generic_all | maximum_allowed)) != 0 ? KEY_ALL_ACCESS : 0);
-}
-
 /// Goes from `key` down the path as far as it leads; `path` keeps what is missing.
 void walk_down(open_key& key, std::u16string_view& path) {
     while (true) {
@@ -52,21 +41,6 @@ LONG find_path(locked_registry& registry, HKEY parent, std::u16string_view& path
     return path.empty() ? LONG{ERROR_SUCCESS} : LONG{ERROR_FILE_NOT_FOUND};
 }
 
-LONG open_path(HKEY parent, const WCHAR* path, REGSAM access, HKEY* opened) {
-    if (opened == nullptr) {
-        return ERROR_INVALID_PARAMETER;
-    }
-    locked_registry registry;
-    open_key key;
-    std::u16string_view rest = view_of(path);
-    if (const LONG status = find_path(registry, parent, rest, &key); status != ERROR_SUCCESS) {
-        return status;
-    }
-    key.access = specific_rights(access);
-    *opened = registry.add_handle(std::move(key));
-    return ERROR_SUCCESS;
-}
-
 LONG create_path(HKEY parent, const WCHAR* given, REGSAM access, HKEY* opened, DWORD* disposition) {
     std::u16string_view path = view_of(given);
     if (opened == nullptr) {
@@ -94,7 +68,7 @@ LONG create_path(HKEY parent, const WCHAR* given, REGSAM access, HKEY* opened, D
             return status;
         }
     }
-    key.access = specific_rights(access);
+    key.access = access;
     *opened = registry.add_handle(std::move(key));
     if (disposition != nullptr) {
         *disposition = creates ? REG_CREATED_NEW_KEY : REG_OPENED_EXISTING_KEY;
@@ -138,24 +112,27 @@ LSTATUS RegCreateKeyW(HKEY parent, const WCHAR* path, HKEY* key) {
     return create_path(parent, path, KEY_ALL_ACCESS, key, nullptr);
 }
 
-LSTATUS RegOpenKeyExW(HKEY parent, const WCHAR* path, DWORD, REGSAM access, HKEY* key) {
-    if (const LONG fault =
-            injected_status("RegOpenKeyExW", [&] { return key_argument(parent, path); })) {
-        return fault;
-    }
-    return open_path(parent, path, access, key);
-}
-
 LSTATUS RegOpenKeyW(HKEY parent, const WCHAR* path, HKEY* key) {
     if (const LONG fault =
             injected_status("RegOpenKeyW", [&] { return key_argument(parent, path); })) {
         return fault;
     }
-    if (view_of(path).empty() && key != nullptr) {
+    if (key == nullptr) {
+        return ERROR_INVALID_PARAMETER;
+    }
+    std::u16string_view rest = view_of(path);
+    if (rest.empty()) {
         *key = parent;
         return ERROR_SUCCESS;
     }
-    return open_path(parent, path, KEY_ALL_ACCESS, key);
+    locked_registry registry;
+    open_key opened;
+    if (const LONG status = find_path(registry, parent, rest, &opened); status != ERROR_SUCCESS) {
+        return status;
+    }
+    opened.access = KEY_ALL_ACCESS;
+    *key = registry.add_handle(std::move(opened));
+    return ERROR_SUCCESS;
 }
 
 LSTATUS RegCloseKey(HKEY key) {
@@ -205,10 +182,13 @@ LSTATUS RegDeleteTreeW(HKEY parent, const WCHAR* path) {
     });
 }
 
-namespace {
-
-LONG give_subkey_name(HKEY key, DWORD index, WCHAR* name, std::size_t room_chars,
-                      DWORD* name_chars) {
+LSTATUS RegEnumKeyW(HKEY key, DWORD index, WCHAR* name, DWORD room_chars) {
+    if (const LONG fault = injected_status("RegEnumKeyW", [&] { return key_argument(key); })) {
+        return fault;
+    }
+    if (name == nullptr) {
+        return ERROR_INVALID_PARAMETER;
+    }
     locked_registry registry;
     open_key opened;
     if (const LONG status = registry.find(key, KEY_ENUMERATE_SUB_KEYS, &opened);
@@ -218,42 +198,5 @@ LONG give_subkey_name(HKEY key, DWORD index, WCHAR* name, std::size_t room_chars
     if (index >= opened.key->subkeys().size()) {
         return ERROR_NO_MORE_ITEMS;
     }
-    const std::u16string& subkey = opened.key->subkeys()[index]->name;
-    const LONG status = give_name(subkey, name, room_chars);
-    if (status == ERROR_SUCCESS) {
-        give(name_chars, subkey.size());
-    }
-    return status;
-}
-
-} // namespace
-
-LSTATUS RegEnumKeyW(HKEY key, DWORD index, WCHAR* name, DWORD room_chars) {
-    if (const LONG fault = injected_status("RegEnumKeyW", [&] { return key_argument(key); })) {
-        return fault;
-    }
-    return name == nullptr ? LONG{ERROR_INVALID_PARAMETER}
-                           : give_subkey_name(key, index, name, room_chars, nullptr);
-}
-
-LSTATUS RegEnumKeyExW(HKEY key, DWORD index, WCHAR* name, DWORD* name_chars, DWORD* reserved,
-                      WCHAR* key_class, DWORD* class_chars, FILETIME* last_write) {
-    if (const LONG fault = injected_status("RegEnumKeyExW", [&] { return key_argument(key); })) {
-        return fault;
-    }
-    if (name == nullptr || name_chars == nullptr || reserved != nullptr ||
-        (key_class != nullptr && class_chars == nullptr)) {
-        return ERROR_INVALID_PARAMETER;
-    }
-    const LONG status = give_subkey_name(key, index, name, *name_chars, name_chars);
-    if (status == ERROR_SUCCESS) {
-        if (key_class != nullptr && *class_chars != 0) {
-            *key_class = 0;
-        }
-        give(class_chars, 0);
-        if (last_write != nullptr) {
-            *last_write = {};
-        }
-    }
-    return status;
+    return give_name(opened.key->subkeys()[index]->name, name, room_chars);
 }

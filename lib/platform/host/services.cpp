@@ -189,21 +189,6 @@ SC_HANDLE CreateServiceW(SC_HANDLE manager, const WCHAR* name, const WCHAR* disp
     return new_handle(created, access);
 }
 
-SC_HANDLE OpenServiceW(SC_HANDLE manager, const WCHAR* name, DWORD access) {
-    if (detail::injected_failure("OpenServiceW", [&] { return name_argument(name); }) ||
-        open_as(manager, true, 0) == nullptr) {
-        return nullptr;
-    }
-    const std::lock_guard hold(table().lock);
-    for (const auto& each : table().services) {
-        if (name != nullptr && detail::equal_folded(each->name, name)) {
-            return new_handle(each, access);
-        }
-    }
-    return refuse(name != nullptr && is_service_name(name) ? ERROR_SERVICE_DOES_NOT_EXIST
-                                                           : ERROR_INVALID_NAME);
-}
-
 BOOL StartServiceW(SC_HANDLE service_to_start, DWORD, const WCHAR**) {
     if (detail::injected_failure("StartServiceW",
                                  [&] { return handle_argument(service_to_start); })) {
@@ -244,20 +229,6 @@ BOOL ControlService(SC_HANDLE service_to_stop, DWORD control, SERVICE_STATUS* st
     table().drop_if_done(opened->target);
     hold.unlock();
     debug_print_kernel(u"driver " + target.name + u" unloaded\n");
-    return TRUE;
-}
-
-BOOL QueryServiceStatus(SC_HANDLE service_to_query, SERVICE_STATUS* status) {
-    if (detail::injected_failure("QueryServiceStatus",
-                                 [&] { return handle_argument(service_to_query); })) {
-        return FALSE;
-    }
-    const auto opened = open_as(service_to_query, false, SERVICE_QUERY_STATUS);
-    if (opened == nullptr) {
-        return FALSE;
-    }
-    const std::lock_guard hold(table().lock);
-    *status = status_of(*opened->target);
     return TRUE;
 }
 

@@ -41,15 +41,12 @@ SC_HANDLE CreateServiceW(SC_HANDLE manager, const WCHAR* name, const WCHAR* disp
                          DWORD access, DWORD type, DWORD start_type, DWORD error_control,
                          const WCHAR* image_path, const WCHAR* load_group, DWORD* tag,
                          const WCHAR* dependencies, const WCHAR* account, const WCHAR* password);
-/// Null with 1060 when there is none.
-SC_HANDLE OpenServiceW(SC_HANDLE manager, const WCHAR* name, DWORD access);
 /// Loads the driver's image: 1056 when running, 2 or 3 when the image is missing, 193 when it is
 /// not a PE32+ image for x86-64 of the native subsystem, 577 when it carries no signature block or
 /// the policy refuses it.
 BOOL StartServiceW(SC_HANDLE service, DWORD argument_count, const WCHAR** arguments);
 /// SERVICE_CONTROL_STOP only: 1062 when the service is stopped.
 BOOL ControlService(SC_HANDLE service, DWORD control, SERVICE_STATUS* status);
-BOOL QueryServiceStatus(SC_HANDLE service, SERVICE_STATUS* status);
 /// Marks the service; it goes when the last handle is closed and it is stopped. 1072 the second
 /// time. Any of the calls gives 6 for a handle of the wrong kind, 5 when it lacks the right.
 BOOL DeleteService(SC_HANDLE service);

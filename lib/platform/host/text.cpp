@@ -2,8 +2,6 @@
 /// helpers.
 #include "platform/host/text.h"
 
-#include "platform/host/files.h"
-#include "platform/host/intercept.h"
 #include "platform/host/world.h"
 
 #include <cstring>
@@ -123,31 +121,3 @@ std::u16string to_utf16(std::string_view text) {
 }
 
 } // namespace kr::host
-
-int MultiByteToWideChar(UINT code_page, DWORD flags, const char* text, int length_bytes,
-                        WCHAR* buffer, int room_chars) {
-    using namespace kr::host::detail;
-    if (injected_failure("MultiByteToWideChar")) {
-        return 0;
-    }
-    if (code_page != CP_UTF8 || text == nullptr || length_bytes == 0 || length_bytes < -1 ||
-        room_chars < 0 || (room_chars > 0 && buffer == nullptr)) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return 0;
-    }
-    const std::size_t taken =
-        length_bytes == -1 ? std::strlen(text) + 1 : static_cast<std::size_t>(length_bytes);
-    std::u16string out;
-    if (!decode_utf8({text, taken}, out) && (flags & MB_ERR_INVALID_CHARS) != 0) {
-        SetLastError(ERROR_NO_UNICODE_TRANSLATION);
-        return 0;
-    }
-    if (room_chars > 0 && out.size() > static_cast<std::size_t>(room_chars)) {
-        SetLastError(ERROR_INSUFFICIENT_BUFFER);
-        return 0;
-    }
-    if (room_chars > 0) {
-        out.copy(buffer, out.size());
-    }
-    return static_cast<int>(out.size());
-}
