@@ -3,20 +3,16 @@
 
 #include <cstdio>
 
-constinit const kr_product_record kr_product = {"package_program", KR_TEXT("tools"),
-                                                KR_TEXT("Korinth")};
+constinit const kr_product_record kr_product = {"package_program", KR_TEXT("tools"), KR_TEXT("Korinth")};
 
 namespace {
 
 bool keep_and_read(u32* interval) {
     kr_settings_handle settings{};
-    if (kr_result_failed(kr_settings_domain_open(KR_TEXT("package_program"), &settings))) {
-        return false;
-    }
-    const bool read =
-        !kr_result_failed(kr_settings_set_UINT32(settings, KR_TEXT("interval"), 250)) &&
-        !kr_result_failed(kr_settings_get_UINT32(settings, KR_TEXT("interval"), interval)) &&
-        !kr_result_failed(kr_settings_delete_entry(settings, KR_TEXT("interval")));
+    if (kr_result_failed(kr_settings_domain_open(KR_TEXT("package_program"), &settings))) { return false; }
+    const bool read = !kr_result_failed(kr_settings_set_UINT32(settings, KR_TEXT("interval"), 250)) &&
+                      !kr_result_failed(kr_settings_get_UINT32(settings, KR_TEXT("interval"), interval)) &&
+                      !kr_result_failed(kr_settings_delete_entry(settings, KR_TEXT("interval")));
     kr_settings_domain_close(settings);
     return read;
 }
@@ -25,9 +21,7 @@ bool keep_and_read(u32* interval) {
 
 int main() {
     kr_log_register_module(KR_TEXT("stdout"));
-    if (kr_result_failed(kr_init())) {
-        return 1;
-    }
+    if (kr_result_failed(kr_init())) { return 1; }
     KR_LOG(KR_LOG_MAIN, KR_LOG_INFO, "%d of %u done", -1, 7U);
 
     u32 interval = 0;
