@@ -1,12 +1,6 @@
 /// Wide strings: the vector walks against the plain ones, and each operation's results.
 #include "base/wide_string.h"
 
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "base/wide_scan.h"
 #include "platform/platform.h"
 #include "support/failing_allocator.h"
@@ -14,15 +8,10 @@
 
 namespace {
 
-using kr::test::byte_count;
-using kr::test::guarded_buffer;
-using text = std::basic_string<kr_char>;
+using namespace kr::test;
 namespace plain = kr::detail::plain;
 namespace vectors = kr::detail::vectors;
 
-const kr_result success = KR_SUCCESS;
-const kr_result invalid = 0x8200000C;
-const kr_result too_small = 0x82000021;
 const kr_result less = 0x02000098;
 const kr_result equal = 0x02000099;
 const kr_result greater = 0x02000097;
@@ -125,7 +114,7 @@ TEST(WideCompare, OrdersByUnitsAndStopsAtTheTerminator) {
 }
 
 // Literals with the terminator spelled out, as text of known size.
-#define SIZED(literal) text(KR_TEXT(literal), sizeof(literal) - 1)
+#define SIZED(literal) wide(KR_TEXT(literal), sizeof(literal) - 1)
 
 TEST(WideCopy, BoundedFormsRefuseOrFillAsTheirRulesSay) {
     struct row {
@@ -136,29 +125,29 @@ TEST(WideCopy, BoundedFormsRefuseOrFillAsTheirRulesSay) {
         const kr_char* src;
         kr_result result;
         /// Expected content, by size: it need not hold a terminator.
-        text after;
+        wide after;
     };
     constexpr auto copy = kr_string_copy_s;
     constexpr auto cat = kr_string_cat_s;
     constexpr auto copy_generic = kr_string_copy_s_generic;
     constexpr auto cat_generic = kr_string_cat_s_generic;
     const row rows[] = {
-        {__LINE__, copy, KR_TEXT("zz"), 4, KR_TEXT("abc"), success, SIZED("abc\0")},
+        {__LINE__, copy, KR_TEXT("zz"), 4, KR_TEXT("abc"), ok, SIZED("abc\0")},
         {__LINE__, copy, KR_TEXT("zz"), 3, KR_TEXT("abc"), too_small, SIZED("\0")},
         {__LINE__, copy, KR_TEXT("zz"), 3, nullptr, invalid, SIZED("\0")},
-        {__LINE__, copy, KR_TEXT("z"), 1, KR_TEXT(""), success, SIZED("\0")},
+        {__LINE__, copy, KR_TEXT("z"), 1, KR_TEXT(""), ok, SIZED("\0")},
         {__LINE__, copy, KR_TEXT(""), 0, KR_TEXT("a"), invalid, SIZED("")},
-        {__LINE__, cat, KR_TEXT("ab"), 5, KR_TEXT("cd"), success, SIZED("abcd\0")},
+        {__LINE__, cat, KR_TEXT("ab"), 5, KR_TEXT("cd"), ok, SIZED("abcd\0")},
         {__LINE__, cat, KR_TEXT("ab"), 4, KR_TEXT("cd"), too_small, SIZED("\0b")},
-        {__LINE__, cat, KR_TEXT("ab"), 3, KR_TEXT(""), success, SIZED("ab\0")},
+        {__LINE__, cat, KR_TEXT("ab"), 3, KR_TEXT(""), ok, SIZED("ab\0")},
         {__LINE__, cat, KR_TEXT("abc"), 3, KR_TEXT(""), invalid, SIZED("\0bc")},
         {__LINE__, cat, KR_TEXT("ab"), 3, nullptr, invalid, SIZED("\0b")},
         {__LINE__, cat, KR_TEXT(""), 0, KR_TEXT(""), invalid, SIZED("")},
         // The generic forms fill the target without a terminator.
-        {__LINE__, copy_generic, KR_TEXT("zz"), 4, KR_TEXT("abc"), success, SIZED("abc\0")},
+        {__LINE__, copy_generic, KR_TEXT("zz"), 4, KR_TEXT("abc"), ok, SIZED("abc\0")},
         {__LINE__, copy_generic, KR_TEXT("zz"), 3, KR_TEXT("abc"), too_small, SIZED("abc")},
         {__LINE__, copy_generic, KR_TEXT(""), 0, KR_TEXT("a"), invalid, SIZED("")},
-        {__LINE__, cat_generic, KR_TEXT("ab"), 5, KR_TEXT("cd"), success, SIZED("abcd\0")},
+        {__LINE__, cat_generic, KR_TEXT("ab"), 5, KR_TEXT("cd"), ok, SIZED("abcd\0")},
         {__LINE__, cat_generic, KR_TEXT("ab"), 4, KR_TEXT("cd"), too_small, SIZED("abcd")},
         {__LINE__, cat_generic, KR_TEXT("abc"), 3, KR_TEXT(""), too_small, SIZED("abc")},
         {__LINE__, cat_generic, KR_TEXT(""), 0, KR_TEXT(""), invalid, SIZED("")},
@@ -166,16 +155,16 @@ TEST(WideCopy, BoundedFormsRefuseOrFillAsTheirRulesSay) {
     for (const row& r : rows) {
         SCOPED_TRACE(r.line);
         guarded_buffer<kr_char> dst(r.size);
-        std::copy_n(r.before, std::min<u64>(text(r.before).size() + 1, r.size), dst.data());
+        std::copy_n(r.before, std::min<u64>(wide(r.before).size() + 1, r.size), dst.data());
         EXPECT_EQ(r.write(dst.data(), r.size, r.src), r.result);
-        EXPECT_EQ(text(dst.data(), r.after.size()), r.after);
+        EXPECT_EQ(wide(dst.data(), r.after.size()), r.after);
     }
     EXPECT_EQ(copy(nullptr, 4, KR_TEXT("a")), invalid);
     EXPECT_EQ(cat(nullptr, 4, KR_TEXT("a")), invalid);
 }
 
 TEST(WideCopy, CutsToWhatFitsForEverySizeInBytes) {
-    const text src = KR_TEXT("abcd");
+    const wide src = KR_TEXT("abcd");
     for (size_t bytes = 0; bytes <= 12; ++bytes) {
         SCOPED_TRACE(bytes);
         guarded_buffer<kr_char> dst(byte_count{bytes});
@@ -184,7 +173,7 @@ TEST(WideCopy, CutsToWhatFitsForEverySizeInBytes) {
             EXPECT_TRUE(dst.untouched());
         } else {
             const size_t kept = std::min<size_t>(bytes / 2 - 1, 4);
-            EXPECT_EQ(text(dst.data()), src.substr(0, kept));
+            EXPECT_EQ(wide(dst.data()), src.substr(0, kept));
             EXPECT_TRUE(dst.untouched(kept + 1));
         }
     }
@@ -196,7 +185,7 @@ TEST(WideCopy, UnboundedFormsWriteTheTerminatorAndNoMore) {
         kr_string_copy(dst.data(), KR_TEXT("ab"));
         EXPECT_TRUE(dst.untouched(3));
         append(dst.data(), KR_TEXT("cde"));
-        EXPECT_EQ(text(dst.data()), KR_TEXT("abcde"));
+        EXPECT_EQ(wide(dst.data()), KR_TEXT("abcde"));
     }
 }
 
@@ -248,7 +237,7 @@ TEST(WideSearch, FindsTheRightOccurrence) {
 }
 
 TEST(WideSearch, MeasuresAndFolds) {
-    for (const text& s : {text(), text(KR_TEXT("abc"))}) {
+    for (const wide& s : {wide(), wide(KR_TEXT("abc"))}) {
         const u64 bytes = s.size() * 2;
         EXPECT_EQ(kr_string_length(s.c_str()), s.size());
         EXPECT_EQ(kr_string_bytesize(s.c_str()), bytes + 2);
@@ -258,7 +247,7 @@ TEST(WideSearch, MeasuresAndFolds) {
     }
     kr_char mixed[] = KR_TEXT("AZ[az@");
     EXPECT_EQ(kr_string_to_lower(mixed), mixed);
-    EXPECT_EQ(text(mixed), KR_TEXT("az[az@"));
+    EXPECT_EQ(wide(mixed), KR_TEXT("az[az@"));
     EXPECT_EQ(kr_string_to_lower(nullptr), nullptr);
 }
 
@@ -279,18 +268,18 @@ TEST(WideBuffers, HoldExactlyTheTextAndLeakNothing) {
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
-        kr::test::sweep_allocations([&] {
+        sweep_allocations([&] {
             kr_char* made = nullptr;
             const kr_result result = r.make(&made);
             EXPECT_EQ(made != nullptr, kr_result_succeeded(result));
-            EXPECT_EQ(text(made == nullptr ? r.expected : made), r.expected);
+            EXPECT_EQ(wide(made == nullptr ? r.expected : made), r.expected);
             kr_memory_deallocate_hook(made);
             return result;
         });
     }
-    const kr::test::failing_allocator allocator;
+    const failing_allocator allocator;
     kr_char* made = nullptr;
-    EXPECT_EQ(kr_string_dup(&made, a), success);
+    EXPECT_EQ(kr_string_dup(&made, a), ok);
     EXPECT_EQ(allocator.last_size(), 6u);
     kr_memory_deallocate_hook(made);
     EXPECT_EQ(kr_string_dup_n(&made, a, UINT64_MAX / 2), 0x82000002u);
@@ -300,14 +289,14 @@ TEST(WideBuffers, HoldExactlyTheTextAndLeakNothing) {
 }
 
 TEST(StringModule, InstallsTheNarrowFunctions) {
-    ASSERT_EQ(kr_string_module()->init(), success);
+    ASSERT_EQ(kr_string_module()->init(), ok);
     const auto& [copy, length] = kr_string_functions;
     EXPECT_EQ(length(""), 0u);
     EXPECT_EQ(length("\x80z"), 2u);
     guarded_buffer<char> dst(3);
     EXPECT_EQ(copy(dst.data(), 3, "abcd"), too_small);
     EXPECT_EQ(std::string(dst.data(), 3), "abc");
-    EXPECT_EQ(copy(dst.data(), 3, "xy"), success);
+    EXPECT_EQ(copy(dst.data(), 3, "xy"), ok);
     EXPECT_STREQ(dst.data(), "xy");
     EXPECT_EQ(copy(dst.data(), 0, "xy"), invalid);
 }

@@ -2,23 +2,21 @@
 /// change.
 #include "settings/multi_string.h"
 
-#include <gmock/gmock.h>
-
 #include "base/array_string.h"
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 
 namespace {
 
+using namespace kr::test;
 using items = std::vector<std::string>;
 
 constexpr const kr_char* entry = KR_TEXT("entry");
-const kr_result broken = kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
 
 struct string_array {
     explicit string_array(const items& content) {
         for (const std::string& item : content) {
-            EXPECT_EQ(kr_array_string_add(&array, kr::test::widen(item).c_str()), KR_SUCCESS);
+            EXPECT_EQ(kr_array_string_add(&array, widen(item).c_str()), ok);
         }
     }
     string_array(const string_array&) = delete;
@@ -30,9 +28,7 @@ struct string_array {
 
     [[nodiscard]] items content() const {
         items copy;
-        for (u32 index = 0; index < array.count; ++index) {
-            copy.push_back(kr::test::utf8(array.items[index]));
-        }
+        for (u32 index = 0; index < array.count; ++index) { copy.push_back(utf8(array.items[index])); }
         return copy;
     }
 
@@ -41,9 +37,9 @@ struct string_array {
 
 class MultiString : public testing::Test {
 protected:
-    kr::test::captured_log log_;
-    kr::test::fresh_registry registry_;
-    kr::test::open_settings settings_;
+    captured_log log_;
+    fresh_registry registry_;
+    open_settings settings_;
 };
 
 TEST_F(MultiString, ReadsIntoAnArrayOrLeavesIt) {
@@ -67,51 +63,48 @@ TEST_F(MultiString, ReadsIntoAnArrayOrLeavesIt) {
         settings_.plant("entry", row.text);
         string_array read(before);
         const kr_result result = kr_settings_get_multi_string(settings_, entry, &read.array);
-        EXPECT_EQ(result, row.stored_again == nullptr ? broken : KR_SUCCESS);
+        EXPECT_EQ(result, row.stored_again == nullptr ? unexpected : ok);
         items expected = before;
         expected.insert(expected.end(), row.added.begin(), row.added.end());
         EXPECT_EQ(read.content(), expected);
-        if (row.stored_again != nullptr) {
-            EXPECT_EQ(kr::test::said(log_, "07"), "");
-            const string_array added(row.added);
-            EXPECT_EQ(kr_settings_set_multi_string(settings_, entry, &added.array), KR_SUCCESS);
-            EXPECT_EQ(settings_.text("entry"), row.stored_again);
-        }
+        if (row.stored_again == nullptr) { continue; }
+        EXPECT_EQ(said(log_, "07"), "");
+        const string_array added(row.added);
+        EXPECT_EQ(kr_settings_set_multi_string(settings_, entry, &added.array), ok);
+        EXPECT_EQ(settings_.text("entry"), row.stored_again);
     }
     const std::string parse = "W kr_settings_parse_multi_string: Parsing error. String '";
     const std::string get = "W kr_settings_get_multi_string: Unable to parse multi string ";
-    std::string said;
+    std::string lines;
     for (const std::string text : {"a;b\\", "a;b;c\\x"}) {
-        said += parse + text + "' is not properly escaped.\n" + get + text + " Result is 0x82000003\n";
+        lines += parse + text + "' is not properly escaped.\n" + get + text + " Result is 0x82000003\n";
     }
-    EXPECT_EQ(kr::test::said(log_, "07"), said);
+    EXPECT_EQ(said(log_, "07"), lines);
 }
 
 TEST_F(MultiString, RefusesWhatIsNotThere) {
     string_array read({"p"});
-    EXPECT_EQ(kr_settings_get_multi_string(settings_, entry, &read.array),
-              kr_result_make_error(KR_NOT_FOUND));
+    EXPECT_EQ(kr_settings_get_multi_string(settings_, entry, &read.array), not_found);
     EXPECT_EQ(read.content(), items{"p"});
-    EXPECT_EQ(kr::test::said(log_, "07"), "");
+    EXPECT_EQ(said(log_, "07"), "");
     kr_char* null_item = nullptr;
-    const kr_array_string invalid = {1, 1, &null_item};
-    EXPECT_EQ(kr_settings_set_multi_string(settings_, entry, &invalid),
-              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+    const kr_array_string holed = {1, 1, &null_item};
+    EXPECT_EQ(kr_settings_set_multi_string(settings_, entry, &holed), invalid);
     EXPECT_EQ(settings_.text("entry"), "<missing>");
 }
 
 TEST_F(MultiString, LeavesNothingBehindWhenMemoryRunsOut) {
     const string_array source(items(12, "a;b\\c"));
     kr_char* text = nullptr;
-    kr::test::sweep_allocations([&] {
+    sweep_allocations([&] {
         kr_char* out = nullptr;
         const kr_result result = kr_settings_compose_multi_string(&source.array, &out);
         EXPECT_EQ(out != nullptr, kr_result_succeeded(result));
         kr_memory_deallocate_hook(out);
         return result;
     });
-    ASSERT_EQ(kr_settings_compose_multi_string(&source.array, &text), KR_SUCCESS);
-    kr::test::sweep_allocations([&] {
+    ASSERT_EQ(kr_settings_compose_multi_string(&source.array, &text), ok);
+    sweep_allocations([&] {
         string_array read({});
         const kr_result result = kr_settings_parse_multi_string(text, &read.array);
         EXPECT_EQ(read.array.count, kr_result_succeeded(result) ? 12u : 0u);

@@ -1,6 +1,4 @@
 /// The settings when the registry or the memory fails, call by call.
-#include <gtest/gtest.h>
-
 #include "base/array_string.h"
 #include "platform/host/fault.h"
 #include "settings/multi_string.h"
@@ -11,6 +9,7 @@
 
 namespace {
 
+using namespace kr::test;
 using handle = kr_settings_handle;
 
 kr_result text(handle settings) {
@@ -27,7 +26,7 @@ kr_result fixed(handle settings) {
 template <auto Enumerate>
 kr_result list(handle settings) {
     kr_result result = 0;
-    const bool empty = kr::test::names_of(Enumerate, settings, &result).empty();
+    const bool empty = names_of(Enumerate, settings, &result).empty();
     EXPECT_EQ(empty, kr_result_failed(result));
     return result;
 }
@@ -57,12 +56,12 @@ protected:
     SettingsFaults() {
         for (const char* name : {"e", "f", "longer"}) {
             settings_.plant(name, "text");
-            const kr::test::open_settings group(settings_, name);
+            const open_settings group(settings_, name);
         }
     }
 
-    kr::test::fresh_registry registry_;
-    kr::test::open_settings settings_;
+    fresh_registry registry_;
+    open_settings settings_;
 };
 
 TEST_F(SettingsFaults, MapTheSystemsErrors) {
@@ -71,28 +70,28 @@ TEST_F(SettingsFaults, MapTheSystemsErrors) {
         kr_result (*run)(handle);
         const char* call;
         u32 error, nth;
-        u16 code;
+        kr_result result;
     } rows[] = {
-        {__LINE__, text, "RegQueryValueExW", 5, 1, KR_GENERIC},
-        {__LINE__, text, "RegQueryValueExW", 2, 1, KR_NOT_FOUND},
-        {__LINE__, text, "RegQueryValueExW", 234, 2, KR_GENERIC},
-        {__LINE__, text, "RegQueryValueExW", 2, 2, KR_GENERIC},
-        {__LINE__, fixed, "RegQueryValueExW", 234, 2, KR_GENERIC},
-        {__LINE__, groups, "RegQueryInfoKeyW", 1018, 1, KR_GENERIC},
-        {__LINE__, groups, "RegEnumKeyW", 259, 3, KR_GENERIC},
-        {__LINE__, groups, "RegEnumKeyW", 234, 2, KR_GENERIC},
-        {__LINE__, entries, "RegQueryInfoKeyW", 1018, 1, KR_GENERIC},
-        {__LINE__, entries, "RegEnumValueW", 259, 3, KR_GENERIC},
-        {__LINE__, entries, "RegEnumValueW", 234, 2, KR_GENERIC},
-        {__LINE__, remove, "RegDeleteValueW", 5, 1, KR_GENERIC},
-        {__LINE__, write, "RegSetValueExW", 2, 1, KR_GENERIC},
-        {__LINE__, open, "RegCreateKeyW", 5, 1, KR_GENERIC},
+        {__LINE__, text, "RegQueryValueExW", 5, 1, generic},
+        {__LINE__, text, "RegQueryValueExW", 2, 1, not_found},
+        {__LINE__, text, "RegQueryValueExW", 234, 2, generic},
+        {__LINE__, text, "RegQueryValueExW", 2, 2, generic},
+        {__LINE__, fixed, "RegQueryValueExW", 234, 2, generic},
+        {__LINE__, groups, "RegQueryInfoKeyW", 1018, 1, generic},
+        {__LINE__, groups, "RegEnumKeyW", 259, 3, generic},
+        {__LINE__, groups, "RegEnumKeyW", 234, 2, generic},
+        {__LINE__, entries, "RegQueryInfoKeyW", 1018, 1, generic},
+        {__LINE__, entries, "RegEnumValueW", 259, 3, generic},
+        {__LINE__, entries, "RegEnumValueW", 234, 2, generic},
+        {__LINE__, remove, "RegDeleteValueW", 5, 1, generic},
+        {__LINE__, write, "RegSetValueExW", 2, 1, generic},
+        {__LINE__, open, "RegCreateKeyW", 5, 1, generic},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line);
-        const kr::test::failing_allocator allocator;
+        const failing_allocator allocator;
         const kr::host::armed_fault fault({.call = row.call, .error = row.error, .nth = row.nth});
-        EXPECT_EQ(row.run(settings_), kr_result_make_error(row.code));
+        EXPECT_EQ(row.run(settings_), row.result);
         EXPECT_EQ(fault.hits(), 1u);
     }
 }
@@ -100,13 +99,13 @@ TEST_F(SettingsFaults, MapTheSystemsErrors) {
 TEST_F(SettingsFaults, SurviveEveryFailedAllocation) {
     settings_.plant("e", REG_SZ, {'a', 0}); // no terminator: two blocks
     for (const auto operation : {text, groups, entries, number, items}) {
-        kr::test::sweep_allocations([&] { return operation(settings_); });
+        sweep_allocations([&] { return operation(settings_); });
     }
 }
 
 TEST_F(SettingsFaults, RefuseLongPathsBeforeTheRegistry) {
     const kr::host::call_recorder recorder;
-    const kr::test::wide domain(300, u'd');
+    const wide domain(300, u'd');
     handle opened = nullptr;
     EXPECT_TRUE(kr_result_failed(kr_settings_domain_open(domain.c_str(), &opened)));
     EXPECT_TRUE(kr_result_failed(kr_settings_domain_delete(domain.c_str())));

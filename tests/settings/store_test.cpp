@@ -2,8 +2,6 @@
 /// stored, and its enumerations. Runs against the real registry of either system.
 #include "settings/store.h"
 
-#include <gmock/gmock.h>
-
 #include <atomic>
 #include <thread>
 
@@ -13,21 +11,11 @@
 
 namespace {
 
-using kr::test::names_of;
-using kr::test::open_settings;
-using kr::test::wide;
-using testing::IsEmpty;
+using namespace kr::test;
 using testing::UnorderedElementsAre;
 
-const kr_result yes = kr_result_make_success(KR_YES);
-const kr_result no = kr_result_make_success(KR_NO);
-const kr_result generic = kr_result_make_error(KR_GENERIC);
-const kr_result not_found = kr_result_make_error(KR_NOT_FOUND);
-const kr_result invalid = kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
-const kr_result too_long = kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH);
-
 class SettingsStore : public testing::Test {
-    kr::test::fresh_registry registry_;
+    fresh_registry registry_;
 };
 
 TEST_F(SettingsStore, LooksWithoutCreatingAndDeletesLeavesOnly) {
@@ -45,11 +33,11 @@ TEST_F(SettingsStore, LooksWithoutCreatingAndDeletesLeavesOnly) {
     const open_settings inner(group, "inner");
     EXPECT_EQ(kr_settings_group_exists(settings, KR_TEXT("LOG\\inner")), yes);
     EXPECT_EQ(kr_settings_group_delete(settings, KR_TEXT("log")), generic);
-    EXPECT_EQ(kr_settings_group_delete(group, KR_TEXT("inner")), KR_SUCCESS);
+    EXPECT_EQ(kr_settings_group_delete(group, KR_TEXT("inner")), ok);
     EXPECT_EQ(kr_settings_domain_delete(domain), generic);
-    EXPECT_EQ(kr_settings_group_delete(settings, KR_TEXT("log")), KR_SUCCESS);
+    EXPECT_EQ(kr_settings_group_delete(settings, KR_TEXT("log")), ok);
     EXPECT_EQ(kr_settings_set_string(group, KR_TEXT("x"), KR_TEXT("")), generic);
-    EXPECT_EQ(kr_settings_domain_delete(domain), KR_SUCCESS);
+    EXPECT_EQ(kr_settings_domain_delete(domain), ok);
     EXPECT_EQ(kr_settings_domain_exists(domain), no);
     EXPECT_EQ(kr_settings_domain_close(nullptr), generic);
 }
@@ -59,14 +47,14 @@ TEST_F(SettingsStore, RefusesPathsThatDoNotFit) {
     const struct {
         std::size_t domain_chars;
         kr_result result; ///< of opening and of deleting
-    } rows[] = {{0, invalid}, {longest_chars, KR_SUCCESS}, {longest_chars + 1, too_long}};
+    } rows[] = {{0, invalid}, {longest_chars, ok}, {longest_chars + 1, too_small}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.domain_chars);
         const wide domain(row.domain_chars, KR_TEXT('d'));
         kr_settings_handle handle = nullptr;
         EXPECT_EQ(kr_settings_domain_open(domain.c_str(), &handle), row.result);
         EXPECT_EQ(kr_settings_domain_exists(domain.c_str()), handle != nullptr ? yes : no);
-        EXPECT_EQ(kr_settings_domain_close(handle), row.result == KR_SUCCESS ? row.result : generic);
+        EXPECT_EQ(kr_settings_domain_close(handle), row.result == ok ? row.result : generic);
         EXPECT_EQ(kr_settings_domain_delete(domain.c_str()), row.result);
     }
 }
@@ -95,11 +83,11 @@ TEST_F(SettingsStore, ReadsWhatOtherProgramsStored) {
         SCOPED_TRACE(row.line);
         settings.plant("e", row.type, row.data);
         EXPECT_EQ(settings.text("E"), row.text);
-        kr::test::guarded_buffer<kr_char> buffer(4);
+        guarded_buffer<kr_char> buffer(4);
         const kr_result result = kr_settings_get_string(settings, KR_TEXT("e"), 4, buffer.data());
-        EXPECT_EQ(result, row.fits ? KR_SUCCESS : generic);
+        EXPECT_EQ(result, row.fits ? ok : generic);
         if (row.fits) {
-            EXPECT_EQ(kr::test::utf8(buffer.data()), row.text);
+            EXPECT_EQ(utf8(buffer.data()), row.text);
         } else if (row.data.size() != buffer.size_bytes()) {
             EXPECT_TRUE(buffer.untouched());
         }
@@ -116,8 +104,8 @@ TEST_F(SettingsStore, WritesReplacesAndDeletes) {
             settings.plant(name, value.c_str());
             EXPECT_EQ(settings.text(name), value);
         }
-        const wide wide_name = kr::test::widen(name);
-        EXPECT_EQ(kr_settings_delete_entry(settings, wide_name.c_str()), KR_SUCCESS);
+        const wide wide_name = widen(name);
+        EXPECT_EQ(kr_settings_delete_entry(settings, wide_name.c_str()), ok);
         EXPECT_EQ(kr_settings_delete_entry(settings, wide_name.c_str()), not_found);
     }
     kr_char* text = nullptr;
@@ -130,7 +118,7 @@ TEST_F(SettingsStore, ListsNamesWhole) {
     const open_settings settings;
     kr_result result = 0;
     EXPECT_THAT(names_of(kr_settings_enum_groups, settings, &result), IsEmpty());
-    EXPECT_EQ(result, KR_SUCCESS);
+    EXPECT_EQ(result, ok);
     const std::string longest(255, 'n');
     for (const std::string& name : {std::string("x"), longest, std::string("Two words")}) {
         const open_settings group(settings, name);
@@ -161,7 +149,7 @@ TEST_F(SettingsStore, ListsAllOrNothingWhileAnotherThreadWrites) {
     for (int round = 0; round < 300; ++round) {
         kr_result result = 0;
         EXPECT_LE(names_of(kr_settings_enum_entries, settings, &result).size(), 3u);
-        EXPECT_TRUE(result == KR_SUCCESS || result == generic);
+        EXPECT_TRUE(result == ok || result == generic);
     }
     done = true;
     writer.join();

@@ -2,18 +2,12 @@
 /// about values that it refuses.
 #include "settings/typed.h"
 
-#include <gmock/gmock.h>
-
-#include <cstring>
-
 #include "base/guid.h"
 #include "support/fresh_registry.h"
 
 namespace {
 
-using testing::ElementsAre;
-
-constexpr u16 succeeded = 0xFFFF;
+using namespace kr::test;
 
 template <typename T>
 T value_type(kr_result (*)(kr_settings_handle, const kr_char*, T*));
@@ -63,9 +57,9 @@ kr_result boolean(kr_settings_handle settings) {
 
 class TypedSettings : public testing::Test {
 protected:
-    kr::test::captured_log log_;
-    kr::test::fresh_registry registry_;
-    kr::test::open_settings settings_;
+    captured_log log_;
+    fresh_registry registry_;
+    open_settings settings_;
 };
 
 TEST_F(TypedSettings, CopyOrRefuseAndSaySo) {
@@ -76,19 +70,19 @@ TEST_F(TypedSettings, CopyOrRefuseAndSaySo) {
         kr_result (*copy)(kr_settings_handle);
         const char* from;
         const char* to;
-        u16 code = succeeded;
+        kr_result result = ok;
         const char* said = "";
     } rows[] = {
         {__LINE__, signed_int, "4294967297", "1"},
         {__LINE__, signed_int, "12abc", "12"},
         {__LINE__, unsigned_int, "-1", "4294967295"},
-        {__LINE__, uint8, "256", nullptr, KR_OVERFLOW},
-        {__LINE__, uint8, "-1", nullptr, KR_OVERFLOW},
-        {__LINE__, int8, "-129", nullptr, KR_OVERFLOW},
-        {__LINE__, int8, "128", nullptr, KR_OVERFLOW},
-        {__LINE__, uint16, "65536", nullptr, KR_OVERFLOW},
-        {__LINE__, int16, "32768", nullptr, KR_OVERFLOW},
-        {__LINE__, int16, too_large, nullptr, KR_GENERIC,
+        {__LINE__, uint8, "256", nullptr, overflow},
+        {__LINE__, uint8, "-1", nullptr, overflow},
+        {__LINE__, int8, "-129", nullptr, overflow},
+        {__LINE__, int8, "128", nullptr, overflow},
+        {__LINE__, uint16, "65536", nullptr, overflow},
+        {__LINE__, int16, "32768", nullptr, overflow},
+        {__LINE__, int16, too_large, nullptr, generic,
          "W kr_settings_get_signed_int: kr_string_to_si64() failed for string=9223372036854775808 "
          "Result is 0x82000000\n"},
         {__LINE__, uint32, "4294967295", "4294967295"},
@@ -96,72 +90,67 @@ TEST_F(TypedSettings, CopyOrRefuseAndSaySo) {
         {__LINE__, int64, "-9223372036854775808", "-9223372036854775808"},
         {__LINE__, uint64, "9223372036854775807", "9223372036854775807"},
         {__LINE__, boolean, "2", "1"},
-        {__LINE__, boolean, "256", nullptr, KR_OVERFLOW,
+        {__LINE__, boolean, "256", nullptr, overflow,
          "W kr_settings_get_BOOL: kr_settings_get_UINT8() failed. Result is 0x8200004D\n"},
-        {__LINE__, boolean, nullptr, nullptr, KR_GENERIC,
+        {__LINE__, boolean, nullptr, nullptr, generic,
          "W kr_settings_get_unsigned_int: kr_settings_get_string_alloc() failed for name=from "
          "Result is 0x82000000\n"
          "W kr_settings_get_BOOL: kr_settings_get_UINT8() failed. Result is 0x82000000\n"},
         {__LINE__, duration, "1500000000", "1500000000"},
-        {__LINE__, duration, "0", nullptr, KR_ZERO,
+        {__LINE__, duration, "0", nullptr, zero,
          "W kr_settings_set_relative_time: kr_time_getNanoseconds() failed. Result is "
          "0x8200004E\n"},
-        {__LINE__, duration, too_large, nullptr, KR_GENERIC,
+        {__LINE__, duration, too_large, nullptr, generic,
          "W kr_settings_get_UINT64: kr_string_to_ui64() failed for string=9223372036854775808 "
          "Result is 0x82000000\n"
          "W kr_settings_get_relative_time: kr_settings_get_UINT64() failed. Result is "
          "0x82000000\n"},
         {__LINE__, address, "255.255.255.255", "255.255.255.255"},
-        {__LINE__, address, "0255.255.255.255", nullptr, KR_GENERIC,
+        {__LINE__, address, "0255.255.255.255", nullptr, generic,
          "W kr_settings_get_ip_address: kr_settings_get_string() failed. Result is 0x82000000\n"},
-        {__LINE__, address, "1.2.3.256", nullptr, KR_GENERIC,
+        {__LINE__, address, "1.2.3.256", nullptr, generic,
          "W kr_settings_get_ip_address: kr_string_to_ipv4() failed. Result is 0x82000000\n"},
-        {__LINE__, address, "1.2.3.\xE9", nullptr, KR_INVALID_ARGUMENT_TO_FUNCTION,
+        {__LINE__, address, "1.2.3.\xE9", nullptr, invalid,
          "W kr_settings_get_ip_address: kr_krchar_to_ascii() failed. Result is 0x8200000C\n"},
         {__LINE__, subnet, "10.0.0.0/0x10", "10.0.0.0/16"},
         {__LINE__, subnet, "255.255.255.255/255", "255.255.255.255/255"},
-        {__LINE__, subnet, "10.0.0.0", nullptr, KR_GENERIC,
+        {__LINE__, subnet, "10.0.0.0", nullptr, generic,
          "W kr_settings_get_ip_subnet: Subnet separator not found.\n"},
-        {__LINE__, subnet, "10.0.0/8", nullptr, KR_GENERIC,
+        {__LINE__, subnet, "10.0.0/8", nullptr, generic,
          "W kr_settings_get_ip_subnet: kr_string_to_ipv4() failed. Result is 0x82000000\n"},
-        {__LINE__, subnet, "10.0.0.0/8/8", nullptr, KR_GENERIC,
+        {__LINE__, subnet, "10.0.0.0/8/8", nullptr, generic,
          "W kr_settings_get_ip_subnet: kr_string_to_ui16_a() failed. Result is 0x82000000\n"},
-        {__LINE__, subnet, "10.0.0.0/256", nullptr, KR_GENERIC,
-         "W kr_settings_get_ip_subnet: Invalid subnet\n"},
+        {__LINE__, subnet, "10.0.0.0/256", nullptr, generic, "W kr_settings_get_ip_subnet: Invalid subnet\n"},
         {__LINE__, guid, digits, digits},
-        {__LINE__, guid, digits + 1, nullptr, KR_GENERIC,
+        {__LINE__, guid, digits + 1, nullptr, generic,
          "W kr_settings_get_guid: kr_guid_from_string_simple() failed. Result is 0x82000000\n"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line);
         settings_.plant("from", row.from);
         (void)kr_settings_delete_entry(settings_, KR_TEXT("to"));
-        EXPECT_EQ(row.copy(settings_), row.code == succeeded ? KR_SUCCESS : kr_result_make_error(row.code));
+        EXPECT_EQ(row.copy(settings_), row.result);
         EXPECT_EQ(settings_.text("to"), row.to == nullptr ? "<missing>" : row.to);
-        EXPECT_EQ(kr::test::said(log_, "07"), row.said);
+        EXPECT_EQ(said(log_, "07"), row.said);
     }
 }
 
 TEST_F(TypedSettings, MissingEntriesAndOddValues) {
     for (const auto copy : {signed_int, int8, uint64, boolean, duration}) {
-        EXPECT_EQ(copy(settings_), kr_result_make_error(KR_NOT_FOUND));
+        EXPECT_EQ(copy(settings_), not_found);
     }
-    EXPECT_EQ(kr::test::said(log_, "07"), "");
-    for (const auto copy : {address, subnet, guid}) {
-        EXPECT_EQ(copy(settings_), kr_result_make_error(KR_GENERIC));
-    }
-    EXPECT_EQ(kr_settings_get_INT8(settings_, KR_TEXT("from"), nullptr),
-              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
-    EXPECT_EQ(kr_settings_set_UINT64(settings_, KR_TEXT("to"), ~u64{0}), KR_SUCCESS);
+    EXPECT_EQ(said(log_, "07"), "");
+    for (const auto copy : {address, subnet, guid}) { EXPECT_EQ(copy(settings_), generic); }
+    EXPECT_EQ(kr_settings_get_INT8(settings_, KR_TEXT("from"), nullptr), invalid);
+    EXPECT_EQ(kr_settings_set_UINT64(settings_, KR_TEXT("to"), ~u64{0}), ok);
     EXPECT_EQ(settings_.text("to"), "18446744073709551615");
     const kr_ip_subnet refused = {0x0A000001, 256};
     (void)log_.take();
-    EXPECT_EQ(kr_settings_set_ip_subnet(settings_, KR_TEXT("to"), &refused),
-              kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
-    EXPECT_EQ(kr_settings_set_INT8(nullptr, KR_TEXT("to"), -1), kr_result_make_error(KR_GENERIC));
+    EXPECT_EQ(kr_settings_set_ip_subnet(settings_, KR_TEXT("to"), &refused), invalid);
+    EXPECT_EQ(kr_settings_set_INT8(nullptr, KR_TEXT("to"), -1), generic);
     kr_settings_handle group = nullptr;
-    EXPECT_EQ(kr_settings_group_open(nullptr, KR_TEXT("g"), &group), kr_result_make_error(KR_GENERIC));
-    EXPECT_EQ(kr::test::said(log_, "07"),
+    EXPECT_EQ(kr_settings_group_open(nullptr, KR_TEXT("g"), &group), generic);
+    EXPECT_EQ(said(log_, "07"),
               "W kr_settings_set_ip_subnet: invalid subnet mask\n"
               "W kr_settings_set_signed_int: kr_settings_set_string(name_ptr=to, value=-1) failed. "
               "Result is 0x82000000\n"
@@ -172,7 +161,7 @@ TEST_F(TypedSettings, TraceOfARead) {
     settings_.plant("from", "2");
     log_.set_mask(KR_LOG_SETTINGS, KR_LOG_CALL);
     u32 value = 0;
-    EXPECT_EQ(kr_settings_get_BOOL(settings_, KR_TEXT("from"), &value), KR_SUCCESS);
+    EXPECT_EQ(kr_settings_get_BOOL(settings_, KR_TEXT("from"), &value), ok);
     EXPECT_THAT(log_.take(),
                 ElementsAre("C 07 kr_settings_get_BOOL: Enter (name = from)",
                             "C 07 ..kr_settings_get_UINT8: Enter (name = from)",
