@@ -60,35 +60,30 @@ void expect_read(kr_result (*read)(const Char*, KRGUID*), std::initializer_list<
     }
 }
 
-// The edges of each form; any text at all is held against a model by the fuzz target.
+// One text of each kind; any text at all is held against a model by the fuzz target.
+// clang-format off
 TEST(GuidText, IsReadByTheRulesOfItsForm) {
     const std::initializer_list<read_row> simple = {
-        {__LINE__, "0123456789abcdefFEDCBA9876543210", ok, sample},
-        {__LINE__, "0123456789abcdefFEDCBA987654321", generic},
-        {__LINE__, "0123456789abcdefFEDCBA98765432100", generic},
+        {__LINE__, "0123456789abcdefFEDCBA9876543210", ok, sample}, {__LINE__, "0123456789abcdefFEDCBA987654321", generic},
         {__LINE__, "0123456789abcdefFEDCBA987654321g", invalid},
     };
     expect_read(kr_guid_from_string_simple_ascii, simple);
     expect_read(kr_guid_from_string_simple, simple);
     const std::initializer_list<read_row> shortest = {
-        {__LINE__, "", invalid},
-        {__LINE__, "1", invalid},
-        {__LINE__, "0123456789abcdefFEDCBA987654321000", invalid},
+        {__LINE__, "", invalid}, {__LINE__, "1", invalid}, {__LINE__, "0123456789abcdefFEDCBA987654321000", invalid},
         {__LINE__, "12345678 0", invalid, null_guid},
     };
     expect_read(kr_guid_from_string_shortest_ascii, shortest);
     expect_read(kr_guid_from_string_shortest, shortest);
-    expect_read(kr_guid_from_string_braced_ascii,
-                {
-                    {__LINE__, "}}01234567-89abcdeffedcba98-76543210{", ok, sample},
-                    {__LINE__, "{01234567-89ABCDEF-FEDCBA98-7654321}", generic},
-                    {__LINE__, "{01234567-89ABCDEF-FEDCBA98-7654321-}", invalid},
-                });
-    expect_read(kr_guid_from_string_braced,
-                {
-                    {__LINE__, "{01234567-89ab-cdef-fedc-ba9876543210}", ok, sample},
-                    {__LINE__, "01234567890123456789012345678901234567", invalid},
-                });
+    expect_read(kr_guid_from_string_braced_ascii, {
+        {__LINE__, "}}01234567-89abcdeffedcba98-76543210{", ok, sample}, {__LINE__, "{01234567-89ABCDEF}", generic},
+        {__LINE__, "{01234567-89ABCDEF-FEDCBA98-7654321-}", invalid},
+    });
+    expect_read(kr_guid_from_string_braced, {
+        {__LINE__, "{01234567-89ab-cdef-fedc-ba9876543210}", ok, sample},
+        {__LINE__, "01234567890123456789012345678901234567", invalid},
+    });
+    // clang-format on
     // A unit whose low byte is a digit is none; a byte that counts no character is not passed over.
     KRGUID guid;
     EXPECT_EQ(kr_guid_from_string_shortest(KR_TEXT("1\u0131"), &guid), invalid);

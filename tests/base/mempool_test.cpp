@@ -98,8 +98,7 @@ TEST(Mempool, HandsOutTheElementThatALinearPoolWould) {
     const struct {
         int line;
         u64 element_size;
-        u32 grow;
-        u32 steps;
+        u32 grow, steps;
     } rows[] = {
         {__LINE__, 1, 1, 3000},
         {__LINE__, 24, 10, 20000},

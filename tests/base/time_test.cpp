@@ -25,15 +25,14 @@ bool same(const kr_time& a, const kr_time& b) {
 }
 
 TEST(Time, ConvertsBetweenUnitsOrChangesNothing) {
-    struct row {
+    constexpr struct {
         int line;
         i32 from;
         u64 count;
         i32 to;
         kr_result result;
         u64 converted;
-    };
-    constexpr row rows[] = {
+    } rows[] = {
         {__LINE__, s, maximum, s, ok, maximum},
         {__LINE__, ms, 1'999, s, ok, 1},
         {__LINE__, ns, 999'999'999, s, zero, 0},
@@ -50,7 +49,7 @@ TEST(Time, ConvertsBetweenUnitsOrChangesNothing) {
         {__LINE__, 1, 1, s, unexpected, 0},
         {__LINE__, -4, 1, s, unexpected, 0},
     };
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         for (const u32 relative : {0u, 1u}) {
             const kr_time before{.unit = r.from, .count = r.count, .relative = relative};
@@ -72,15 +71,13 @@ TEST(Time, ConvertsBetweenUnitsOrChangesNothing) {
 
 TEST(Time, SubtractsInTheFinerUnit) {
     const kr_result equal = kr_result_make_success(KR_ZERO);
-    struct row {
+    const struct {
         int line;
-        kr_time a;
-        kr_time b;
+        kr_time a, b;
         kr_result result;
         kr_time distance;
         i32 direction;
-    };
-    const row rows[] = {
+    } rows[] = {
         {__LINE__, duration(s, 1), duration(ms, 1'500), ok, duration(ms, 500), 1},
         {__LINE__, duration(ms, 1'500), duration(s, 1), ok, duration(ms, 500), -1},
         {__LINE__, point(ns, 5), point(ns, 3), ok, duration(ns, 2), -1},
@@ -91,7 +88,7 @@ TEST(Time, SubtractsInTheFinerUnit) {
         {__LINE__, point(s, 18'446'744'074), point(ns, 1), overflow, {}, 0},
         {__LINE__, duration(s, 1), duration(-4, 1), unexpected, {}, 0},
     };
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         const kr_time untouched = point(9, 9);
         kr_time distance = untouched;
@@ -177,13 +174,12 @@ private:
 };
 
 TEST_F(LocalDate, FormatsShiftedByTheOffset) {
-    struct row {
+    constexpr struct {
         int line;
         i32 offset;
         u32 utc;
         const char* text;
-    };
-    constexpr row rows[] = {
+    } rows[] = {
         {__LINE__, 3'600, 0, "700101 01:00:00"},
         {__LINE__, 3'600, 2'147'483'648, "380119 04:14:08"},
         {__LINE__, -3'600, 951'868'800, "000229 23:00:00"},
@@ -191,7 +187,7 @@ TEST_F(LocalDate, FormatsShiftedByTheOffset) {
     };
     kr_char buffer[64];
     const char* const format = "%02d%02d%02d %02d:%02d:%02d";
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         kr_time_local_offset = r.offset;
         EXPECT_EQ(kr_time_format_local(r.utc, buffer, sizeof(buffer), format), ok);
         EXPECT_EQ(utf8(buffer), r.text) << r.line;

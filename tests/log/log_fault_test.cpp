@@ -113,13 +113,12 @@ TEST(LogStamp, IsEmptyUntilTheClockCanBeRead) {
 
 TEST(Uptime, PicksTheFinestUnitThatHoldsIt) {
     const world_guard world;
-    struct row {
+    constexpr struct {
         int line;
         u64 ticks;
         i32 unit;
         u64 count;
-    };
-    constexpr row rows[] = {
+    } rows[] = {
         {__LINE__, 0, -3, 0},
         {__LINE__, 18'446'744'073, -3, 1'844'674'407'300},
         {__LINE__, 18'446'744'074, -2, 1'844'674'407},
@@ -128,7 +127,7 @@ TEST(Uptime, PicksTheFinestUnitThatHoldsIt) {
         {__LINE__, 18'446'744'073'709'551, -1, 1'844'674'407'370},
         {__LINE__, 18'446'744'073'709'552, 0, 1'844'674'407},
     };
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         kr::host::stop_clock(0, r.ticks);
         kr_time t{};

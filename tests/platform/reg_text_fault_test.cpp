@@ -46,8 +46,7 @@ protected:
 TEST_F(RegText, ReadsWhatPeopleAndExportsWrite) {
     const struct {
         int line;
-        const char* text;
-        const char* written;
+        const char *text, *written;
     } rows[] = {
         {__LINE__, R"(  @ = "" ; note)", R"(@="")"},
         {__LINE__, R"("q\"b\\s"="C:\\dir\\\"x\"")", R"("q\"b\\s"="C:\\dir\\\"x\"")"},
@@ -106,8 +105,7 @@ TEST_F(RegText, BreaksLongListsLikeTheSystem) {
 TEST_F(RegText, SaysWhereATextIsBrokenAndChangesNothing) {
     const struct {
         int line;
-        const char* text;
-        const char* problem;
+        const char *text, *problem;
     } rows[] = {
         {__LINE__, "@=\"x\" y", "3: text after the end of a value"},
         {__LINE__, "[HKEY_CURRENT_USER\\k", "3: a key without its closing bracket"},

@@ -1,8 +1,4 @@
 /// The engine reads texts by vector: it must not read a page that a text does not reach.
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "printf/printf.h"
 #include "support/guard_page.h"
 

@@ -2,22 +2,13 @@
 /// rooms.
 #include "result/descriptions.h"
 
-#include <cstring>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "platform/platform.h"
-#include "support/captured_log.h"
 #include "support/guarded_buffer.h"
 
 namespace {
 
-using kr::test::byte_count;
-using kr::test::guarded_buffer;
-using kr::test::utf8;
+using namespace kr::test;
 
-constexpr kr_result too_small = 0x82000021;
 constexpr kr_result cut = 0x02000021;
 
 struct description_row {
@@ -91,7 +82,7 @@ TEST(Description, FramesTheTextAndCutsItToTheRoom) {
             size = room;
             const kr_result result = kr_get_result_description2(row.result, buffer.data(), &size);
             if (room < 2) {
-                EXPECT_EQ(result, 0x82000003u);
+                EXPECT_EQ(result, unexpected);
                 continue;
             }
             EXPECT_EQ(result, room < needed ? cut : KR_SUCCESS) << room;
@@ -119,13 +110,13 @@ TEST(Win32Message, IsTheSystemsText) {
     size = needed - 2;
     EXPECT_EQ(kr_get_result_code_description(0x84000002, buffer.data(), &size), too_small);
     EXPECT_EQ(size, needed - 2);
-    EXPECT_EQ(kr_get_result_code_description(0x84000000 + no_such_number, buffer.data(), &size), 0x82000000u);
+    EXPECT_EQ(kr_get_result_code_description(0x84000000 + no_such_number, buffer.data(), &size), generic);
     EXPECT_EQ(size, needed - 2);
 
     size = 1;
     EXPECT_EQ(kr_get_result_description2(0x84000002, nullptr, &size), KR_SUCCESS);
     EXPECT_EQ(size, needed + (std::strlen("error \"\" from \"Unknown source\"") * 2));
-    EXPECT_EQ(kr_get_result_description2(0x84000000 + no_such_number, nullptr, &size), 0x82000000u);
+    EXPECT_EQ(kr_get_result_description2(0x84000000 + no_such_number, nullptr, &size), generic);
 }
 
 TEST(Win32Message, IsNotFramedWhenItIsLongerThan127Characters) {

@@ -1,18 +1,17 @@
 /// Results: building, testing, and the two mappings to Win32 error numbers.
 #include "result/result.h"
 
-#include <gtest/gtest.h>
+#include "support/suite.h"
 
 namespace {
 
 TEST(Win32Mapping, MapsKnownErrorsAndWrapsTheRest) {
-    struct row {
+    constexpr struct {
         int line;
         u32 error;
         kr_result result;
         u32 back;
-    };
-    constexpr row rows[] = {
+    } rows[] = {
         {__LINE__, 0, KR_SUCCESS, 0},          {__LINE__, 1, 0x84000001, 1},
         {__LINE__, 2, 0x8200007B, 2},          {__LINE__, 3, 0x820000A8, 3},
         {__LINE__, 5, 0x8200007E, 5},          {__LINE__, 32, 0x8200007D, 32},
@@ -22,7 +21,7 @@ TEST(Win32Mapping, MapsKnownErrorsAndWrapsTheRest) {
         {__LINE__, 1326, 0x82000071, 1326},    {__LINE__, 0x12345, 0x84002345, 0x2345},
         {__LINE__, 0x80000002, 0x84000002, 2},
     };
-    for (const row& r : rows) {
+    for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         EXPECT_EQ(kr_result_from_win32(r.error), r.result);
         EXPECT_EQ(kr_result_to_win32(r.result), r.back);
@@ -30,20 +29,16 @@ TEST(Win32Mapping, MapsKnownErrorsAndWrapsTheRest) {
 }
 
 TEST(Win32Mapping, LooksUpTheCodeWhateverTheSpace) {
-    struct row {
+    constexpr struct {
         int line;
         kr_result result;
         u32 error;
-    };
-    constexpr row rows[] = {
+    } rows[] = {
         {__LINE__, 0x0200001F, 0},          {__LINE__, 0x84000057, 0x57}, {__LINE__, 0x82000002, 160},
         {__LINE__, 0x83000071, 1326},       {__LINE__, 0x820000D4, 5},    {__LINE__, 0x84000071, 0x71},
         {__LINE__, KR_RESULT_INVALID, 160},
     };
-    for (const row& r : rows) {
-        SCOPED_TRACE(r.line);
-        EXPECT_EQ(kr_result_to_win32(r.result), r.error);
-    }
+    for (const auto& r : rows) { EXPECT_EQ(kr_result_to_win32(r.result), r.error) << r.line; }
 }
 
 TEST(Result, RecognisesACodeAsFailureAndAsInformationOnly) {

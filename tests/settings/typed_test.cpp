@@ -68,8 +68,7 @@ TEST_F(TypedSettings, CopyOrRefuseAndSaySo) {
     const struct {
         int line;
         kr_result (*copy)(kr_settings_handle);
-        const char* from;
-        const char* to;
+        const char *from, *to;
         kr_result result = ok;
         const char* said = "";
     } rows[] = {
