@@ -36,13 +36,10 @@ TEST(RawMemory, LeavesTheOutputAloneWhenTheHeapIsExhausted) {
 }
 
 /// A heap buffer with its size, as the growing operations take it.
-struct buffer {
+struct buffer : kr::test::pinned {
     void* data = nullptr;
     size_t size = 0;
 
-    buffer() = default;
-    buffer(const buffer&) = delete;
-    buffer& operator=(const buffer&) = delete;
     ~buffer() { kr_memory_deallocate_hook(data); }
 
     kr_result fill_with(const char* content) {

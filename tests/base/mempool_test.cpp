@@ -16,11 +16,9 @@ using namespace kr::test;
 constexpr kr_time minute = {KR_TIME_UNIT_SECONDS, 60, 1};
 
 /// Owns a pool; a failing creation leaves `result` and no pool.
-struct test_pool {
+struct test_pool : kr::test::pinned {
     test_pool(u64 element_size, u32 grow, u32 max, u32 flags = 0)
         : result(kr_mempool_create(KR_TEXT("p"), element_size, flags, grow, max, &minute, 0, &pool)) {}
-    test_pool(const test_pool&) = delete;
-    test_pool& operator=(const test_pool&) = delete;
     ~test_pool() { kr_mempool_destroy(pool); }
 
     void* alloc() {
@@ -160,8 +158,7 @@ TEST(Mempool, SurvivesEveryFailingAllocation) {
 TEST(MempoolThreads, NeverHandOutAnElementTwice) {
     struct row {
         int line;
-        u32 grow, max;
-        u32 held;
+        u32 grow, max, held;
     };
     constexpr u32 thread_count = 4;
     // At a bound below the sum of what the threads want, each holds one at most: with more, all

@@ -81,8 +81,7 @@ TEST_F(Threads, RunAtTheSystemsPriorityForTheirs) {
 TEST_F(Threads, AreStartedByManyAtOnceAndAllEndBeforeTheModule) {
     ran = 0;
     static u32 one = 1;
-    constexpr u32 starters = 4;
-    constexpr u32 each = 50;
+    constexpr u32 starters = 4, each = 50;
     std::vector<std::jthread> threads;
     for (u32 i = 0; i < starters; ++i) {
         threads.emplace_back([] {

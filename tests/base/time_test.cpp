@@ -228,8 +228,7 @@ TEST(Clocks, MoveForwardAndAgreeWithTheRuntime) {
     u32 seconds = 0;
     ASSERT_EQ(kr_time_getUTC32(&now, &seconds), ok);
     EXPECT_NEAR(static_cast<double>(seconds), static_cast<double>(std::time(nullptr)), 2);
-    kr_time first{};
-    kr_time second{};
+    kr_time first{}, second{};
     ASSERT_EQ(kr_time_get_uptime(&first), ok);
     ASSERT_EQ(kr_time_get_uptime(&second), ok);
     i32 direction = 0;

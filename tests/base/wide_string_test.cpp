@@ -121,9 +121,7 @@ TEST(WideCopy, BoundedFormsRefuseOrFillAsTheirRulesSay) {
         /// Expected content, by size: it need not hold a terminator.
         wide after;
     };
-    constexpr auto copy = kr_string_copy_s;
-    constexpr auto cat = kr_string_cat_s;
-    constexpr auto copy_generic = kr_string_copy_s_generic;
+    constexpr auto copy = kr_string_copy_s, cat = kr_string_cat_s, copy_generic = kr_string_copy_s_generic;
     constexpr auto cat_generic = kr_string_cat_s_generic;
     const row rows[] = {
         {__LINE__, copy, KR_TEXT("zz"), 4, KR_TEXT("abc"), ok, SIZED("abc\0")},

@@ -13,11 +13,9 @@ using kr::detail::log_main_slot;
 using namespace kr::test;
 
 /// The path of a file that is not there before and after.
-class scratch_file {
+class scratch_file : kr::test::pinned {
 public:
     explicit scratch_file(const wide& name) : path(scratch_path(name)) { (void)DeleteFileW(path.c_str()); }
-    scratch_file(const scratch_file&) = delete;
-    scratch_file& operator=(const scratch_file&) = delete;
     ~scratch_file() { (void)DeleteFileW(path.c_str()); }
 
     const wide path;

@@ -2,6 +2,7 @@
 #include <csignal>
 #include <fstream>
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,11 +26,9 @@ using testing::StartsWith;
 constexpr u64 noon_ticks = (1'709'210'096 + KR_TIME_EPOCH_DISTANCE_SECONDS) * 10'000'000;
 constexpr u64 ms_ticks = 10'000;
 
-class world_guard {
+class world_guard : kr::test::pinned {
 public:
     world_guard() { kr::host::reset_world(); }
-    world_guard(const world_guard&) = delete;
-    world_guard& operator=(const world_guard&) = delete;
     ~world_guard() {
         kr::host::reset_world();
         kr_time_local_offset = 0;
@@ -39,7 +38,7 @@ public:
 void say(const char* text) { kr_log(1, KR_LOG_INFO, "p", "f", "%s", text); }
 
 /// A captured log whose lines go to a file in the bare layout without stamps.
-class file_log {
+class file_log : kr::test::pinned {
 public:
     explicit file_log(const kr_char* path) : path_(kr::host::native_path(path)) {
         EXPECT_EQ(kr_log_set_destination((std::u16string(u"file://") + path).c_str()), ok);
@@ -47,8 +46,6 @@ public:
         log_main_slot.set_no_timestamps(1);
         kr_log_set_formatting(3);
     }
-    file_log(const file_log&) = delete;
-    file_log& operator=(const file_log&) = delete;
     ~file_log() {
         EXPECT_EQ(kr_log_set_destination(u"none"), ok);
         (void)::unlink(path_.c_str());
@@ -295,6 +292,29 @@ TEST(EventLog, ReportsEveryLineAsInformation) {
                                           StartsWith("W 01 event_log_uninit: DeregisterEventSource() "
                                                      "failed. Result is 0x00000006 (")));
     EXPECT_EQ(source.close(source.context), ok);
+}
+
+TEST(Console, WritesWholeLinesToATerminal) {
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_EQ(::grantpt(terminal) | ::unlockpt(terminal), 0);
+    const int line = ::open(::ptsname(terminal), O_RDWR | O_NOCTTY), before = ::dup(STDOUT_FILENO);
+    std::fflush(stdout);
+    ::dup2(line, STDOUT_FILENO);
+    {
+        const captured_log log;
+        EXPECT_EQ(kr_log_set_destination(u"stdout"), ok);
+        log_main_slot.set_no_timestamps(1);
+        kr_log_set_formatting(3);
+        for (const char* call : {"WriteConsoleW", "GetConsoleMode", "none"}) {
+            const armed_fault fault({.call = call, .error = 31});
+            say(call);
+        }
+    }
+    ::dup2(before, STDOUT_FILENO);
+    char shown[256] = {};
+    EXPECT_GT(::read(terminal, shown, sizeof(shown) - 1), 0);
+    EXPECT_STREQ(shown, "I: none\r\n");
+    for (const int each : {terminal, line, before}) { ::close(each); }
 }
 
 TEST(LogModule, StartsWritesAndStops) {

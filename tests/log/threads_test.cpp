@@ -59,8 +59,7 @@ TEST(LogThreads, EveryLineIsWholeAndInOrder) {
                           "I\\(01\\); writer\\(\\); (\\d+) (\\d+); probe:w\\3      :[0-9A-F]{8}\n");
     std::map<int, int> next;
     std::string stamp;
-    int sequence = 0;
-    int calls = 0;
+    int sequence = 0, calls = 0;
     for (const std::string& line : log.take_lines()) {
         std::smatch date;
         std::smatch parts;

@@ -123,11 +123,8 @@ TEST_F(World, TheInvalidParameterHandlerIsCalledAndGivenBack) {
     EXPECT_EQ(handler_calls, 3u);
 }
 
-struct late_note {
+struct late_note : kr::test::pinned {
     std::atomic<bool>* target = nullptr;
-    late_note() = default;
-    late_note(const late_note&) = delete;
-    late_note& operator=(const late_note&) = delete;
     ~late_note() {
         Sleep(20);
         *target = true;

@@ -164,8 +164,7 @@ protected:
         return {std::istreambuf_iterator<char>(in), {}};
     }
 
-    std::string folder;
-    std::string file;
+    std::string folder, file;
 };
 
 TEST_F(RegFile, HoldsEveryChangeForTheNextProcess) {
@@ -196,8 +195,7 @@ TEST_F(RegFile, ABrokenFileIsReportedAndLeftAlone) {
 TEST_F(RegFile, AChangeThatCannotBeSavedIsTakenBack) {
     use(header +
         "[HKEY_CURRENT_USER\\k\\leaf]\n[HKEY_CURRENT_USER\\k]\n\"a\"=\"1\"\n\"b\"=\"2\"\n\"c\"=\"3\"\n");
-    HKEY key = nullptr;
-    HKEY leaf = nullptr;
+    HKEY key = nullptr, leaf = nullptr;
     ASSERT_EQ(RegOpenKeyW(HKEY_CURRENT_USER, u"k", &key), 0);
     ASSERT_EQ(RegOpenKeyW(HKEY_CURRENT_USER, u"k\\leaf", &leaf), 0);
     const std::string before = exported();

@@ -133,8 +133,7 @@ TEST_F(Registry, ReadsSizesThenData) {
     } rows[] = {{false, 0, 0}, {true, 8, 0}, {true, 7, 234}, {true, 0, 234}};
     for (const auto& r : rows) {
         SCOPED_TRACE(r.room);
-        DWORD type = 99;
-        DWORD size = r.room;
+        DWORD type = 99, size = r.room;
         BYTE data[64] = {0xA5};
         BYTE* const out = r.with_data ? data : nullptr;
         EXPECT_EQ(RegQueryValueExW(key, KR_TEXT("nAME"), nullptr, &type, out, &size), r.status);
@@ -167,8 +166,7 @@ TEST_F(Registry, StoresAnyTypeAndSizeAndReplacesBoth) {
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
-        DWORD type = 99;
-        DWORD size = 0;
+        DWORD type = 99, size = 0;
         EXPECT_EQ(RegSetValueExW(key, KR_TEXT("v"), 0, r.type, static_cast<const BYTE*>(r.data), r.bytes), 0);
         EXPECT_EQ(RegQueryValueExW(key, KR_TEXT("V"), nullptr, &type, nullptr, &size), 0);
         EXPECT_EQ(type, r.type);
@@ -185,8 +183,7 @@ TEST_F(Registry, StoresAnyTypeAndSizeAndReplacesBoth) {
 TEST_F(Registry, CountsAndListsSubkeysInOrder) {
     const wide sorted[] = {KR_TEXT("10"), KR_TEXT("9"), KR_TEXT("Alpha"), KR_TEXT("beta"), KR_TEXT("zeta")};
     for (const u32 i : {3u, 4u, 1u, 2u, 0u}) { RegCloseKey(make(sorted[i].c_str())); }
-    DWORD count = 0;
-    DWORD longest = 0;
+    DWORD count = 0, longest = 0;
     ASSERT_EQ(RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &count, &longest, nullptr, nullptr, nullptr,
                                nullptr, nullptr, nullptr),
               0);
@@ -205,9 +202,7 @@ TEST_F(Registry, CountsAndListsSubkeysInOrder) {
 TEST_F(Registry, CountsAndListsValuesInSomeOrder) {
     const std::set<wide> names = {KR_TEXT(""), KR_TEXT("a"), KR_TEXT("Longer"), KR_TEXT("z")};
     for (const wide& name : names) { ASSERT_EQ(set(name.c_str(), name), 0); }
-    DWORD count = 0;
-    DWORD longest_name = 0;
-    DWORD longest_data = 0;
+    DWORD count = 0, longest_name = 0, longest_data = 0;
     ASSERT_EQ(RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &count,
                                &longest_name, &longest_data, nullptr, nullptr),
               0);
@@ -218,8 +213,7 @@ TEST_F(Registry, CountsAndListsValuesInSomeOrder) {
     DWORD chars = 7;
     std::set<wide> listed;
     for (DWORD i = 0; i < count; ++i, chars = 7) {
-        DWORD type = 0;
-        DWORD bytes = 0;
+        DWORD type = 0, bytes = 0;
         EXPECT_EQ(RegEnumValueW(key, i, name, &chars, nullptr, &type, nullptr, &bytes), 0);
         EXPECT_EQ(chars, wide(name).size());
         EXPECT_EQ(type, DWORD{REG_SZ});
@@ -236,8 +230,7 @@ TEST_F(Registry, SaysWhenAListedValueDoesNotFit) {
     for (const auto& [room, bytes_room, status] : {std::tuple(6u, 10u, 234), {7u, 9u, 234}, {7u, 10u, 0}}) {
         kr_char name[7];
         BYTE data[16];
-        DWORD chars = room;
-        DWORD bytes = bytes_room;
+        DWORD chars = room, bytes = bytes_room;
         EXPECT_EQ(RegEnumValueW(key, 0, name, &chars, nullptr, nullptr, data, &bytes), status);
         EXPECT_TRUE(status != 0 || (bytes == 10 && wide(name) == KR_TEXT("Longer")));
     }

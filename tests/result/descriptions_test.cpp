@@ -94,8 +94,7 @@ TEST(Description, FramesTheTextAndCutsItToTheRoom) {
 }
 
 TEST(Win32Message, IsTheSystemsText) {
-    constexpr u32 file_not_found = 2;
-    constexpr u32 no_such_number = 0xFFFE;
+    constexpr u32 file_not_found = 2, no_such_number = 0xFFFE;
     kr_char expected[256];
     const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK, nullptr,
                                         file_not_found, 0x0400, expected, 256, nullptr);

@@ -13,14 +13,12 @@ using items = std::vector<std::string>;
 
 constexpr const kr_char* entry = KR_TEXT("entry");
 
-struct string_array {
+struct string_array : kr::test::pinned {
     explicit string_array(const items& content) {
         for (const std::string& item : content) {
             EXPECT_EQ(kr_array_string_add(&array, widen(item).c_str()), ok);
         }
     }
-    string_array(const string_array&) = delete;
-    string_array& operator=(const string_array&) = delete;
     ~string_array() {
         kr_array_string_clear(&array);
         kr_memory_deallocate_hook(array.items);

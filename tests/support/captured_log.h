@@ -14,7 +14,7 @@ namespace kr::test {
 /// Starts the log core (unless the log module runs) with a main destination that keeps every line,
 /// and sets every category's mask; ends with masks, layout and destination as they were. One at a
 /// time. Lines that a test leaves behind are not an error.
-class captured_log {
+class captured_log : pinned {
 public:
     static constexpr u32 usual_mask = KR_LOG_ERROR | KR_LOG_WARNING | KR_LOG_INFO;
 
@@ -30,8 +30,6 @@ public:
         kr_log_set_formatting(0);
         kr_log_set_colors(0);
     }
-    captured_log(const captured_log&) = delete;
-    captured_log& operator=(const captured_log&) = delete;
     ~captured_log() {
         for (u32 id = 0; id < KR_LOG_SLOT_COUNT; ++id) { kr_log_category_masks[id].store(masks_[id]); }
         kr_log_set_formatting(formatting_);
@@ -91,9 +89,7 @@ private:
 
     std::mutex lock_;
     std::vector<std::string> lines_;
-    u32 masks_[KR_LOG_SLOT_COUNT];
-    u32 formatting_;
-    u32 colors_;
+    u32 masks_[KR_LOG_SLOT_COUNT], formatting_, colors_;
     bool core_started_;
     kr_log_destination previous_{};
 };

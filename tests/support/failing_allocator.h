@@ -14,7 +14,7 @@ namespace kr::test {
 /// Stands behind the allocator hooks for a scope; one at a time. A block that was allocated within
 /// the scope and not given back fails the test. Fresh blocks are filled with a pattern, so that
 /// nobody takes them for zeros.
-class failing_allocator {
+class failing_allocator : pinned {
 public:
     enum class repeat { once, always };
 
@@ -25,8 +25,6 @@ public:
         current_ = this;
         kr_memory_set_hooks(allocate, deallocate);
     }
-    failing_allocator(const failing_allocator&) = delete;
-    failing_allocator& operator=(const failing_allocator&) = delete;
     ~failing_allocator() {
         kr_memory_set_hooks(nullptr, nullptr);
         current_ = nullptr;
@@ -77,8 +75,7 @@ private:
     mutable std::mutex lock_;
     u32 nth_;
     repeat repeated_;
-    u32 allocations_ = 0;
-    u32 failures_ = 0;
+    u32 allocations_ = 0, failures_ = 0;
     std::size_t last_size_ = 0;
     std::unordered_set<void*> live_;
 };

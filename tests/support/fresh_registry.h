@@ -9,11 +9,9 @@
 
 namespace kr::test {
 
-class fresh_registry {
+class fresh_registry : pinned {
 public:
     fresh_registry() { wipe(); }
-    fresh_registry(const fresh_registry&) = delete;
-    fresh_registry& operator=(const fresh_registry&) = delete;
     ~fresh_registry() { wipe(); }
 
 private:
@@ -21,13 +19,11 @@ private:
 };
 
 /// The suite's domain, or a group, open for the scope.
-class open_settings {
+class open_settings : pinned {
 public:
     open_settings() : opened_(kr_settings_domain_open(KR_TEXT("krtest"), &handle_)) {}
     open_settings(kr_settings_handle parent, const std::string& group)
         : opened_(kr_settings_group_open(parent, widen(group).c_str(), &handle_)) {}
-    open_settings(const open_settings&) = delete;
-    open_settings& operator=(const open_settings&) = delete;
     ~open_settings() {
         EXPECT_TRUE(kr_result_succeeded(opened_));
         EXPECT_TRUE(kr_result_succeeded(kr_settings_group_close(handle_)));

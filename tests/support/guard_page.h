@@ -8,7 +8,7 @@
 namespace kr::test {
 
 /// One readable page between two that are not.
-class guarded_page {
+class guarded_page : pinned {
 public:
     static constexpr std::size_t page_bytes = 4096;
 
@@ -18,8 +18,6 @@ public:
         EXPECT_NE(static_cast<void*>(pages_), MAP_FAILED);
         EXPECT_EQ(mprotect(pages_ + page_bytes, page_bytes, PROT_READ | PROT_WRITE), 0);
     }
-    guarded_page(const guarded_page&) = delete;
-    guarded_page& operator=(const guarded_page&) = delete;
     ~guarded_page() { munmap(pages_, 3 * page_bytes); }
 
     /// Puts `count` elements at the very end (or the very start) of the page.

@@ -16,15 +16,13 @@ struct byte_count {
 /// Room for elements of T, filled with a pattern, with a guard on each side. A write outside fails
 /// the test when the buffer goes.
 template <typename T>
-class guarded_buffer {
+class guarded_buffer : pinned {
 public:
     explicit guarded_buffer(std::size_t count) : guarded_buffer(byte_count{count * sizeof(T)}) {}
     explicit guarded_buffer(byte_count size)
         : size_bytes_(size.value), storage_(guard_bytes + size.value + guard_bytes, guard) {
         std::fill_n(storage_.data() + guard_bytes, size_bytes_, pattern);
     }
-    guarded_buffer(const guarded_buffer&) = delete;
-    guarded_buffer& operator=(const guarded_buffer&) = delete;
     ~guarded_buffer() {
         EXPECT_TRUE(holds(guard, 0, guard_bytes)) << "written before the buffer";
         EXPECT_TRUE(holds(guard, guard_bytes + size_bytes_, storage_.size())) << "written behind it";

@@ -30,6 +30,13 @@ constexpr kr_result overflow = 0x8200004D;
 constexpr kr_result zero = 0x8200004E;
 constexpr kr_result not_found = 0x8200003B;
 
+/// What stands where it was made.
+struct pinned {
+    pinned() = default;
+    pinned(const pinned&) = delete;
+    pinned& operator=(const pinned&) = delete;
+};
+
 /// UTF-16 as UTF-8; what is broken becomes U+FFFD.
 inline std::string utf8(const kr_char* text) {
     const std::size_t length = std::char_traits<kr_char>::length(text);
