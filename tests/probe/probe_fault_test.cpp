@@ -14,9 +14,9 @@
 #include "log/module.h"
 #include "platform/host/fault.h"
 #include "platform/host/world.h"
-#include "platform/platform.h"
 #include "probe.h"
 #include "scope_guard.h"
+#include "support/system.h"
 
 namespace {
 
@@ -247,6 +247,20 @@ TEST_F(ProbeFault, WarningsObeyTheMaskAndNoticesDoNot) {
                       }),
                       end);
     }
+}
+
+TEST_F(ProbeFault, ADriverIsLoadedOnceAndUnloadedOnce) {
+    const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
+    const SC_HANDLE driver =
+        CreateServiceW(manager, u"d", u"d", SERVICE_ALL_ACCESS, SERVICE_KERNEL_DRIVER, SERVICE_DEMAND_START,
+                       SERVICE_ERROR_NORMAL, kr::host::to_utf16(KR_TEST_DRIVER_IMAGE).c_str(), nullptr,
+                       nullptr, nullptr, nullptr, nullptr);
+    SERVICE_STATUS status{};
+    EXPECT_TRUE(StartServiceW(driver, 0, nullptr));
+    EXPECT_EQ(kr::test::error_of(StartServiceW(driver, 0, nullptr)), 1056u);
+    EXPECT_TRUE(ControlService(driver, SERVICE_CONTROL_STOP, &status));
+    EXPECT_EQ(status.dwCurrentState, SERVICE_STOPPED);
+    EXPECT_EQ(kr::test::error_of(ControlService(driver, SERVICE_CONTROL_STOP, &status)), 1062u);
 }
 
 TEST_F(ProbeFault, ALeftoverServiceIsNotTouched) {
