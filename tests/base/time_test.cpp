@@ -132,6 +132,13 @@ TEST(Time, ScalesDurationsOnly) {
         EXPECT_EQ(r.scale(&t, r.factor, &t), r.result) << r.line;
         EXPECT_TRUE(same(t, r.result == ok ? duration(ms, r.count) : r.from)) << r.line;
     }
+    kr_time made{};
+    kr_time_fromMicroseconds(&made, 5);
+    EXPECT_TRUE(same(made, duration(us, 5)));
+    kr_time_fromMilliseconds(&made, 6);
+    EXPECT_TRUE(same(made, duration(ms, 6)));
+    kr_time_set_zero(&made);
+    EXPECT_TRUE(same(made, duration(s, 0)));
     for (const kr_time& none : {duration(ms, 0), point(ms, 0)}) {
         EXPECT_EQ(kr_time_is_zero(&none), kr_result_make_success(none.relative != 0 ? KR_YES : KR_NO));
     }

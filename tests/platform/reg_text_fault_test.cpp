@@ -50,6 +50,7 @@ TEST_F(RegText, ReadsWhatPeopleAndExportsWrite) {
     } rows[] = {
         {__LINE__, R"(  @ = "" ; note)", R"(@="")"},
         {__LINE__, R"("q\"b\\s"="C:\\dir\\\"x\"")", R"("q\"b\\s"="C:\\dir\\\"x\"")"},
+        {__LINE__, R"("a\nb\r"="1")", R"("a\nb\r"="1")"},
         {__LINE__, R"("a"="x\ny")", R"("a"=hex(1):78,00,0a,00,79,00,00,00)"},
         {__LINE__, R"("d"=dword:1F)", R"("d"=dword:0000001f)"},
         {__LINE__, R"("b"=HEX:0,Ff,7)", R"("b"=hex:00,ff,07)"},
@@ -137,7 +138,8 @@ TEST_F(RegText, SaysWhereATextIsBrokenAndChangesNothing) {
     const std::string deep = "[HKEY_CURRENT_USER\\" + std::string(256, 'x') + "]\n";
     for (const std::string& text :
          {std::string(), std::string("REGEDIT5\n"), header + "@=\"x\"", header + deep, header + '\0' + '\n',
-          header + "\xC0\x80", header + "\xE2\x82", "\xFE\xFF" + header, utf16_bytes(header) + "x"}) {
+          header + "\xC0\x80", header + "\xE2\x82", header + "\xE0\x80\x80", header + "\xED\xA0\x80",
+          header + "\xF4\x90\x80\x80", "\xFE\xFF" + header, utf16_bytes(header) + "x"}) {
         EXPECT_EQ(import(text), 1009u) << text;
         EXPECT_EQ(exported(), before);
     }

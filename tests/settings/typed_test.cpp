@@ -79,6 +79,8 @@ TEST_F(TypedSettings, CopyOrRefuseAndSaySo) {
         {__LINE__, uint8, "-1", nullptr, overflow},
         {__LINE__, int8, "-129", nullptr, overflow},
         {__LINE__, int8, "128", nullptr, overflow},
+        {__LINE__, uint16, "65535", "65535"},
+        {__LINE__, int16, "-32768", "-32768"},
         {__LINE__, uint16, "65536", nullptr, overflow},
         {__LINE__, int16, "32768", nullptr, overflow},
         {__LINE__, int16, too_large, nullptr, generic,

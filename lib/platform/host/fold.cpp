@@ -19,12 +19,6 @@ WCHAR fold(WCHAR unit) {
     return upper <= 0xFFFF ? static_cast<WCHAR>(upper) : unit;
 }
 
-std::u16string folded(std::u16string_view text) {
-    std::u16string result(text);
-    std::ranges::transform(result, result.begin(), fold);
-    return result;
-}
-
 bool equal_folded(std::u16string_view a, std::u16string_view b) {
     return std::ranges::equal(a, b, {}, fold, fold);
 }

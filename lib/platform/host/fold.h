@@ -11,7 +11,6 @@ namespace kr::host::detail {
 
 /// The upper-case form of one unit, for letters of every script that have one of one unit.
 WCHAR fold(WCHAR unit);
-std::u16string folded(std::u16string_view text);
 bool equal_folded(std::u16string_view a, std::u16string_view b);
 
 } // namespace kr::host::detail
