@@ -26,6 +26,10 @@ KR_READS_WHOLE_VECTORS inline __m128i load(const void* address) {
     return _mm_loadu_si128(static_cast<const __m128i*>(address));
 }
 
+inline void store(void* address, __m128i value) {
+    _mm_storeu_si128(static_cast<__m128i*>(address), value);
+}
+
 /// One bit for each byte of a comparison's outcome.
 inline u32 bits_of(__m128i outcome) {
     return static_cast<u32>(_mm_movemask_epi8(outcome));

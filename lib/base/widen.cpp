@@ -30,15 +30,7 @@ size_t narrow_ascii(const kr_char* src, char* dst, size_t room, char stop) {
 #if KR_VECTORS
 namespace vectors {
 
-namespace {
-
 constexpr u32 all_bytes = 0xFFFF;
-
-void store(void* address, __m128i value) {
-    _mm_storeu_si128(static_cast<__m128i*>(address), value);
-}
-
-} // namespace
 
 void widen_text(const char* src, kr_char* dst) {
     const __m128i zero = _mm_setzero_si128();

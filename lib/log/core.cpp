@@ -6,6 +6,7 @@
 #include <cstdarg>
 
 #include "base/mutex_section.h"
+#include "base/short_text.h"
 #include "base/sync.h"
 #include "base/threads.h"
 #include "base/time.h"
@@ -55,7 +56,7 @@ constinit std::atomic<u32> inside = 0;
 const thread_label& label_of(u32 thread_id) {
     // Thread ids are multiples of 4 on Windows and consecutive elsewhere.
     label_cache_entry& entry = output.labels[(thread_id ^ thread_id >> 4) % label_cache_size];
-    const u32 generation = kr::detail::thread_table_generation();
+    const u32 generation = kr::detail::thread_label_generation.load(std::memory_order_acquire);
     if (entry.thread_id != thread_id || entry.generation != generation) {
         kr::detail::thread_table_label(thread_id, &entry.label);
         entry.thread_id = thread_id;
@@ -201,7 +202,7 @@ size_t make_line(const log_call& call, const log_visit& visit,
         return size;
     }
     // Not from the size: a zero character ends the message, and the line goes on behind it.
-    const size_t length = kr_string_length(output.message);
+    const size_t length = kr::detail::text_length(output.message);
     if (call.is_secondary()) {
         return kr::detail::build_secondary_line(stamped ? output.clock.date() : nullptr,
                                                 output.message, length, output.line);

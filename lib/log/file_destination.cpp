@@ -4,6 +4,7 @@
 
 #include "base/local_date.h"
 #include "base/memory.h"
+#include "base/short_text.h"
 #include "base/time.h"
 #include "base/wide_string.h"
 #include "log/destinations.h"
@@ -62,7 +63,7 @@ constexpr size_t piece_length = kr::detail::line_capacity - 1;
 void append(log_file& file, const kr_char* line) {
     // Room for the newline that ends a torn line. Lines come one at a time, under the output lock.
     static char bytes[2 + kr::detail::utf8_room(piece_length)];
-    size_t left = kr_string_length(line);
+    size_t left = kr::detail::text_length(line);
     while (left > 0) {
         size_t size = 0;
         if (file.torn) {

@@ -1,11 +1,8 @@
 /// Line building. Touches the caller's buffer only.
 #include "log/line.h"
 
-#include <cstring>
-
 #include "base/decimal.h"
-#include "base/wide_string.h"
-#include "base/widen.h"
+#include "base/short_text.h"
 #include "log/log.h"
 
 namespace kr::detail {
@@ -14,17 +11,27 @@ namespace {
 constexpr u32 level_limit = 17;
 constexpr char letters[level_limit + 1] = "FEW?I???D???????C";
 
-constexpr char reset[] = "\x1b[0m";
+constexpr const kr_char* reset = KR_TEXT("\x1b[0m");
 
-/// The colour of each level; with colours on, level 0's entry stands behind every letter.
-constexpr const char* colors[level_limit] = {
-    reset, "\x1b[31m", "\x1b[33m", reset, reset, reset, reset, reset,      "\x1b[32m",
-    reset, reset,      reset,      reset, reset, reset, reset, "\x1b[34m",
-};
+/// The colour in front of a level's letter.
+constexpr const kr_char* color_of(u32 level) {
+    switch (level) {
+    case KR_LOG_ERROR:
+        return KR_TEXT("\x1b[31m");
+    case KR_LOG_WARNING:
+        return KR_TEXT("\x1b[33m");
+    case KR_LOG_DEBUG:
+        return KR_TEXT("\x1b[32m");
+    case KR_LOG_CALL:
+        return KR_TEXT("\x1b[34m");
+    default:
+        return reset;
+    }
+}
 
-/// Index of the entries for what is no level.
+/// Shown for what is no level.
 constexpr u32 unknown_level = 3;
-static_assert(letters[unknown_level] == '?' && colors[unknown_level] == reset);
+static_assert(letters[unknown_level] == '?');
 
 /// Appends to a buffer and stops at its end: from the first text that does not fit, nothing more is
 /// written.
@@ -51,9 +58,16 @@ public:
         }
     }
 
+    /// A text of a few characters.
+    void units(const kr_char* text) {
+        for (; *text != 0; ++text) {
+            unit(*text);
+        }
+    }
+
     void text(const kr_char* text, size_t length) {
         if (kr_char* const place = take(length); place != nullptr) {
-            std::memcpy(place, text, length * sizeof(kr_char));
+            copy_text(text, length, place);
         }
     }
 
@@ -66,13 +80,13 @@ public:
         if (source == nullptr) {
             source = "(null)";
         }
-        const size_t length = std::strlen(source);
+        const size_t length = text_length(source);
         const size_t padding = width > length ? width - length : 0;
         if (kr_char* place = take(padding + length); place != nullptr) {
             for (size_t i = 0; i < padding; ++i) {
                 *place++ = ' ';
             }
-            widen(source, length, place);
+            copy_text(source, length, place);
         }
     }
 
@@ -133,11 +147,11 @@ void append_stamp(line_writer& line, const line_stamp& stamp) {
 inline void append_letter(line_writer& line, const line_fields& fields) {
     const u32 level = fields.level < level_limit ? fields.level : unknown_level;
     if (fields.colors) {
-        line.narrow(colors[level]);
+        line.units(color_of(level));
     }
     line.unit(static_cast<kr_char>(letters[level]));
     if (fields.colors) {
-        line.narrow(colors[KR_LOG_FORCED]);
+        line.units(reset);
     }
 }
 
@@ -213,7 +227,7 @@ size_t build_secondary_line(const kr_char* date, const kr_char* message, size_t 
                             kr_char* buffer) {
     line_writer line(buffer);
     if (date != nullptr) {
-        line.text(date, kr_string_length(date));
+        line.text(date, text_length(date));
         line.unit(' ');
     }
     line.text(message, message_length);

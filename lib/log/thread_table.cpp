@@ -49,11 +49,10 @@ struct {
 
 constinit std::atomic<bool> started = false;
 constinit std::atomic<u32> filter_on = 0;
-constinit std::atomic<u32> generation = 1;
 
 /// The caller holds the lock.
 void labels_changed() {
-    generation.fetch_add(1, std::memory_order_release);
+    kr::detail::thread_label_generation.fetch_add(1, std::memory_order_release);
 }
 
 /// Blocks go back one by one and without the lock: the hook may log.
@@ -243,10 +242,6 @@ void thread_table_forget_names() {
         labels_changed();
     }
     release_list(names);
-}
-
-u32 thread_table_generation() {
-    return generation.load(std::memory_order_acquire);
 }
 
 void thread_table_label(u32 thread_id, thread_label* out) {

@@ -6,6 +6,8 @@
 /// they do nothing.
 #pragma once
 
+#include <atomic>
+
 #include "log/log.h"
 
 /// Shows the calling thread under `name` from now on: its first 8 characters, padded with blanks.
@@ -49,7 +51,7 @@ kr_result thread_table_stop();
 void thread_table_forget_names();
 
 /// Changes whenever a label of any thread may have changed. Read without the lock.
-[[nodiscard]] u32 thread_table_generation();
+inline constinit std::atomic<u32> thread_label_generation = 1;
 void thread_table_label(u32 thread_id, thread_label* out);
 
 inline constexpr u32 maximum_depth = 20;

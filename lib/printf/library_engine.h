@@ -55,7 +55,7 @@ inline kr_result format_guid(format_output& out, va_list* args) {
     const format_scope<Traced> scope("kr_printf_format_sguid");
     scope.enter();
     const KRGUID* guid = va_arg(*args, const KRGUID*);
-    const size_t chars = guid == nullptr ? std::size(null_wide_text) - 1 : 2 * KR_GUID_BYTES;
+    const size_t chars = guid == nullptr ? std::size(null_text) - 1 : 2 * KR_GUID_BYTES;
     out.count(chars);
     if (out.measuring()) {
         return scope.leave(KR_SUCCESS);
@@ -65,7 +65,7 @@ inline kr_result format_guid(format_output& out, va_list* args) {
         return scope.leave_without_room();
     }
     if (guid == nullptr) {
-        copy_text(null_wide_text, chars, room.at);
+        copy_text(null_text, std::size(null_text) - 1, room.at);
         return scope.leave(KR_SUCCESS);
     }
     for (const u8 byte : guid->bytes) {

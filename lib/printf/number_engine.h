@@ -14,7 +14,6 @@
 namespace kr::detail {
 
 inline constexpr char null_text[] = "(null)";
-inline constexpr kr_char null_wide_text[] = KR_TEXT("(null)");
 
 inline u32 digit_count(u64 value, u32 radix) {
     const u32 bits = static_cast<u32>(std::bit_width(value | 1u));
@@ -245,14 +244,6 @@ inline kr_result format_signed(const format_settings& settings, format_output& o
     return scope.leave(KR_SUCCESS);
 }
 
-inline void copy_text(const char* text, size_t length, kr_char* out) {
-    widen(text, length, out);
-}
-
-inline void copy_text(const kr_char* text, size_t length, kr_char* out) {
-    std::memcpy(out, text, length * sizeof(kr_char));
-}
-
 /// Writes a text of a known length, padded with blanks on the left: whole or not at all.
 template <bool Traced, typename Char>
 inline kr_result format_text(const format_scope<Traced>& scope, u32 width, format_output& out,
@@ -289,9 +280,9 @@ inline kr_result format_wide_string(const format_settings& settings, format_outp
                                     va_list* args) {
     const format_scope<Traced> scope("kr_printf_format_ustring");
     scope.enter();
-    const kr_char* text = va_arg(*args, const kr_char*);
+    const kr_char* const text = va_arg(*args, const kr_char*);
     if (text == nullptr) {
-        text = null_wide_text;
+        return format_text(scope, settings.width, out, null_text, std::size(null_text) - 1);
     }
     return format_text(scope, settings.width, out, text, text_length(text));
 }

@@ -1,13 +1,11 @@
-/// Short walks over text that stand in the engine's hot path: most texts of a line are shorter than
-/// a vector, and a call costs more than the walk. For the engine's own sources; touches the
-/// language only.
+/// The walk over a format's literal characters, by vectors where there are any. For the engine's
+/// own sources; touches the language only.
 #pragma once
 
 #include <bit>
-#include <cstring>
 
+#include "base/short_text.h"
 #include "base/vector_text.h"
-#include "base/wide_string.h"
 #include "base/widen.h"
 #include "platform/types.h"
 #include "platform/vectors.h"
@@ -15,30 +13,6 @@
 namespace kr::detail {
 
 #if KR_VECTORS && !KR_READS_ARE_WATCHED
-
-inline size_t text_length(const char* text) {
-    size_t length = 0;
-    for (; vectors::in_one_page(text + length); length += vectors::vector_bytes) {
-        const u32 ends =
-            vectors::bits_of(_mm_cmpeq_epi8(vectors::load(text + length), _mm_setzero_si128()));
-        if (ends != 0) {
-            return length + static_cast<size_t>(std::countr_zero(ends));
-        }
-    }
-    return length + std::strlen(text + length);
-}
-
-inline size_t text_length(const kr_char* text) {
-    size_t length = 0;
-    for (; vectors::in_one_page(text + length); length += vectors::vector_chars) {
-        const u32 ends =
-            vectors::bits_of(_mm_cmpeq_epi16(vectors::load(text + length), _mm_setzero_si128()));
-        if (ends != 0) {
-            return length + static_cast<size_t>(std::countr_zero(ends)) / sizeof(kr_char);
-        }
-    }
-    return length + kr_string_length(text + length);
-}
 
 /// Takes whole vectors of literal characters while there is room for them; moves both cursors. An
 /// `out` of null only counts.
@@ -62,14 +36,6 @@ inline void take_literal_vectors(const char** format, kr_char* out, size_t* char
 }
 
 #else
-
-inline size_t text_length(const char* text) {
-    return std::strlen(text);
-}
-
-inline size_t text_length(const kr_char* text) {
-    return kr_string_length(text);
-}
 
 inline void take_literal_vectors(const char**, kr_char*, size_t*, size_t) {}
 
