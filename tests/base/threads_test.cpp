@@ -64,12 +64,11 @@ TEST_F(Threads, RunAtTheSystemsPriorityForTheirs) {
         // The priority stands once the creation has returned.
         const auto ask = [](void* arg) {
             auto& own = *static_cast<priority_note*>(arg);
-            own.created.wait(false);
+            while (!own.created) { std::this_thread::yield(); }
             own.priority = GetThreadPriority(GetCurrentThread());
         };
         ASSERT_EQ(kr_thread_create(ask, rows[i].first, &notes[i]), ok);
         notes[i].created = true;
-        notes[i].created.notify_one();
     }
     EXPECT_EQ(kr_thread_create_normal(nullptr, nullptr), invalid);
     stop();
