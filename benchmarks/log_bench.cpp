@@ -21,6 +21,7 @@
 #include "log/core.h"
 #include "log/destinations.h"
 #include "log/slots.h"
+#include "threaded_process.h"
 
 constinit const kr_product_record kr_product = {"bench", KR_TEXT("tools"), KR_TEXT("Korinth")};
 

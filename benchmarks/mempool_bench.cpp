@@ -12,6 +12,7 @@
 
 #include "base/mempool.h"
 #include "base/product.h"
+#include "threaded_process.h"
 
 constinit const kr_product_record kr_product = {"bench", KR_TEXT("tools"), KR_TEXT("Korinth")};
 
@@ -116,7 +117,6 @@ void sizes(benchmark::internal::Benchmark* bench) {
     bench->Arg(1000)->Arg(10000)->Arg(100000)->Arg(1000000);
 }
 
-// One thread first: locks are cheaper as long as the process has had no second one.
 BENCHMARK(pair<kr_pool>)->Name("pair_kr")->UseRealTime();
 BENCHMARK(pair<boost_pool>)->Name("pair_boost")->UseRealTime();
 BENCHMARK(pair<pmr_pool>)->Name("pair_pmr")->UseRealTime();

@@ -92,13 +92,39 @@ void InitializeCriticalSection(CRITICAL_SECTION* section) {
     std::construct_at(section);
 }
 
-// A thread that finds the lock taken sleeps at once. While it spins instead, it keeps taking the
-// lock's cache line and what the lock guards from the thread that works: two threads at one pool
-// got five times slower with a hundred rounds.
+// A thread that finds the lock taken stays away from it for a while before it looks again, and goes
+// to sleep when it was unlucky a few times. While it looks all the time, it keeps taking the lock's
+// cache line, and what the lock guards, from the thread that works; while it sleeps at once, each
+// change of hands costs two system calls. Between two threads at one pool that is 25 ns for each
+// pair of calls against several hundred and 130.
+
+namespace {
+
+constexpr int looks = 3;
+/// A microsecond or two: the work of many short sections.
+constexpr int pauses_before_look = 64;
+
+void stay_away() {
+    for (int i = 0; i < pauses_before_look; ++i) {
+#if defined(__x86_64__)
+        __builtin_ia32_pause();
+#else
+        std::atomic_signal_fence(std::memory_order_seq_cst); // keeps the loop
+#endif
+    }
+}
+
+} // namespace
 
 void kr::host::detail::enter_contended(CRITICAL_SECTION* section) {
-    // Taken as a lock that others may sleep on: whoever leaves it wakes one.
     const DWORD self = GetCurrentThreadId();
+    for (int i = 0; i < looks; ++i) {
+        stay_away();
+        if (section->state.load(std::memory_order_relaxed) == 0 && take(section->state, self)) {
+            return;
+        }
+    }
+    // Taken as a lock that others may sleep on: whoever leaves it wakes one.
     for (DWORD seen = 0; !section->state.compare_exchange_strong(
              seen, self | sleepers_bit, std::memory_order_acquire, std::memory_order_relaxed);
          seen = 0) {
