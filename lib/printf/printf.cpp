@@ -137,14 +137,40 @@ inline kr_result parse_settings(const format_scope<Traced>& scope, const char** 
     return result;
 }
 
+/// What most conversions are: a letter alone, or behind a width of one digit and a zero before
+/// that. Takes nothing of any other.
+inline u8 take_short_form(const char** cursor, format_settings& settings) {
+    const char* at = *cursor;
+    const u8 row = format_take_conversion(&at);
+    if (row != format_no_row) {
+        *cursor = at;
+        return row;
+    }
+    at = *cursor;
+    const u32 flags = *at == '0' ? u32{KR_PRINTF_FLAG_ZEROES} : 0;
+    at += flags != 0 ? 1 : 0;
+    if (!format_is_digit(*at) || *at == '0') {
+        return format_no_row;
+    }
+    const auto width = static_cast<u32>(*at - '0');
+    ++at;
+    const u8 wide_row = format_take_conversion(&at);
+    if (wide_row != format_no_row) {
+        settings.flags = flags;
+        settings.width = width;
+        *cursor = at;
+    }
+    return wide_row;
+}
+
 /// Handles the conversion behind a '%' and moves the cursor behind it.
 template <bool Traced>
 inline kr_result format_conversion_at(const format_scope<Traced>& scope, const char** cursor,
                                       format_output& out, va_list* args) {
     format_settings settings;
-    // Most conversions are their letter alone. The trace wants to hear of every parser, though.
     const char* letter = *cursor;
-    u8 row = Traced ? format_no_row : format_take_conversion(&letter);
+    // The trace wants to hear of every parser.
+    u8 row = Traced ? format_no_row : take_short_form(&letter, settings);
     if (row == format_no_row) {
         const kr_result result = parse_settings(scope, cursor, settings);
         if (kr_result_failed(result)) {
