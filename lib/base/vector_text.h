@@ -2,7 +2,6 @@
 /// language only.
 #pragma once
 
-#include <bit>
 #include <cstdint>
 
 #include "platform/types.h"
@@ -19,7 +18,8 @@ inline constexpr size_t page_bytes = 4096;
 /// Whether the bytes from `address` on, one vector by default, lie in one page: then they may be
 /// read when the first of them may. The text's end is not known, so no other bound is at hand.
 inline bool in_one_page(const void* address, size_t size_bytes = vector_bytes) {
-    return std::bit_cast<std::uintptr_t>(address) % page_bytes <= page_bytes - size_bytes;
+    return (reinterpret_cast<std::uintptr_t>(address) & (page_bytes - 1)) <=
+           page_bytes - size_bytes;
 }
 
 KR_READS_WHOLE_VECTORS inline __m128i load(const void* address) {

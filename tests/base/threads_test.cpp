@@ -26,9 +26,9 @@ TEST(Mutex, KeepsThreadsOutAndLetsItsHolderBackIn) {
             kr_mutex_unlock(&mutex);
         }
     };
-    std::vector<std::jthread> threads;
-    for (int i = 0; i < 4; ++i) { threads.emplace_back(work); }
-    threads.clear();
+    std::thread threads[4];
+    for (std::thread& thread : threads) { thread = std::thread(work); }
+    for (std::thread& thread : threads) { thread.join(); }
     EXPECT_EQ(count, 4 * rounds * 2);
     EXPECT_EQ(kr_mutex_destroy(&mutex), ok);
 }

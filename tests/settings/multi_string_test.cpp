@@ -75,7 +75,8 @@ TEST_F(MultiString, ReadsIntoAnArrayOrLeavesIt) {
     const std::string get = "W kr_settings_get_multi_string: Unable to parse multi string ";
     std::string lines;
     for (const std::string text : {"a;b\\", "a;b;c\\x"}) {
-        lines += parse + text + "' is not properly escaped.\n" + get + text + " Result is 0x82000003\n";
+        lines.append(parse).append(text).append("' is not properly escaped.\n");
+        lines.append(get).append(text).append(" Result is 0x82000003\n");
     }
     EXPECT_EQ(said(log_, "07"), lines);
 }
