@@ -73,6 +73,7 @@ TEST(NumbersByTheRuntime, KeepTheRangeOfTheirWidth) {
 TEST(NumbersByStrictRules, TakeDigitsOnlyAndTheWholeRange) {
     const std::initializer_list<row<u64>> rows = {
         {__LINE__, "", invalid},   {__LINE__, "18446744073709551615", ok, max_u64},
+        {__LINE__, "7", ok, 7},
         {__LINE__, "1 ", invalid}, {__LINE__, "18446744073709551616", overflow},
     };
     expect_parsed(kr_string_to_ui64_a_generic, rows);

@@ -154,6 +154,35 @@ TEST(Mempool, SurvivesEveryFailingAllocation) {
     }
 }
 
+/// The lock is free while a pool grows: elements may come back then.
+TEST(Mempool, TakesElementsBackWhileItGrows) {
+    static kr_mempool* growing;
+    static std::vector<void*> held;
+    test_pool pool(8, 4, 0);
+    growing = pool.pool;
+    held.clear();
+    for (u32 i = 0; i < 4; ++i) { held.push_back(pool.alloc()); }
+    const std::vector<void*> before = held;
+    kr_memory_set_hooks(
+        [](void** out, std::size_t size) {
+            if (held.size() > 2) {
+                kr_mempool_free(growing, held.back());
+                held.pop_back();
+            }
+            *out = std::malloc(size);
+            return ok;
+        },
+        std::free);
+    // What came back last goes out first, then the elements of the growth.
+    EXPECT_EQ(pool.alloc(), before[2]);
+    EXPECT_EQ(pool.alloc(), before[3]);
+    const void* const fresh = pool.alloc();
+    kr_memory_set_hooks(nullptr, nullptr);
+    EXPECT_EQ(std::count(before.begin(), before.end(), fresh), 0);
+    pool.free(before[2]);
+    EXPECT_EQ(pool.alloc(), before[2]);
+}
+
 /// Every thread writes its mark into what it holds; a second owner would overwrite it.
 TEST(MempoolThreads, NeverHandOutAnElementTwice) {
     struct row {

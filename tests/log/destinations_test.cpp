@@ -166,8 +166,10 @@ TEST(FileDestination, KeepsEveryLineByteForByte) {
     EXPECT_EQ(read_file(file.path), expected) << "before the file is closed";
     open();
     say(KR_TEXT("appended"), "appended");
-    file_log_do_log(log_main_slot.get().context, wide(10'000, 'x').c_str(), 0);
-    expected += std::string(10'000, 'x');
+    // Longer than any line of the log: written in pieces, and no character falls between two.
+    const wide longest = wide(4'094, 'x') + KR_TEXT("\U0001F600") + wide(9'000, 'y');
+    file_log_do_log(log_main_slot.get().context, longest.c_str(), 0);
+    expected += utf8(longest.c_str());
     EXPECT_EQ(kr_log_set_destination(KR_TEXT("none")), ok);
     EXPECT_EQ(read_file(file.path), expected);
 }

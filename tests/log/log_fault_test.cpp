@@ -7,12 +7,14 @@
 #include <unistd.h>
 
 #include "base/time.h"
+#include "log/config.h"
 #include "log/destinations.h"
 #include "log/log_module.h"
 #include "platform/host/fault.h"
 #include "platform/host/world.h"
 #include "support/captured_log.h"
 #include "support/failing_allocator.h"
+#include "support/fresh_registry.h"
 #include "support/system.h"
 
 namespace {
@@ -339,6 +341,22 @@ TEST(LogModule, StartsWritesAndStops) {
     EXPECT_TRUE(shown[0].ends_with(u"; F(02); hello; wmain()\n"));
     kr_log_register_module(u"stdout");
     EXPECT_EQ(kr_log_thread_register("x"), unexpected);
+}
+
+TEST(LogReset, KeepsTheDefaultsWhereAKeyCannotBeOpened) {
+    captured_log log;
+    const fresh_registry registry;
+    const open_settings domain, group(domain, "log");
+    group.plant("main", "1");
+    for (const u32 nth : {1u, 2u}) {
+        const armed_fault fault({.call = "RegCreateKeyW", .error = 5, .nth = nth});
+        EXPECT_EQ(kr_log_reset(), ok);
+        EXPECT_EQ(fault.hits(), 1u);
+        EXPECT_EQ(kr_log_category_masks[KR_LOG_MAIN], 7u);
+    }
+    EXPECT_EQ(said(log, "01"), "F kr_log_reset: Override log setting found for domain krtest\n"
+                               "F kr_log_reset: Group 'log' in domain krtest cannot be opened. "
+                               "Using default log settings.\n");
 }
 
 TEST(LogModule, FailsWithoutMemoryForItsList) {

@@ -84,6 +84,15 @@ std::string steps(captured_log& log) {
     return lines;
 }
 
+size_t measured(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    size_t size = 0;
+    EXPECT_EQ(kr_printf_get_required_buffer_size(format, args, &size), ok);
+    va_end(args);
+    return size;
+}
+
 TEST(EngineLog, TracesEveryStepWhenAsked) {
     captured_log log(0);
     log.set_mask(KR_LOG_PRINTF, KR_LOG_CALL | KR_LOG_DEBUG);
@@ -126,6 +135,12 @@ TEST(EngineLog, TracesEveryStepWhenAsked) {
                                          "4, radix = 16)"));
     EXPECT_EQ(lines.back(), "C 05 kr_string_format: Return 0x82000021 () error \"Supplied buffer "
                             "is not large enough\" from \"Unknown source\"");
+
+    EXPECT_EQ(measured("ab"), 6u);
+    EXPECT_THAT(log.take(),
+                ElementsAre("C 05 kr_printf_get_required_buffer_size: Enter ()",
+                            "C 05 ..kr_printf_format: Enter ()", "C 05 ..kr_printf_format: Return ()",
+                            "C 05 kr_printf_get_required_buffer_size: Return ()"));
 
     log.set_mask(KR_LOG_PRINTF, KR_LOG_PROFILE);
     ASSERT_EQ(write_into(64, "text"), ok);

@@ -148,14 +148,31 @@ TEST_F(TypedSettings, MissingEntriesAndOddValues) {
     const kr_ip_subnet refused = {0x0A000001, 256};
     (void)log_.take();
     EXPECT_EQ(kr_settings_set_ip_subnet(settings_, KR_TEXT("to"), &refused), invalid);
-    EXPECT_EQ(kr_settings_set_INT8(nullptr, KR_TEXT("to"), -1), generic);
+    const auto refuses = [](auto set, auto value) { EXPECT_EQ(set(nullptr, KR_TEXT("to"), value), generic); };
+    refuses(kr_settings_set_INT8, i8{-1});
+    refuses(kr_settings_set_BOOL, 5);
+    const kr_time second = {KR_TIME_UNIT_SECONDS, 1, 1};
+    refuses(kr_settings_set_relative_time, &second);
+    refuses(kr_settings_set_ip_address, 0x0A000001u);
+    const kr_ip_subnet network = {0x0A000001, 8};
+    refuses(kr_settings_set_ip_subnet, &network);
+    const KRGUID nil{};
+    refuses(kr_settings_set_guid, &nil);
     kr_settings_handle group = nullptr;
     EXPECT_EQ(kr_settings_group_open(nullptr, KR_TEXT("g"), &group), generic);
+    const std::string end = " Result is 0x82000000\n", store = "kr_settings_set_string";
     EXPECT_EQ(said(log_, "07"),
               "W kr_settings_set_ip_subnet: invalid subnet mask\n"
-              "W kr_settings_set_signed_int: kr_settings_set_string(name_ptr=to, value=-1) failed. "
-              "Result is 0x82000000\n"
-              "W kr_settings_group_open: Unable to open subkey 'g', error code = 6\n");
+              "W kr_settings_set_signed_int: " +
+                  store + "(name_ptr=to, value=-1) failed." + end +
+                  "W kr_settings_set_unsigned_int: " + store + "(name_ptr=to, value=1) failed." + end +
+                  "W kr_settings_set_BOOL: kr_settings_set_UINT8() failed." + end +
+                  "W kr_settings_set_UINT64: " + store + "(name_ptr=to, value=1000000000) failed." + end +
+                  "W kr_settings_set_relative_time: kr_settings_set_UINT64() failed." + end +
+                  "W kr_settings_set_ip_address: " + store + "() failed." + end +
+                  "W kr_settings_set_ip_subnet: " + store + "() failed" + end +
+                  "W kr_settings_set_guid: " + store + "() failed." + end +
+                  "W kr_settings_group_open: Unable to open subkey 'g', error code = 6\n");
 }
 
 TEST_F(TypedSettings, TraceOfARead) {
