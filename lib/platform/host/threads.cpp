@@ -221,15 +221,7 @@ bool close_thread_handle(HANDLE handle) {
 } // namespace kr::host::detail
 
 void Sleep(DWORD duration_ms) {
-    if (duration_ms == 0) {
-        sched_yield();
-        return;
-    }
     std::this_thread::sleep_for(std::chrono::milliseconds(duration_ms));
-}
-
-BOOL SwitchToThread() {
-    return sched_yield() == 0 ? TRUE : FALSE;
 }
 
 DWORD kr::host::detail::find_thread_id() {

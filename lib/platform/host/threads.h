@@ -107,7 +107,6 @@ inline constexpr DWORD WAIT_FAILED = 0xFFFFFFFF;
 DWORD WaitForSingleObject(HANDLE thread, DWORD timeout_ms);
 
 void Sleep(DWORD duration_ms);
-BOOL SwitchToThread();
 /// A pseudo handle that means the calling thread.
 HANDLE GetCurrentThread();
 
