@@ -9,9 +9,9 @@
 
 #include <benchmark/benchmark.h>
 
-#include "base/convert.h"
+#include "base/convert/convert.h"
 #include "base/product.h"
-#include "base/widen.h"
+#include "base/text/widen.h"
 
 constinit const kr_product_record kr_product = {"krbench", KR_TEXT("tools"), KR_TEXT("Korinth")};
 

@@ -19,8 +19,8 @@
 
 #include "base/product.h"
 #include "log/core.h"
-#include "log/destinations.h"
-#include "log/slots.h"
+#include "log/destinations/destinations.h"
+#include "log/destinations/slots.h"
 #include "threaded_process.h"
 
 constinit const kr_product_record kr_product = {"bench", KR_TEXT("tools"), KR_TEXT("Korinth")};

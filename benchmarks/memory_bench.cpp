@@ -4,7 +4,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "base/buffer.h"
+#include "base/memory/buffer.h"
 #include "base/product.h"
 
 constinit const kr_product_record kr_product = {"bench", KR_TEXT("tools"), KR_TEXT("Korinth")};

@@ -10,7 +10,7 @@
 #include <benchmark/benchmark.h>
 #include <boost/pool/pool.hpp>
 
-#include "base/mempool.h"
+#include "base/memory/mempool.h"
 #include "base/product.h"
 #include "threaded_process.h"
 

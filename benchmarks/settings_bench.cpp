@@ -7,11 +7,11 @@
 
 #include <benchmark/benchmark.h>
 
-#include "base/array_string.h"
-#include "base/memory.h"
+#include "base/memory/memory.h"
 #include "base/product.h"
-#include "log/config.h"
-#include "log/log_module.h"
+#include "base/text/array_string.h"
+#include "log/startup/config.h"
+#include "log/startup/log_module.h"
 #include "platform/platform.h"
 #include "settings/multi_string.h"
 #include "settings/store.h"

@@ -4,7 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include "base/product.h"
-#include "base/wide_string.h"
+#include "base/text/wide_string.h"
 
 constinit const kr_product_record kr_product = {"bench", KR_TEXT("tools"), KR_TEXT("Korinth")};
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "base/guid.h"
+#include "base/convert/guid.h"
 #include "text_input.h"
 
 namespace {

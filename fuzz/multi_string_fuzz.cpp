@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "base/array_string.h"
-#include "base/memory.h"
+#include "base/memory/memory.h"
 #include "base/product.h"
+#include "base/text/array_string.h"
 #include "settings/multi_string.h"
 
 constinit const kr_product_record kr_product = {"krfuzz", KR_TEXT("tools"), KR_TEXT("Korinth")};

@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "base/convert_number.h"
-#include "base/digit_scan.h"
+#include "base/convert/convert_number.h"
+#include "base/convert/digit_scan.h"
 #include "text_input.h"
 
 namespace {

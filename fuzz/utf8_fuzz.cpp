@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "base/convert_text.h"
-#include "base/widen.h"
+#include "base/convert/convert_text.h"
+#include "base/text/widen.h"
 #include "text_input.h"
 
 namespace {

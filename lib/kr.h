@@ -9,16 +9,16 @@
 
 // Start and end of the library, and who the program is.
 #include "base/product.h"
-#include "log/log_module.h"
-#include "log/module.h"
+#include "log/startup/log_module.h"
+#include "log/startup/module.h"
 
 // The log.
 #include "log/categories.h"
-#include "log/config.h"
 #include "log/core.h"
-#include "log/destinations.h"
+#include "log/destinations/destinations.h"
 #include "log/layout.h"
 #include "log/log.h"
+#include "log/startup/config.h"
 #include "log/thread_table.h"
 #include "log/trace.h"
 
@@ -28,23 +28,23 @@
 #include "printf/printf.h"
 
 // Memory.
-#include "base/buffer.h"
-#include "base/memory.h"
-#include "base/mempool.h"
-#include "base/memvec.h"
-#include "base/typed_memory.h"
+#include "base/memory/buffer.h"
+#include "base/memory/memory.h"
+#include "base/memory/mempool.h"
+#include "base/memory/memvec.h"
+#include "base/memory/typed_memory.h"
 
 // Text and values.
-#include "base/array_string.h"
-#include "base/convert.h"
-#include "base/guid.h"
-#include "base/local_date.h"
-#include "base/time.h"
-#include "base/wide_string.h"
+#include "base/convert/convert.h"
+#include "base/convert/guid.h"
+#include "base/text/array_string.h"
+#include "base/text/wide_string.h"
+#include "base/time/local_date.h"
+#include "base/time/time.h"
 
 // Locks and threads.
-#include "base/sync.h"
-#include "base/threads.h"
+#include "base/threads/sync.h"
+#include "base/threads/threads.h"
 
 // Settings.
 #include "settings/multi_string.h"

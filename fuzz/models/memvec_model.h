@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "base/memvec.h"
-#include "base/typed_memory.h"
+#include "base/memory/memvec.h"
+#include "base/memory/typed_memory.h"
 
 namespace kr::test {
 

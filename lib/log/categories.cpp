@@ -1,7 +1,7 @@
 /// Category look-ups and defaults: linear walks over 83 rows, made at start-up only.
 #include "log/categories.h"
 
-#include "base/wide_string.h"
+#include "base/text/wide_string.h"
 
 namespace {
 

@@ -5,15 +5,15 @@
 #include <algorithm>
 #include <cstdarg>
 
-#include "base/mutex_section.h"
-#include "base/short_text.h"
-#include "base/sync.h"
-#include "base/threads.h"
-#include "base/time.h"
-#include "base/wide_string.h"
-#include "log/destinations.h"
+#include "base/text/short_text.h"
+#include "base/text/wide_string.h"
+#include "base/threads/mutex_section.h"
+#include "base/threads/sync.h"
+#include "base/threads/threads.h"
+#include "base/time/time.h"
+#include "log/destinations/destinations.h"
+#include "log/destinations/slots.h"
 #include "log/line.h"
-#include "log/slots.h"
 #include "log/stamp.h"
 #include "log/thread_table.h"
 #include "platform/platform.h"

@@ -1,8 +1,8 @@
 /// Line building. Touches the caller's buffer only.
 #include "log/line.h"
 
-#include "base/decimal.h"
-#include "base/short_text.h"
+#include "base/convert/decimal.h"
+#include "base/text/short_text.h"
 #include "log/log.h"
 
 namespace kr::detail {

@@ -1,7 +1,7 @@
 /// The log interface's data: the level masks and the destination slots.
 #include "log/log.h"
 
-#include "log/slots.h"
+#include "log/destinations/slots.h"
 
 constinit std::atomic<u32> kr_log_category_masks[KR_LOG_SLOT_COUNT] = {};
 

@@ -8,7 +8,7 @@
 #include <type_traits>
 
 #include "base/product.h"
-#include "base/time_value.h"
+#include "base/time/time_value.h"
 #include "platform/types.h"
 #include "printf/format_check.h"
 #include "result/result.h"

@@ -3,9 +3,9 @@
 
 #include <cstring>
 
-#include "base/local_date.h"
-#include "base/time.h"
-#include "base/wide_string.h"
+#include "base/text/wide_string.h"
+#include "base/time/local_date.h"
+#include "base/time/time.h"
 
 namespace kr::detail {
 

@@ -6,10 +6,10 @@
 #include <cstring>
 #include <new>
 
-#include "base/memory.h"
-#include "base/sync.h"
-#include "base/threads.h"
-#include "base/widen.h"
+#include "base/memory/memory.h"
+#include "base/text/widen.h"
+#include "base/threads/sync.h"
+#include "base/threads/threads.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 /// driver. For the engine's own sources.
 #pragma once
 
-#include "base/guid.h"
+#include "base/convert/guid.h"
 #include "printf/library_conversions.h"
 #include "printf/number_engine.h"
 #include "result/descriptions.h"

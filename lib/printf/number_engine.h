@@ -5,8 +5,8 @@
 #include <bit>
 #include <cstring>
 
-#include "base/decimal.h"
-#include "base/widen.h"
+#include "base/convert/decimal.h"
+#include "base/text/widen.h"
 #include "printf/engine.h"
 #include "printf/numbers.h"
 #include "printf/text_scan.h"

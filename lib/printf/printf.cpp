@@ -2,7 +2,7 @@
 /// entry points.
 #include "printf/printf.h"
 
-#include "base/widen.h"
+#include "base/text/widen.h"
 #include "printf/library_engine.h"
 #include "printf/number_engine.h"
 #include "printf/parser_engine.h"

@@ -4,9 +4,9 @@
 
 #include <bit>
 
-#include "base/short_text.h"
-#include "base/vector_text.h"
-#include "base/widen.h"
+#include "base/text/short_text.h"
+#include "base/text/vector_text.h"
+#include "base/text/widen.h"
 #include "platform/types.h"
 #include "platform/vectors.h"
 

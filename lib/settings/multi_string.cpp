@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <limits>
 
-#include "base/array_string.h"
-#include "base/memory.h"
-#include "base/wide_string.h"
+#include "base/memory/memory.h"
+#include "base/text/array_string.h"
+#include "base/text/wide_string.h"
 #include "log/log.h"
 #include "log/trace.h"
 

@@ -4,9 +4,9 @@
 
 #include <cstddef>
 
-#include "base/memory.h"
+#include "base/memory/memory.h"
 #include "base/product.h"
-#include "base/wide_string.h"
+#include "base/text/wide_string.h"
 #include "log/log.h"
 #include "platform/platform.h"
 #include "printf/printf.h"

@@ -5,9 +5,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "base/convert.h"
-#include "base/memory.h"
-#include "base/time.h"
+#include "base/convert/convert.h"
+#include "base/memory/memory.h"
+#include "base/time/time.h"
 #include "log/log.h"
 #include "log/trace.h"
 #include "printf/printf.h"

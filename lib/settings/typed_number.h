@@ -2,7 +2,7 @@
 /// the contract common to all of them stands in settings/typed.h.
 #pragma once
 
-#include "base/time_value.h"
+#include "base/time/time_value.h"
 #include "platform/types.h"
 #include "result/result.h"
 #include "settings/store.h"

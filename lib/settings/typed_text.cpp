@@ -1,8 +1,8 @@
 /// Addresses, subnets and GUIDs as text.
 #include "settings/typed_text.h"
 
-#include "base/convert.h"
-#include "base/guid.h"
+#include "base/convert/convert.h"
+#include "base/convert/guid.h"
 #include "log/log.h"
 #include "log/trace.h"
 #include "printf/printf.h"

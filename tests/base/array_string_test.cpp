@@ -1,5 +1,5 @@
 /// The string array: growth, order and ownership.
-#include "base/array_string.h"
+#include "base/text/array_string.h"
 
 #include <memory>
 

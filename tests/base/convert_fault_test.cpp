@@ -1,7 +1,7 @@
 /// Conversions at the edge of readable memory, and a resolver that fails.
-#include "base/digit_scan.h"
-#include "base/host_address.h"
-#include "base/widen.h"
+#include "base/convert/digit_scan.h"
+#include "base/convert/host_address.h"
+#include "base/text/widen.h"
 #include "platform/host/fault.h"
 #include "support/captured_log.h"
 #include "support/guard_page.h"

@@ -1,8 +1,8 @@
 /// ASCII and wide copies: the vector copies against the plain ones, limits, new strings; UTF-8
 /// counts.
-#include "base/convert_text.h"
+#include "base/convert/convert_text.h"
 
-#include "base/widen.h"
+#include "base/text/widen.h"
 #include "support/captured_log.h"
 #include "support/failing_allocator.h"
 #include "support/guarded_buffer.h"

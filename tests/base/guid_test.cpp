@@ -1,5 +1,5 @@
 /// The GUID's text forms, written and read, and serial numbers.
-#include "base/guid.h"
+#include "base/convert/guid.h"
 
 #include "support/captured_log.h"
 #include "support/guarded_buffer.h"

@@ -1,8 +1,8 @@
 /// The allocator hooks, the buffer utilities and the typed operations on flat memory.
-#include "base/memory.h"
+#include "base/memory/memory.h"
 
-#include "base/buffer.h"
-#include "base/typed_memory.h"
+#include "base/memory/buffer.h"
+#include "base/memory/typed_memory.h"
 #include "support/captured_log.h"
 #include "support/failing_allocator.h"
 

@@ -1,5 +1,5 @@
 /// Memory pools: which element comes next, wrong frees, bounds, failing allocators, threads.
-#include "base/mempool.h"
+#include "base/memory/mempool.h"
 
 #include <algorithm>
 #include <atomic>

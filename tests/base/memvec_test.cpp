@@ -1,14 +1,14 @@
 /// Memory vectors: random steps against a plain array, and what a model cannot see: ownership,
 /// limits, the typed operations, failing allocators.
-#include "base/memvec.h"
+#include "base/memory/memvec.h"
 
 #include <memory>
 #include <numeric>
 #include <random>
 
-#include "base/memory.h"
-#include "base/memvec_record.h"
-#include "base/typed_memory.h"
+#include "base/memory/memory.h"
+#include "base/memory/memvec_record.h"
+#include "base/memory/typed_memory.h"
 #include "models/memvec_model.h"
 #include "support/captured_log.h"
 #include "support/failing_allocator.h"

@@ -1,6 +1,6 @@
 /// Threads that the system refuses, waits that fail, a heap that is used up, and what becomes of a
 /// finished thread. Host only: the faults are injected, the calls recorded.
-#include "base/threads.h"
+#include "base/threads/threads.h"
 
 #include <atomic>
 #include <cstdlib>

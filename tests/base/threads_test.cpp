@@ -1,10 +1,10 @@
 /// Locks, and worker threads from their start to the module's end.
-#include "base/threads.h"
+#include "base/threads/threads.h"
 
 #include <atomic>
 #include <thread>
 
-#include "base/sync.h"
+#include "base/threads/sync.h"
 #include "support/system.h"
 
 namespace {

@@ -1,9 +1,9 @@
 /// Time: units and their limits, differences, scaling, calendar dates, the clocks.
-#include "base/time.h"
+#include "base/time/time.h"
 
 #include <ctime>
 
-#include "base/local_date.h"
+#include "base/time/local_date.h"
 #include "support/captured_log.h"
 
 namespace {

@@ -1,5 +1,5 @@
 /// The vector walks beside pages that cannot be read.
-#include "base/wide_scan.h"
+#include "base/text/wide_scan.h"
 #include "support/guard_page.h"
 
 namespace {

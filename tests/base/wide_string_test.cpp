@@ -1,7 +1,7 @@
 /// Wide strings: the vector walks against the plain ones, and each operation's results.
-#include "base/wide_string.h"
+#include "base/text/wide_string.h"
 
-#include "base/wide_scan.h"
+#include "base/text/wide_scan.h"
 #include "platform/platform.h"
 #include "support/failing_allocator.h"
 #include "support/guarded_buffer.h"

@@ -1,10 +1,10 @@
 /// The log's configuration: which entry changes what, in which order, and what is said about it.
-#include "log/config.h"
+#include "log/startup/config.h"
 
 #include <sstream>
 
 #include "log/categories.h"
-#include "log/destinations.h"
+#include "log/destinations/destinations.h"
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 

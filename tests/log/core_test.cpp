@@ -2,8 +2,8 @@
 #include <regex>
 #include <thread>
 
-#include "base/threads.h"
-#include "base/time.h"
+#include "base/threads/threads.h"
+#include "base/time/time.h"
 #include "support/captured_log.h"
 
 namespace {

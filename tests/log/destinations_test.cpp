@@ -1,5 +1,5 @@
 /// Destinations: which text selects which, and what arrives there.
-#include "log/destinations.h"
+#include "log/destinations/destinations.h"
 
 #include <regex>
 

@@ -6,10 +6,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "base/time.h"
-#include "log/config.h"
-#include "log/destinations.h"
-#include "log/log_module.h"
+#include "base/time/time.h"
+#include "log/destinations/destinations.h"
+#include "log/startup/config.h"
+#include "log/startup/log_module.h"
 #include "platform/host/fault.h"
 #include "platform/host/world.h"
 #include "support/captured_log.h"

@@ -1,5 +1,5 @@
 /// The module registry: order, dependencies, failed starts, limits.
-#include "log/module.h"
+#include "log/startup/module.h"
 
 #include "support/suite.h"
 

@@ -1,7 +1,7 @@
 /// The engine's output, sizes and refusals, through its entry points.
 #include "printf/printf.h"
 
-#include "base/guid.h"
+#include "base/convert/guid.h"
 #include "result/descriptions.h"
 #include "support/guarded_buffer.h"
 

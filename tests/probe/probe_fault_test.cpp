@@ -10,8 +10,8 @@
 #include <gmock/gmock.h>
 
 #include "log/log.h"
-#include "log/log_module.h"
-#include "log/module.h"
+#include "log/startup/log_module.h"
+#include "log/startup/module.h"
 #include "platform/host/fault.h"
 #include "platform/host/world.h"
 #include "probe.h"

@@ -2,7 +2,7 @@
 /// change.
 #include "settings/multi_string.h"
 
-#include "base/array_string.h"
+#include "base/text/array_string.h"
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 

@@ -1,5 +1,5 @@
 /// The settings when the registry or the memory fails, call by call.
-#include "base/array_string.h"
+#include "base/text/array_string.h"
 #include "platform/host/fault.h"
 #include "settings/multi_string.h"
 #include "settings/store.h"

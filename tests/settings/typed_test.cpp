@@ -2,7 +2,7 @@
 /// about values that it refuses.
 #include "settings/typed.h"
 
-#include "base/guid.h"
+#include "base/convert/guid.h"
 #include "support/fresh_registry.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "log/core.h"
+#include "log/destinations/slots.h"
 #include "log/log.h"
-#include "log/slots.h"
 #include "support/suite.h"
 
 namespace kr::test {

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <unordered_set>
 
-#include "base/memory.h"
+#include "base/memory/memory.h"
 #include "support/suite.h"
 
 namespace kr::test {

@@ -2,7 +2,7 @@
 /// On either system it is that system's own registry, below HKEY_LOCAL_MACHINE.
 #pragma once
 
-#include "base/memory.h"
+#include "base/memory/memory.h"
 #include "platform/platform.h"
 #include "settings/store.h"
 #include "support/captured_log.h"

@@ -8,7 +8,7 @@
 
 #include <gmock/gmock.h>
 
-#include "log/utf8.h"
+#include "log/destinations/utf8.h"
 #include "result/result.h"
 
 namespace kr::test {

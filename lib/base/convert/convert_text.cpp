@@ -1,0 +1,141 @@
+/// Copies between ASCII and wide text, and UTF-8 counts. Reaches the allocator hooks and the log.
+#include "base/convert/convert_text.h"
+
+#include <cstring>
+
+#include "base/memory/memory.h"
+#include "base/text/wide_string.h"
+#include "base/text/widen.h"
+#include "log/log.h"
+
+namespace {
+
+kr_result to_ascii(const char* function, const kr_char* src, char* dst, size_t dst_size) {
+    const size_t count = kr::detail::narrow_ascii(src, dst, dst_size);
+    if (count == dst_size) {
+        return kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH);
+    }
+    const kr_char stop = src[count];
+    if (stop != kr_char{}) {
+        KR_LOG_AS(KR_LOG_OTHER, KR_LOG_ERROR, function,
+                  "Non ASCII unicode char %04X at string index %u cannot be converted to "
+                  "non-unicode char",
+                  static_cast<u32>(stop), static_cast<u32>(count));
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    dst[count] = '\0';
+    return KR_SUCCESS;
+}
+
+/// A copy of `src` in wide characters, from the allocate hook; `out` is written on success only.
+kr_result widen_dup(const char* src, kr_char** out) {
+    void* block = nullptr;
+    const kr_result result =
+        kr_memory_allocate_hook(&block, (std::strlen(src) + 1) * sizeof(kr_char));
+    if (kr_result_succeeded(result)) {
+        kr::detail::widen_text(src, static_cast<kr_char*>(block));
+        *out = static_cast<kr_char*>(block);
+    }
+    return result;
+}
+
+/// Length of the sequence that a lead byte announces, by the byte's top six bits; 0 for a byte that
+/// leads none.
+constexpr u8 sequence_bytes[64] = {
+    1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1,
+    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 2, 2, 2, 2, 2, 2, 3, 3, 3, 3, 4, 4, 5, 6,
+};
+
+struct utf8_counts {
+    u64 characters;
+    u64 bytes;
+};
+
+utf8_counts count_utf8(const char* function, const char* text) {
+    utf8_counts counts{};
+    while (text[counts.bytes] != '\0') {
+        const auto lead = static_cast<u8>(text[counts.bytes++]);
+        const u32 length = sequence_bytes[lead >> 2];
+        if (length == 0) {
+            KR_LOG_AS(KR_LOG_OTHER, KR_LOG_ERROR, function,
+                      "Invalid byte value 0x%02X in UTF-8 sequence, ignoring it!", u32{lead});
+            continue;
+        }
+        ++counts.characters;
+        for (u32 i = 1; i < length && text[counts.bytes] != '\0'; ++i) {
+            ++counts.bytes;
+        }
+    }
+    return counts;
+}
+
+u64 null_text_count() {
+    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+}
+
+} // namespace
+
+kr_result kr_wchar_to_ascii(const kr_char* src, char* dst, size_t dst_size) {
+    return to_ascii(__func__, src, dst, dst_size);
+}
+
+kr_result kr_krchar_to_ascii(const kr_char* src, char* dst, size_t dst_size) {
+    return to_ascii(__func__, src, dst, dst_size);
+}
+
+void kr_ascii_to_wchar(const char* src, kr_char* dst) {
+    kr::detail::widen_text(src, dst);
+}
+
+void kr_ascii_to_krchar(const char* src, kr_char* dst) {
+    kr::detail::widen_text(src, dst);
+}
+
+kr_result kr_ascii_to_wchar_strdup(const char* src, kr_char** out) {
+    const kr_result result = widen_dup(src, out);
+    if (kr_result_failed(result)) {
+        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
+               "Failed to allocate memory for wchar_t string. Result is %_r (%_z)", &result,
+               &result);
+    }
+    return result;
+}
+
+kr_result kr_ascii_to_krchar_strdup(const char* src, kr_char** out) {
+    const kr_result result = widen_dup(src, out);
+    if (kr_result_failed(result)) {
+        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
+               "Failed to allocate memory for kr_char_string. Result is %_r (%_z)", &result,
+               &result);
+    }
+    return result;
+}
+
+kr_result kr_krchar_to_ascii_strdup(const kr_char* src, char** out) {
+    const size_t size_bytes = kr_string_length(src) + 1;
+    kr::detail::memory_block block;
+    kr_result result = block.allocate(size_bytes);
+    if (kr_result_failed(result)) {
+        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
+               "Failed to allocate memory for ascii char string. Result is %_r (%_z)", &result,
+               &result);
+        return result;
+    }
+    result = kr_wchar_to_ascii(src, static_cast<char*>(block.get()), size_bytes);
+    if (kr_result_succeeded(result)) {
+        *out = static_cast<char*>(block.release());
+    }
+    return result;
+}
+
+u64 kr_string_char_count_utf8(const char* text) {
+    return text == nullptr ? null_text_count() : count_utf8(__func__, text).characters;
+}
+
+u64 kr_string_bytesize_clean_utf8(const char* text) {
+    return text == nullptr ? null_text_count() : count_utf8(__func__, text).bytes;
+}
+
+u64 kr_string_bytesize_utf8(const char* text) {
+    return text == nullptr ? null_text_count() : kr_string_bytesize_clean_utf8(text) + 1;
+}

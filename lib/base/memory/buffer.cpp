@@ -1,0 +1,71 @@
+/// Utilities on heap buffers.
+#include "base/memory/buffer.h"
+
+#include <cstdint>
+
+#include "base/memory/memory.h"
+#include "base/memory/typed_memory.h"
+#include "base/text/wide_scan.h"
+#include "log/log.h"
+
+namespace {
+
+/// Puts a block of `new_size` bytes with the first `*size` bytes of `*buf` in the place of `*buf`.
+kr_result replace_block(void** buf, size_t* size, size_t new_size) {
+    kr::detail::memory_block block;
+    kr_result result = block.allocate(new_size);
+    if (kr_result_failed(result)) {
+        return result;
+    }
+    if (*buf != nullptr) {
+        result = kr_memcpy_ex(KR_MEMORY_TYPE_HEAP, block.get(), KR_MEMORY_TYPE_HEAP, *buf, *size);
+        if (kr_result_failed(result)) {
+            return result;
+        }
+        kr_memory_deallocate_hook(*buf);
+    }
+    *buf = block.release();
+    *size = new_size;
+    return KR_SUCCESS;
+}
+
+} // namespace
+
+kr_result kr_memory_grow(void** buf, size_t* size, size_t new_size) {
+    if (buf == nullptr || size == nullptr) {
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    if (*buf != nullptr && new_size <= *size) {
+        return KR_SUCCESS;
+    }
+    return replace_block(buf, size, new_size);
+}
+
+kr_result kr_memory_grow_reserve(void** buf, size_t* capacity, size_t needed, size_t reserve) {
+    if (buf == nullptr || capacity == nullptr) {
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    if (*buf != nullptr && needed <= *capacity) {
+        return KR_SUCCESS;
+    }
+    if (reserve > SIZE_MAX - needed) {
+        KR_LOG(KR_LOG_MEMORY, KR_LOG_ERROR, "Out of memory!");
+        return kr_result_make_error(KR_OUT_OF_MEMORY);
+    }
+    return replace_block(buf, capacity, needed + reserve);
+}
+
+kr_result kr_memdup(const void* src, void** out, size_t size) {
+    if (out == nullptr || (src == nullptr && size != 0)) {
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    const kr_result result = kr_memory_allocate_hook(out, size);
+    if (kr_result_succeeded(result)) {
+        kr_memcpy(*out, src, size);
+    }
+    return result;
+}
+
+bool kr_memory_is_zero(const void* buf, size_t size) {
+    return kr::detail::scan::is_zero(buf, size);
+}
