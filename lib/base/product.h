@@ -2,7 +2,7 @@
 /// the library. Public; constant data only.
 #pragma once
 
-#include "platform/types.h"
+#include "../platform/types.h"
 
 /// All three texts are NUL-terminated, constant for the life of the process and owned by the
 /// program.

@@ -2,7 +2,7 @@
 /// kr_log_apply_defaults: safe from any thread.
 #pragma once
 
-#include "log/log.h"
+#include "log.h"
 
 /// The name of the first row with that id, or null. The text is constant.
 const kr_char* kr_log_category_name(u16 id);

@@ -4,9 +4,9 @@
 
 #include <cstddef>
 
-#include "log/layout.h"
-#include "log/log.h"
-#include "log/thread_table.h"
+#include "layout.h"
+#include "log.h"
+#include "thread_table.h"
 
 /// Writes `length` bytes through the raw channel as "%02X " each, with a newline after every 16th
 /// byte and after the last. Nothing for length 0.

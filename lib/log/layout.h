@@ -2,7 +2,7 @@
 /// Public. Any thread may call anything here at any time; a change applies to the next line.
 #pragma once
 
-#include "log/log.h"
+#include "log.h"
 
 /// Reads or replaces a category's level mask. 1, or 0 with nothing done for an id of
 /// KR_LOG_SLOT_COUNT or more. Setting derives the layout anew unless it is explicit.

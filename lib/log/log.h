@@ -7,11 +7,11 @@
 #include <cstddef>
 #include <type_traits>
 
-#include "base/product.h"
-#include "base/time/time_value.h"
-#include "platform/types.h"
-#include "printf/format_check.h"
-#include "result/result.h"
+#include "../base/product.h"
+#include "../base/time/time_value.h"
+#include "../platform/types.h"
+#include "../printf/format_check.h"
+#include "../result/result.h"
 
 /// A line's level: one of the first six values, possibly with a flag. KR_LOG_PROFILE is a mask bit
 /// only.

@@ -8,7 +8,7 @@
 
 #include <atomic>
 
-#include "log/log.h"
+#include "log.h"
 
 /// Shows the calling thread under `name` from now on: its first 8 characters, padded with blanks.
 /// A second registration wins over the first until it is removed. KR_INVALID_ARGUMENT_TO_FUNCTION

@@ -2,7 +2,7 @@
 /// library's own sources and for programs that want their functions in the trace.
 #pragma once
 
-#include "log/log.h"
+#include "log.h"
 
 /// Lives from the entry to the return of one traced function. Reads the category's mask once, so
 /// that an entry line always has its return line, whatever configuration does in between.

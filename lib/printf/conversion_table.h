@@ -6,7 +6,7 @@
 #include <array>
 #include <iterator>
 
-#include "platform/types.h"
+#include "../platform/types.h"
 
 /// Flags of a conversion. Only KR_PRINTF_FLAG_ALTERNATE and KR_PRINTF_FLAG_ZEROES change the
 /// output.

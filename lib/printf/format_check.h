@@ -5,8 +5,8 @@
 #include <array>
 #include <type_traits>
 
-#include "platform/types.h"
-#include "printf/conversion_table.h"
+#include "../platform/types.h"
+#include "conversion_table.h"
 
 struct KRGUID;
 

@@ -5,9 +5,9 @@
 
 #include <cstdarg>
 
-#include "platform/types.h"
-#include "printf/conversion_table.h"
-#include "result/result.h"
+#include "../platform/types.h"
+#include "../result/result.h"
+#include "conversion_table.h"
 
 /// Takes a pointer and writes "0x" and its 16 upper-case digits. `size_modifier` is
 /// KR_PRINTF_SIZE_NONE or KR_PRINTF_SIZE_64, which mean the same.

@@ -12,9 +12,9 @@
 
 #include <cstdarg>
 
-#include "platform/types.h"
-#include "printf/conversion_table.h"
-#include "result/result.h"
+#include "../platform/types.h"
+#include "../result/result.h"
+#include "conversion_table.h"
 
 /// The digit tables. Entry 10 also decides the case of the alternate form's prefix.
 inline constexpr kr_char kr_printf_digits_lower[] = KR_TEXT("0123456789abcdef");

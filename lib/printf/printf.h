@@ -31,9 +31,9 @@
 #include <cstdarg>
 #include <type_traits>
 
-#include "platform/types.h"
-#include "printf/format_check.h"
-#include "result/result.h"
+#include "../platform/types.h"
+#include "../result/result.h"
+#include "format_check.h"
 
 /// Formats `args` into `buffer`, which has `buffer_size` bytes of room. A null buffer only
 /// measures; `buffer_size` is not looked at then. `required_size` may be null; on success it

@@ -4,8 +4,8 @@
 /// bytes, the terminator included.
 #pragma once
 
-#include "platform/types.h"
-#include "result/result.h"
+#include "../platform/types.h"
+#include "result.h"
 
 /// The text of the result's code in its code space, written with its terminator into `buffer`,
 /// which must not be null and has `*size` bytes of room. Codes without a text have one that says

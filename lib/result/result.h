@@ -4,8 +4,8 @@
 /// thread.
 #pragma once
 
-#include "platform/types.h"
-#include "result/codes.h"
+#include "../platform/types.h"
+#include "codes.h"
 
 /// bit 31: the operation failed; bits 24-30: code space; bits 16-23: source, the id of the program
 /// component that built the result; bits 0-15: code within the space.

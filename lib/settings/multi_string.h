@@ -6,9 +6,9 @@
 /// logged as warnings. A null pointer is answered with KR_INVALID_ARGUMENT_TO_FUNCTION.
 #pragma once
 
-#include "platform/types.h"
-#include "result/result.h"
-#include "settings/store.h"
+#include "../platform/types.h"
+#include "../result/result.h"
+#include "store.h"
 
 struct kr_array_string;
 

@@ -8,8 +8,8 @@
 /// success only. Nothing is logged except where the comment says so.
 #pragma once
 
-#include "platform/types.h"
-#include "result/result.h"
+#include "../platform/types.h"
+#include "../result/result.h"
 
 struct kr_settings_key;
 

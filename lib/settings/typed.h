@@ -12,5 +12,5 @@
 /// when the value is refused.
 #pragma once
 
-#include "settings/typed_number.h"
-#include "settings/typed_text.h"
+#include "typed_number.h"
+#include "typed_text.h"

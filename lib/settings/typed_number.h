@@ -2,10 +2,10 @@
 /// the contract common to all of them stands in settings/typed.h.
 #pragma once
 
-#include "base/time/time_value.h"
-#include "platform/types.h"
-#include "result/result.h"
-#include "settings/store.h"
+#include "../base/time/time_value.h"
+#include "../platform/types.h"
+#include "../result/result.h"
+#include "store.h"
 
 // The base types, stored as decimal text. Reading takes the leading number of the text (blanks and
 // a sign before it, anything after it, 0 when there is none) and fails with KR_GENERIC when it does

@@ -2,9 +2,9 @@
 /// common to all of them stands in settings/typed.h.
 #pragma once
 
-#include "platform/types.h"
-#include "result/result.h"
-#include "settings/store.h"
+#include "../platform/types.h"
+#include "../result/result.h"
+#include "store.h"
 
 struct KRGUID;
 

@@ -1,6 +1,6 @@
 /// Conversions between text and values: everything of the three rooms below in one include.
 #pragma once
 
-#include "base/convert/convert_number.h"
-#include "base/convert/convert_text.h"
-#include "base/convert/host_address.h"
+#include "convert_number.h"
+#include "convert_text.h"
+#include "host_address.h"

@@ -3,8 +3,8 @@
 /// here keeps state: safe from any thread. Messages go to the category `other`.
 #pragma once
 
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 /// Room, in characters with the terminator, that every number-to-text operation may use.
 inline constexpr u32 KR_STRING_INTEGER_CHARS = 21;

@@ -5,8 +5,8 @@
 
 #include <cstddef>
 
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 /// Copies `src` with its terminator into `dst`, which holds `dst_size` characters.
 /// KR_INVALID_ARGUMENT_TO_FUNCTION, logged: a character is not ASCII.

@@ -8,8 +8,8 @@
 
 #include <cstddef>
 
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 inline constexpr u32 KR_GUID_BYTES = 16;
 

@@ -3,8 +3,8 @@
 /// components. Texts are NUL-terminated; no pointer may be null. Any thread.
 #pragma once
 
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 /// Room, in characters with the terminator, for "255.255.255.255".
 inline constexpr u32 KR_STRING_IPV4_CHARS = 16;

@@ -2,8 +2,8 @@
 /// hooks and keeps no state: safe from any thread.
 #pragma once
 
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 /// Makes sure that `*buf`, a heap block of `*size` bytes or null, holds `new_size` bytes; content
 /// is kept, and a buffer never shrinks. On success with a new block the old one is released, and

@@ -3,8 +3,8 @@
 /// runtime heap, but for the setter.
 #pragma once
 
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 /// Gets `size` bytes, uninitialised, and stores their address in `out`; leaves `out` alone on a
 /// failure. A size of 0 gives a distinct block, too.

@@ -6,9 +6,9 @@
 /// that were never handed out follow in the order in which they were made. Elements are not zeroed.
 #pragma once
 
-#include "base/time/time_value.h"
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
+#include "../time/time_value.h"
 
 /// Flag of kr_mempool_create: a pool that has reached its bound refuses instead of waiting.
 inline constexpr u32 KR_MEMPOOL_FAIL_WHEN_FULL = 0x00000001;

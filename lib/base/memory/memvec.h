@@ -13,9 +13,9 @@
 /// released cursor and every cursor of a destroyed vector must not be used.
 #pragma once
 
-#include "log/startup/module.h"
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../log/startup/module.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 struct kr_memvec_cursor;
 

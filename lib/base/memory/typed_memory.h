@@ -3,8 +3,8 @@
 /// operations. As thread-safe as what the table's operations are.
 #pragma once
 
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 /// Memory types. Any other value is an unknown type.
 enum : u32 {

@@ -2,8 +2,8 @@
 /// has no lock: one thread at a time.
 #pragma once
 
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 /// Made by kr_array_string_new; read by anyone, written by the operations below only.
 struct kr_array_string {

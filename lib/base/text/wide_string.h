@@ -8,9 +8,9 @@
 /// routines.
 #pragma once
 
-#include "log/startup/module.h"
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../log/startup/module.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 // Copy and append. `size` counts characters of `dst`, terminator included.
 

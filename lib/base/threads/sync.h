@@ -2,9 +2,9 @@
 /// critical sections.
 #pragma once
 
-#include "log/startup/module.h"
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../log/startup/module.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 /// A lock that the thread which holds it may enter again. Embedded by value in what it protects;
 /// not moved or copied between init and destroy. The storage is the system's critical section,

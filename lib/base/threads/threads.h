@@ -2,9 +2,9 @@
 /// sources reach the system's threads, and the runtime heap for the thread records.
 #pragma once
 
-#include "log/startup/module.h"
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../log/startup/module.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 /// Any other value counts as KR_THREAD_PRIORITY_NORMAL.
 enum : u32 {

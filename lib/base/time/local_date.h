@@ -3,9 +3,9 @@
 /// Safe from any thread.
 #pragma once
 
-#include "base/time/time_value.h"
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
+#include "time_value.h"
 
 /// The local date and time of day of the absolute time `t`: the full year, month 1-12, day 1-31,
 /// hour 0-23, minute and second 0-59. No output may be null; all are written, or none. A duration

@@ -8,9 +8,9 @@
 /// gives KR_UNEXPECTED_BEHAVIOUR; a count that does not fit in 64 bits gives KR_OVERFLOW.
 #pragma once
 
-#include "base/time/time_value.h"
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
+#include "time_value.h"
 
 /// Seconds from 1601-01-01T00:00:00 UTC, the epoch of absolute times, to 1970-01-01T00:00:00 UTC.
 inline constexpr u64 KR_TIME_EPOCH_DISTANCE_SECONDS = 11644473600;

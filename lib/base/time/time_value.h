@@ -1,7 +1,7 @@
 /// The kr_time record alone, for those that hold a time but compute nothing. Public; plain data.
 #pragma once
 
-#include "platform/types.h"
+#include "../../platform/types.h"
 
 enum : i32 {
     KR_TIME_UNIT_SECONDS = 0,

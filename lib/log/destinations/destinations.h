@@ -6,7 +6,7 @@
 /// lock. The write operations run under the log's output lock, one at a time.
 #pragma once
 
-#include "log/log.h"
+#include "../log.h"
 
 /// Selects the main destination and closes the one before it. `spec` null or empty means "stdout".
 /// A '!' splits it: when the text before the first '!' is "quiet" or any leading part of it (none

@@ -2,9 +2,9 @@
 /// log starts. Public. Runs on the main thread during start-up only.
 #pragma once
 
-#include "platform/types.h"
-#include "result/result.h"
-#include "settings/store.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
+#include "../../settings/store.h"
 
 /// Applies the category table's default masks, then every entry of the group
 /// `HKLM\SOFTWARE\<vendor>\<component>\<program>\log`, in the registry's order, each announced by a

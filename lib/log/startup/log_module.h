@@ -2,9 +2,9 @@
 /// Public. Used by the program's main thread during start-up and shutdown only.
 #pragma once
 
-#include "log/startup/module.h"
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
+#include "module.h"
 
 /// Registers the log module. `destination` is the destination string that the log starts with (see
 /// log/destinations/destinations.h); it is not copied and must stay valid until kr_init() has

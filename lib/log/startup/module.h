@@ -5,8 +5,8 @@
 
 #include <span>
 
-#include "platform/types.h"
-#include "result/result.h"
+#include "../../platform/types.h"
+#include "../../result/result.h"
 
 struct kr_module;
 
