@@ -9,6 +9,7 @@
 namespace {
 
 using namespace kr::host;
+using namespace kr::host::detail;
 
 constexpr u64 TICKS_PER_SECOND = 10'000'000;
 constexpr u64 NANOSECONDS_PER_TICK = 100;
@@ -16,7 +17,7 @@ constexpr u64 UNIX_EPOCH_TICKS = 11'644'473'600 * TICKS_PER_SECOND;
 
 constexpr u32 CLOCK_STOPPED = 1;
 constexpr u32 OFFSET_FIXED = 2;
-/// What is overridden; the flag WATCH_CLOCK in detail::watched says whether anything is.
+/// What is overridden; the flag WATCH_CLOCK in watched says whether anything is.
 std::atomic<u32> overrides{0};
 std::atomic<u64> stopped_utc{0};
 std::atomic<u64> stopped_counter{0};
@@ -25,14 +26,14 @@ std::atomic<i32> fixed_offset{0};
 void set_override(u32 flag, bool on) {
     const u32 left = on ? overrides.fetch_or(flag) | flag : overrides.fetch_and(~flag) & ~flag;
     if (left != 0) {
-        detail::watched.fetch_or(detail::WATCH_CLOCK, std::memory_order_release);
+        watched.fetch_or(WATCH_CLOCK, std::memory_order_release);
     } else {
-        detail::watched.fetch_and(~detail::WATCH_CLOCK, std::memory_order_release);
+        watched.fetch_and(~WATCH_CLOCK, std::memory_order_release);
     }
 }
 
 bool overridden(u32 flag) {
-    return (detail::watched.load(std::memory_order_acquire) & detail::WATCH_CLOCK) != 0 &&
+    return (watched.load(std::memory_order_acquire) & WATCH_CLOCK) != 0 &&
            (overrides.load() & flag) != 0;
 }
 
@@ -71,7 +72,7 @@ void GetSystemTimeAsFileTime(FILETIME* time) {
 }
 
 BOOL LocalFileTimeToFileTime(const FILETIME* local, FILETIME* utc) {
-    if (detail::injected_failure("LocalFileTimeToFileTime")) {
+    if (injected_failure(__func__)) {
         return FALSE;
     }
     const i64 ticks = static_cast<i64>(from_filetime(*local));
@@ -79,15 +80,14 @@ BOOL LocalFileTimeToFileTime(const FILETIME* local, FILETIME* utc) {
     if (ticks < 0 ||
         __builtin_sub_overflow(ticks, local_offset_seconds() * i64{TICKS_PER_SECOND}, &moved) ||
         moved < 0) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
+        return fail(ERROR_INVALID_PARAMETER);
     }
     *utc = to_filetime(static_cast<u64>(moved));
     return TRUE;
 }
 
 BOOL QueryPerformanceCounter(LARGE_INTEGER* ticks) {
-    if (detail::injected_failure("QueryPerformanceCounter")) {
+    if (injected_failure(__func__)) {
         return FALSE;
     }
     ticks->QuadPart = static_cast<i64>(overridden(CLOCK_STOPPED) ? stopped_counter.load()
@@ -96,7 +96,7 @@ BOOL QueryPerformanceCounter(LARGE_INTEGER* ticks) {
 }
 
 BOOL QueryPerformanceFrequency(LARGE_INTEGER* ticks_per_second) {
-    if (detail::injected_failure("QueryPerformanceFrequency")) {
+    if (injected_failure(__func__)) {
         return FALSE;
     }
     ticks_per_second->QuadPart = TICKS_PER_SECOND;

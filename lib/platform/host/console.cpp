@@ -11,13 +11,12 @@
 using namespace kr::host::detail;
 
 HANDLE GetStdHandle(DWORD which) {
-    if (injected_failure("GetStdHandle")) {
+    if (injected_failure(__func__)) {
         return INVALID_HANDLE_VALUE;
     }
     const DWORD number = STD_INPUT_HANDLE - which;
     if (number > 2) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return INVALID_HANDLE_VALUE;
+        return fail(ERROR_INVALID_HANDLE, INVALID_HANDLE_VALUE);
     }
     // Windows knows no signal for a reader that has gone: the write fails.
     static const bool once = signal(SIGPIPE, SIG_IGN) != SIG_ERR;
@@ -29,7 +28,7 @@ HANDLE GetStdHandle(DWORD which) {
 }
 
 BOOL GetConsoleMode(HANDLE console, DWORD* mode) {
-    if (injected_failure("GetConsoleMode", [&] { return file_argument(console); })) {
+    if (injected_failure(__func__, file_argument, console)) {
         return FALSE;
     }
     const open_descriptor target = descriptor_of(console);
@@ -41,7 +40,7 @@ BOOL GetConsoleMode(HANDLE console, DWORD* mode) {
 }
 
 BOOL WriteConsoleW(HANDLE console, const void* text, DWORD length_chars, DWORD* written, void*) {
-    if (injected_failure("WriteConsoleW", [&] { return file_argument(console); })) {
+    if (injected_failure(__func__, file_argument, console)) {
         return FALSE;
     }
     DWORD mode = 0;

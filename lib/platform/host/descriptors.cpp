@@ -1,7 +1,7 @@
 /// File handles and what is known of the open files.
 #include "platform/host/descriptors.h"
 
-#include "platform/host/world.h"
+#include "platform/host/handle_table.h"
 
 namespace kr::host::detail {
 
@@ -12,8 +12,7 @@ HANDLE handle_of(int descriptor) {
 }
 
 open_files& files() {
-    static auto& instance = *new open_files;
-    return instance;
+    return immortal<open_files>();
 }
 
 std::string file_argument(HANDLE handle) {
@@ -27,17 +26,8 @@ std::string file_argument(HANDLE handle) {
     return file.number >= 0 && file.number < 3 ? standard[file.number] : "?";
 }
 
-std::string path_argument(const WCHAR* path) {
-    return to_utf8(path == nullptr ? u"" : path);
-}
-
 bool is_read_only(const struct stat& status) {
     return S_ISREG(status.st_mode) && (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
-}
-
-BOOL fail(DWORD error) {
-    SetLastError(error);
-    return FALSE;
 }
 
 } // namespace kr::host::detail

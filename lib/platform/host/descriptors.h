@@ -58,12 +58,8 @@ open_files& files();
 
 /// For the record of a call: the file's path as it was given, or the stream's name.
 std::string file_argument(HANDLE handle);
-std::string path_argument(const WCHAR* path);
 
 /// The administrator of the host may write what is read-only; Windows lets nobody.
 bool is_read_only(const struct stat& status);
-
-/// Sets the last error and gives FALSE.
-BOOL fail(DWORD error);
 
 } // namespace kr::host::detail

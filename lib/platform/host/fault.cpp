@@ -1,7 +1,9 @@
 /// Armed faults and recorders: two short lists under one lock.
 #include "platform/host/fault.h"
 
+#include "platform/host/handle_table.h"
 #include "platform/host/intercept.h"
+#include "platform/host/world.h"
 
 #include <algorithm>
 #include <mutex>
@@ -27,7 +29,6 @@ struct recorder_state {
 
 namespace {
 
-/// Never destroyed: threads may still make calls while the process ends.
 struct watch_lists {
     std::mutex lock;
     std::vector<std::shared_ptr<armed_state>> armed;
@@ -43,11 +44,14 @@ struct watch_lists {
 };
 
 watch_lists& lists() {
-    static auto& instance = *new watch_lists;
-    return instance;
+    return immortal<watch_lists>();
 }
 
 } // namespace
+
+std::string text_argument(const WCHAR* text) {
+    return to_utf8(text == nullptr ? u"" : text);
+}
 
 std::optional<injected> report_call(std::string_view call, const std::string& argument) {
     watch_lists& all = lists();

@@ -12,7 +12,7 @@
 using namespace kr::host::detail;
 
 BOOL DeleteFileW(const WCHAR* path) {
-    if (injected_failure("DeleteFileW", [&] { return path_argument(path); })) {
+    if (injected_failure(__func__, text_argument, path)) {
         return FALSE;
     }
     const std::optional<std::string> native = host_path(path);
@@ -38,7 +38,7 @@ BOOL DeleteFileW(const WCHAR* path) {
 }
 
 DWORD GetFileAttributesW(const WCHAR* path) {
-    if (injected_failure("GetFileAttributesW", [&] { return path_argument(path); })) {
+    if (injected_failure(__func__, text_argument, path)) {
         return INVALID_FILE_ATTRIBUTES;
     }
     const std::optional<std::string> native = host_path(path);
@@ -47,8 +47,7 @@ DWORD GetFileAttributesW(const WCHAR* path) {
     }
     struct stat status {};
     if (stat(native->c_str(), &status) != 0) {
-        SetLastError(error_from_errno(errno, *native));
-        return INVALID_FILE_ATTRIBUTES;
+        return fail(error_from_errno(errno, *native), INVALID_FILE_ATTRIBUTES);
     }
     if (S_ISDIR(status.st_mode)) {
         return FILE_ATTRIBUTE_DIRECTORY;
@@ -57,7 +56,7 @@ DWORD GetFileAttributesW(const WCHAR* path) {
 }
 
 BOOL SetFileAttributesW(const WCHAR* path, DWORD attributes) {
-    if (injected_failure("SetFileAttributesW", [&] { return path_argument(path); })) {
+    if (injected_failure(__func__, text_argument, path)) {
         return FALSE;
     }
     const std::optional<std::string> native = host_path(path);
@@ -79,7 +78,7 @@ BOOL SetFileAttributesW(const WCHAR* path, DWORD attributes) {
 }
 
 BOOL CreateDirectoryW(const WCHAR* path, SECURITY_ATTRIBUTES*) {
-    if (injected_failure("CreateDirectoryW", [&] { return path_argument(path); })) {
+    if (injected_failure(__func__, text_argument, path)) {
         return FALSE;
     }
     const std::optional<std::string> native = host_path(path);
@@ -100,7 +99,7 @@ BOOL CreateDirectoryW(const WCHAR* path, SECURITY_ATTRIBUTES*) {
 }
 
 BOOL RemoveDirectoryW(const WCHAR* path) {
-    if (injected_failure("RemoveDirectoryW", [&] { return path_argument(path); })) {
+    if (injected_failure(__func__, text_argument, path)) {
         return FALSE;
     }
     const std::optional<std::string> native = host_path(path);

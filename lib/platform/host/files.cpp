@@ -89,12 +89,11 @@ DWORD admit(int descriptor, const char* path, DWORD access, DWORD sharing, bool 
 
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD sharing, SECURITY_ATTRIBUTES*,
                    DWORD disposition, DWORD attributes, HANDLE) {
-    if (injected_failure("CreateFileW", [&] { return path_argument(path); })) {
+    if (injected_failure(__func__, text_argument, path)) {
         return INVALID_HANDLE_VALUE;
     }
     if (disposition < CREATE_NEW || disposition > TRUNCATE_EXISTING) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return INVALID_HANDLE_VALUE;
+        return fail(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);
     }
     const std::optional<std::string> native = host_path(path);
     if (!native) {
@@ -105,23 +104,20 @@ HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD sharing, SECURITY_ATTR
     const bool truncate = disposition == CREATE_ALWAYS || disposition == TRUNCATE_EXISTING;
     if (existed && disposition != CREATE_NEW && (wants_write(access) || truncate) &&
         is_read_only(before)) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        return INVALID_HANDLE_VALUE;
+        return fail(ERROR_ACCESS_DENIED, INVALID_HANDLE_VALUE);
     }
     // Emptying an existing file needs the right to write, whatever was asked for.
     const DWORD opened_for = truncate && !wants_write(access) ? access | FILE_WRITE_DATA : access;
     const mode_t mode = (attributes & FILE_ATTRIBUTE_READONLY) != 0 ? 0444 : 0666;
     const int descriptor = open(native->c_str(), open_flags(opened_for, disposition), mode);
     if (descriptor < 0) {
-        SetLastError(error_from_errno(errno, *native));
-        return INVALID_HANDLE_VALUE;
+        return fail(error_from_errno(errno, *native), INVALID_HANDLE_VALUE);
     }
     const DWORD refused =
-        admit(descriptor, path_argument(path).c_str(), access, sharing, truncate && existed);
+        admit(descriptor, text_argument(path).c_str(), access, sharing, truncate && existed);
     if (refused != NO_ERROR) {
         close(descriptor);
-        SetLastError(refused);
-        return INVALID_HANDLE_VALUE;
+        return fail(refused, INVALID_HANDLE_VALUE);
     }
     if (disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS) {
         SetLastError(existed ? ERROR_ALREADY_EXISTS : NO_ERROR);
@@ -130,7 +126,7 @@ HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD sharing, SECURITY_ATTR
 }
 
 BOOL WriteFile(HANDLE file, const void* data, DWORD size_bytes, DWORD* written, OVERLAPPED*) {
-    if (const auto fault = intercept("WriteFile", [&] { return file_argument(file); })) {
+    if (const auto fault = intercept(__func__, file_argument, file)) {
         if (fault->error != 0) {
             return fail(fault->error);
         }
@@ -158,7 +154,7 @@ BOOL WriteFile(HANDLE file, const void* data, DWORD size_bytes, DWORD* written, 
 }
 
 BOOL ReadFile(HANDLE file, void* buffer, DWORD size_bytes, DWORD* read_bytes, OVERLAPPED*) {
-    if (injected_failure("ReadFile", [&] { return file_argument(file); })) {
+    if (injected_failure(__func__, file_argument, file)) {
         return FALSE;
     }
     const open_descriptor source = descriptor_of(file);
@@ -182,7 +178,7 @@ BOOL CloseHandle(HANDLE handle) {
     const auto argument = [&] {
         return is_thread_handle(handle) ? std::string("thread") : file_argument(handle);
     };
-    if (injected_failure("CloseHandle", argument)) {
+    if (injected_failure(__func__, argument)) {
         return FALSE;
     }
     const open_descriptor file = descriptor_of(handle);

@@ -6,10 +6,11 @@
 #include <cstdlib>
 #include <filesystem>
 
+using namespace kr::host;
+using namespace kr::host::detail;
+
 HRESULT SHGetFolderPathW(HWND, int folder, HANDLE, DWORD, WCHAR* path) {
-    using namespace kr::host;
-    if (const LONG fault =
-            detail::injected_status("SHGetFolderPathW", [&] { return std::to_string(folder); })) {
+    if (const LONG fault = injected_status(__func__, [&] { return std::to_string(folder); })) {
         return fault;
     }
     if (folder != CSIDL_SYSTEM || path == nullptr) {
@@ -26,8 +27,7 @@ HRESULT SHGetFolderPathW(HWND, int folder, HANDLE, DWORD, WCHAR* path) {
 }
 
 DWORD GetTempPathW(DWORD room_chars, WCHAR* buffer) {
-    using namespace kr::host;
-    if (detail::injected_failure("GetTempPathW")) {
+    if (injected_failure(__func__)) {
         return 0;
     }
     std::error_code ignored;

@@ -4,6 +4,7 @@
 #include "platform/host/win_types.h"
 
 #include <atomic>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,35 +22,48 @@ struct injected {
 };
 std::optional<injected> report_call(std::string_view call, const std::string& argument);
 
-/// Records the call and says what an armed fault makes of it. `describe()` gives the argument for
-/// the record as std::string and runs only when someone watches; callers hold no lock.
-template <typename Describe>
-std::optional<injected> intercept(std::string_view call, Describe describe) {
+/// Records the call and says what an armed fault makes of it. `describe`, where given, is a
+/// function and its arguments; it gives the call's main argument for the record, as std::string,
+/// and runs only when someone watches. Callers hold no lock.
+template <typename... Describe>
+std::optional<injected> intercept(std::string_view call, const Describe&... describe) {
     if ((watched.load(std::memory_order_relaxed) & WATCH_CALLS) == 0) [[likely]] {
         return std::nullopt;
     }
-    return report_call(call, describe());
+    if constexpr (sizeof...(describe) == 0) {
+        return report_call(call, {});
+    } else {
+        return report_call(call, std::invoke(describe...));
+    }
 }
 
-/// The injected error of a call that reports an error number, or 0.
-template <typename Describe>
-LONG injected_status(std::string_view call, Describe describe) {
-    const std::optional<injected> fault = intercept(call, describe);
+/// The first statement of a call that reports an error number: that of an injected fault, or 0.
+///     if (const LONG fault = injected_status(__func__, key_argument, key)) { return fault; }
+template <typename... Describe>
+LONG injected_status(std::string_view call, const Describe&... describe) {
+    const std::optional<injected> fault = intercept(call, describe...);
     return fault ? static_cast<LONG>(fault->error) : ERROR_SUCCESS;
 }
 
-/// Whether the call is to fail; the last error is set then.
-template <typename Describe>
-bool injected_failure(std::string_view call, Describe describe) {
-    const LONG status = injected_status(call, describe);
+/// The first statement of a call that sets the last error: whether it is to fail; the last error is
+/// set then.
+template <typename... Describe>
+bool injected_failure(std::string_view call, const Describe&... describe) {
+    const LONG status = injected_status(call, describe...);
     if (status != ERROR_SUCCESS) {
         SetLastError(static_cast<DWORD>(status));
     }
     return status != ERROR_SUCCESS;
 }
 
-inline bool injected_failure(std::string_view call) {
-    return injected_failure(call, [] { return std::string(); });
+/// Sets the last error and gives `value`, by which the call says that it failed.
+template <typename Value = BOOL>
+Value fail(LONG error, Value value = {}) {
+    SetLastError(static_cast<DWORD>(error));
+    return value;
 }
+
+/// Text for the record of a call; null reads as empty.
+std::string text_argument(const WCHAR* text);
 
 } // namespace kr::host::detail

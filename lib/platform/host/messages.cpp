@@ -13,6 +13,7 @@
 namespace {
 
 using namespace kr::host;
+using namespace kr::host::detail;
 
 /// The text as FormatMessageW gives it: with its line breaks, or with blanks in their place.
 std::u16string broken_text(std::u16string_view text, bool keep_breaks) {
@@ -31,7 +32,7 @@ std::u16string broken_text(std::u16string_view text, bool keep_breaks) {
 
 DWORD FormatMessageW(DWORD flags, const void*, DWORD id, DWORD, WCHAR* buffer, DWORD room_chars,
                      va_list*) {
-    if (detail::injected_failure("FormatMessageW", [&] { return std::to_string(id); })) {
+    if (injected_failure(__func__, [&] { return std::to_string(id); })) {
         return 0;
     }
     constexpr DWORD understood =
@@ -39,22 +40,18 @@ DWORD FormatMessageW(DWORD flags, const void*, DWORD id, DWORD, WCHAR* buffer, D
     const DWORD width = flags & FORMAT_MESSAGE_MAX_WIDTH_MASK;
     if ((flags & ~understood) != 0 || (flags & FORMAT_MESSAGE_FROM_SYSTEM) == 0 ||
         (width != 0 && width != FORMAT_MESSAGE_MAX_WIDTH_MASK) || buffer == nullptr) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return 0;
+        return fail(ERROR_INVALID_PARAMETER, 0);
     }
-    const WCHAR* const known = detail::message_text(id);
+    const WCHAR* const known = message_text(id);
     if (known == nullptr) {
-        SetLastError(ERROR_MR_MID_NOT_FOUND);
-        return 0;
+        return fail(ERROR_MR_MID_NOT_FOUND, 0);
     }
     const std::u16string text = broken_text(known, width == 0);
     if ((flags & FORMAT_MESSAGE_IGNORE_INSERTS) == 0 && text.find(u'%') != std::u16string::npos) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return 0;
+        return fail(ERROR_INVALID_PARAMETER, 0);
     }
     if (text.size() >= room_chars) {
-        SetLastError(ERROR_INSUFFICIENT_BUFFER);
-        return 0;
+        return fail(ERROR_INSUFFICIENT_BUFFER, 0);
     }
     buffer[text.copy(buffer, text.size())] = 0;
     return static_cast<DWORD>(text.size());
@@ -68,7 +65,7 @@ struct debugger {
 };
 
 debugger& the_debugger() {
-    return detail::immortal<debugger>();
+    return immortal<debugger>();
 }
 
 void default_debug_output(std::u16string_view text) {
@@ -94,7 +91,7 @@ void debug_output(debug_source source, std::u16string_view text) {
 struct event_source {
     std::u16string name;
 };
-using event_sources = detail::handle_table<HANDLE, event_source>;
+using event_sources = handle_table<HANDLE, event_source>;
 
 struct event_records {
     std::mutex lock;
@@ -102,7 +99,7 @@ struct event_records {
 };
 
 std::string source_argument(HANDLE log) {
-    const auto source = detail::immortal<event_sources>().find(log);
+    const auto source = immortal<event_sources>().find(log);
     return source == nullptr ? "?" : to_utf8(source->name);
 }
 
@@ -113,29 +110,25 @@ void OutputDebugStringW(const WCHAR* text) {
 }
 
 HANDLE RegisterEventSourceW(const WCHAR*, const WCHAR* source) {
-    if (detail::injected_failure("RegisterEventSourceW",
-                                 [&] { return to_utf8(source == nullptr ? u"" : source); })) {
+    if (injected_failure(__func__, text_argument, source)) {
         return nullptr;
     }
     if (source == nullptr) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return nullptr;
+        return fail(ERROR_INVALID_PARAMETER, nullptr);
     }
-    return detail::immortal<event_sources>().add(
-        std::make_shared<event_source>(event_source{source}));
+    return immortal<event_sources>().add(std::make_shared<event_source>(event_source{source}));
 }
 
 BOOL ReportEventW(HANDLE log, WORD type, WORD category, DWORD event_id, PSID, WORD string_count,
                   DWORD, const WCHAR** strings, void*) {
-    if (detail::injected_failure("ReportEventW", [&] { return source_argument(log); })) {
+    if (injected_failure(__func__, source_argument, log)) {
         return FALSE;
     }
-    const auto source = detail::immortal<event_sources>().find(log);
+    const auto source = immortal<event_sources>().find(log);
     if (source == nullptr) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return FALSE;
+        return fail(ERROR_INVALID_HANDLE);
     }
-    auto& events = detail::immortal<event_records>();
+    auto& events = immortal<event_records>();
     const std::lock_guard hold(events.lock);
     events.records.push_back(
         {source->name, type, category, event_id, {strings, strings + string_count}});
@@ -143,12 +136,11 @@ BOOL ReportEventW(HANDLE log, WORD type, WORD category, DWORD event_id, PSID, WO
 }
 
 BOOL DeregisterEventSource(HANDLE log) {
-    if (detail::injected_failure("DeregisterEventSource", [&] { return source_argument(log); })) {
+    if (injected_failure(__func__, source_argument, log)) {
         return FALSE;
     }
-    if (detail::immortal<event_sources>().take(log) == nullptr) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return FALSE;
+    if (immortal<event_sources>().take(log) == nullptr) {
+        return fail(ERROR_INVALID_HANDLE);
     }
     return TRUE;
 }
@@ -166,13 +158,13 @@ void debug_print_kernel(std::u16string_view text) {
 }
 
 std::vector<event_record> event_log() {
-    auto& events = detail::immortal<event_records>();
+    auto& events = immortal<event_records>();
     const std::lock_guard hold(events.lock);
     return events.records;
 }
 
 void clear_event_log() {
-    auto& events = detail::immortal<event_records>();
+    auto& events = immortal<event_records>();
     const std::lock_guard hold(events.lock);
     events.records.clear();
 }

@@ -9,21 +9,21 @@
 namespace {
 
 using namespace kr::host;
+using namespace kr::host::detail;
 
 std::atomic<int> starts{0};
 
 /// The calling thread's last answer and the pointers into it.
 struct answer {
-    detail::resolved_host host;
+    resolved_host host;
     std::vector<char*> addresses;
     char* no_aliases[1] = {nullptr};
     hostent entry{};
 };
 
-hostent* give(detail::resolved_host host) {
+hostent* give(resolved_host host) {
     if (host.error != 0) {
-        SetLastError(static_cast<DWORD>(host.error));
-        return nullptr;
+        return fail(host.error, nullptr);
     }
     thread_local answer last;
     last.host = std::move(host);
@@ -41,14 +41,13 @@ bool started() {
     if (starts.load() > 0) {
         return true;
     }
-    SetLastError(WSANOTINITIALISED);
-    return false;
+    return fail(WSANOTINITIALISED, false);
 }
 
 } // namespace
 
 int WSAStartup(WORD version, WSADATA* data) {
-    if (const LONG error = detail::injected_status("WSAStartup", [] { return std::string(); })) {
+    if (const LONG error = injected_status(__func__)) {
         return error;
     }
     if (data == nullptr) {
@@ -73,29 +72,25 @@ int WSAGetLastError() {
 
 hostent* gethostbyname(const char* name) {
     if (name == nullptr) {
-        SetLastError(WSAEFAULT);
+        return fail(WSAEFAULT, nullptr);
+    }
+    if (injected_failure(__func__, [&] { return std::string(name); }) || !started()) {
         return nullptr;
     }
-    if (detail::injected_failure("gethostbyname", [&] { return std::string(name); }) ||
-        !started()) {
-        return nullptr;
-    }
-    return give(detail::resolve_name(name));
+    return give(resolve_name(name));
 }
 
 hostent* gethostbyaddr(const char* address, int length, int type) {
-    if (detail::injected_failure("gethostbyaddr") || !started()) {
+    if (injected_failure(__func__) || !started()) {
         return nullptr;
     }
     if (type != AF_INET) {
-        SetLastError(WSAEAFNOSUPPORT);
-        return nullptr;
+        return fail(WSAEAFNOSUPPORT, nullptr);
     }
     if (address == nullptr || length != static_cast<int>(sizeof(u32))) {
-        SetLastError(WSAEFAULT);
-        return nullptr;
+        return fail(WSAEFAULT, nullptr);
     }
     u32 number = 0;
     std::memcpy(&number, address, sizeof number);
-    return give(detail::resolve_address(number));
+    return give(resolve_address(number));
 }

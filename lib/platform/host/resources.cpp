@@ -2,6 +2,7 @@
 #include "platform/host/resources.h"
 
 #include "platform/host/fold.h"
+#include "platform/host/handle_table.h"
 #include "platform/host/intercept.h"
 #include "platform/host/world.h"
 
@@ -19,6 +20,7 @@ struct HRSRC__ {
 namespace {
 
 using namespace kr::host;
+using namespace kr::host::detail;
 
 struct resource_list {
     std::mutex lock;
@@ -27,8 +29,7 @@ struct resource_list {
 };
 
 resource_list& resources() {
-    static auto& list = *new resource_list;
-    return list;
+    return immortal<resource_list>();
 }
 
 /// Checked against the table first, never dereferenced before.
@@ -41,61 +42,53 @@ HRSRC__* known(const void* handle) {
 } // namespace
 
 HRSRC FindResourceW(HMODULE module, const WCHAR* name, const WCHAR* type) {
-    if (detail::injected_failure("FindResourceW", [&] { return to_utf8(name); })) {
+    if (injected_failure(__func__, text_argument, name)) {
         return nullptr;
     }
     if (module != nullptr || name == nullptr || type == nullptr) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return nullptr;
+        return fail(ERROR_INVALID_PARAMETER, nullptr);
     }
     const std::lock_guard hold(resources().lock);
     DWORD error = ERROR_RESOURCE_TYPE_NOT_FOUND;
     for (HRSRC__& record : resources().records) {
-        if (!detail::equal_folded(record.type, type)) {
+        if (!equal_folded(record.type, type)) {
             continue;
         }
-        if (detail::equal_folded(record.name, name)) {
+        if (equal_folded(record.name, name)) {
             return &record;
         }
         error = ERROR_RESOURCE_NAME_NOT_FOUND;
     }
-    SetLastError(error);
-    return nullptr;
+    return fail(error, nullptr);
 }
 
 DWORD SizeofResource(HMODULE, HRSRC resource) {
-    if (const auto fault = detail::intercept("SizeofResource", [] { return std::string(); })) {
-        if (fault->error == 0) {
-            return fault->amount;
-        }
-        SetLastError(fault->error);
-        return 0;
+    if (const auto fault = intercept(__func__)) {
+        return fault->error == 0 ? fault->amount : fail(fault->error, 0U);
     }
     const std::lock_guard hold(resources().lock);
     const HRSRC__* const record = known(resource);
     if (record == nullptr) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return 0;
+        return fail(ERROR_INVALID_PARAMETER, 0);
     }
     return static_cast<DWORD>(record->bytes.size());
 }
 
 HGLOBAL LoadResource(HMODULE, HRSRC resource) {
-    if (detail::injected_failure("LoadResource")) {
+    if (injected_failure(__func__)) {
         return nullptr;
     }
     const std::lock_guard hold(resources().lock);
     HRSRC__* const record = known(resource);
     if (record == nullptr) {
-        SetLastError(ERROR_INVALID_PARAMETER);
+        return fail(ERROR_INVALID_PARAMETER, nullptr);
     }
     return record;
 }
 
 void* LockResource(HGLOBAL data) {
-    if (const auto fault = detail::intercept("LockResource", [] { return std::string(); })) {
-        SetLastError(fault->error);
-        return nullptr;
+    if (const auto fault = intercept(__func__)) {
+        return fail(fault->error, nullptr);
     }
     const std::lock_guard hold(resources().lock);
     const HRSRC__* const record = known(data);
@@ -108,7 +101,7 @@ namespace kr::host {
 bool add_resource(const WCHAR* type, const WCHAR* name, std::span<const u8> bytes) {
     const std::lock_guard hold(resources().lock);
     for (HRSRC__& record : resources().records) {
-        if (detail::equal_folded(record.type, type) && detail::equal_folded(record.name, name)) {
+        if (equal_folded(record.type, type) && equal_folded(record.name, name)) {
             record.bytes = bytes;
             return true;
         }

@@ -16,12 +16,13 @@
 namespace {
 
 using namespace kr::host;
+using namespace kr::host::detail;
 
 struct service {
     std::u16string name;
     std::u16string display_name;
     std::u16string image_path;
-    std::optional<detail::driver_image> loaded;
+    std::optional<driver_image> loaded;
     u32 handles = 0;
     bool marked_for_deletion = false;
 };
@@ -32,7 +33,7 @@ struct service_handle {
     DWORD access;
 };
 
-using service_handles = detail::handle_table<SC_HANDLE, service_handle>;
+using service_handles = handle_table<SC_HANDLE, service_handle>;
 
 bool policy_from_environment() {
     const char* const policy = std::getenv("KR_HOST_DRIVER_POLICY");
@@ -48,7 +49,7 @@ struct service_table {
 
     service* find(std::u16string_view name) {
         const auto found = std::ranges::find_if(
-            services, [name](const auto& each) { return detail::equal_folded(each->name, name); });
+            services, [name](const auto& each) { return equal_folded(each->name, name); });
         return found == services.end() ? nullptr : found->get();
     }
 
@@ -61,17 +62,7 @@ struct service_table {
 };
 
 service_table& table() {
-    return detail::immortal<service_table>();
-}
-
-std::nullptr_t refuse(DWORD error) {
-    SetLastError(error);
-    return nullptr;
-}
-
-BOOL fail(DWORD error) {
-    SetLastError(error);
-    return FALSE;
+    return immortal<service_table>();
 }
 
 std::string handle_argument(SC_HANDLE handle) {
@@ -82,19 +73,15 @@ std::string handle_argument(SC_HANDLE handle) {
     return found->target == nullptr ? "manager" : "service " + to_utf8(found->target->name);
 }
 
-std::string name_argument(const WCHAR* name) {
-    return to_utf8(name == nullptr ? u"" : name);
-}
-
 /// The object of an open handle of the right kind that grants `access`; else null, with the last
 /// error set.
 std::shared_ptr<service_handle> open_as(SC_HANDLE handle, bool manager, DWORD access) {
     auto found = table().handles.find(handle);
     if (found == nullptr || (found->target == nullptr) != manager) {
-        return refuse(ERROR_INVALID_HANDLE);
+        return fail(ERROR_INVALID_HANDLE, nullptr);
     }
     if ((found->access & access) != access) {
-        return refuse(ERROR_ACCESS_DENIED);
+        return fail(ERROR_ACCESS_DENIED, nullptr);
     }
     return found;
 }
@@ -118,8 +105,8 @@ DWORD check_new_names(std::u16string_view name, std::u16string_view display_name
         return old->marked_for_deletion ? ERROR_SERVICE_MARKED_FOR_DELETE : ERROR_SERVICE_EXISTS;
     }
     for (const auto& each : table().services) {
-        if (detail::equal_folded(each->display_name, display_name) ||
-            detail::equal_folded(each->name, display_name)) {
+        if (equal_folded(each->display_name, display_name) ||
+            equal_folded(each->name, display_name)) {
             return ERROR_DUPLICATE_SERVICE_NAME;
         }
     }
@@ -134,12 +121,12 @@ DWORD load(service& target) {
     if (target.loaded) {
         return ERROR_SERVICE_ALREADY_RUNNING;
     }
-    const std::optional<std::string> path = detail::host_path(target.image_path.c_str());
+    const std::optional<std::string> path = host_path(target.image_path.c_str());
     if (!path) {
         return GetLastError();
     }
-    detail::driver_image image;
-    if (const DWORD error = detail::check_driver_image(*path, &image); error != NO_ERROR) {
+    driver_image image;
+    if (const DWORD error = check_driver_image(*path, &image); error != NO_ERROR) {
         return error;
     }
     if (table().refuses_drivers) {
@@ -160,7 +147,7 @@ SERVICE_STATUS status_of(const service& target) {
 } // namespace
 
 SC_HANDLE OpenSCManagerW(const WCHAR*, const WCHAR*, DWORD access) {
-    if (detail::injected_failure("OpenSCManagerW")) {
+    if (injected_failure(__func__)) {
         return nullptr;
     }
     return table().handles.add(std::make_shared<service_handle>(service_handle{nullptr, access}));
@@ -169,17 +156,17 @@ SC_HANDLE OpenSCManagerW(const WCHAR*, const WCHAR*, DWORD access) {
 SC_HANDLE CreateServiceW(SC_HANDLE manager, const WCHAR* name, const WCHAR* display_name,
                          DWORD access, DWORD type, DWORD, DWORD, const WCHAR* image_path,
                          const WCHAR*, DWORD*, const WCHAR*, const WCHAR*, const WCHAR*) {
-    if (detail::injected_failure("CreateServiceW", [&] { return name_argument(name); }) ||
+    if (injected_failure(__func__, text_argument, name) ||
         open_as(manager, true, SC_MANAGER_CREATE_SERVICE) == nullptr) {
         return nullptr;
     }
     if (name == nullptr || image_path == nullptr || type != SERVICE_KERNEL_DRIVER) {
-        return refuse(ERROR_INVALID_PARAMETER);
+        return fail(ERROR_INVALID_PARAMETER, nullptr);
     }
     const WCHAR* const shown = display_name == nullptr ? name : display_name;
     const std::lock_guard hold(table().lock);
     if (const DWORD error = check_new_names(name, shown); error != NO_ERROR) {
-        return refuse(error);
+        return fail(error, nullptr);
     }
     auto created = std::make_shared<service>();
     created->name = name;
@@ -190,8 +177,7 @@ SC_HANDLE CreateServiceW(SC_HANDLE manager, const WCHAR* name, const WCHAR* disp
 }
 
 BOOL StartServiceW(SC_HANDLE service_to_start, DWORD, const WCHAR**) {
-    if (detail::injected_failure("StartServiceW",
-                                 [&] { return handle_argument(service_to_start); })) {
+    if (injected_failure(__func__, handle_argument, service_to_start)) {
         return FALSE;
     }
     const auto opened = open_as(service_to_start, false, SERVICE_START);
@@ -208,8 +194,7 @@ BOOL StartServiceW(SC_HANDLE service_to_start, DWORD, const WCHAR**) {
 }
 
 BOOL ControlService(SC_HANDLE service_to_stop, DWORD control, SERVICE_STATUS* status) {
-    if (detail::injected_failure("ControlService",
-                                 [&] { return handle_argument(service_to_stop); })) {
+    if (injected_failure(__func__, handle_argument, service_to_stop)) {
         return FALSE;
     }
     if (control != SERVICE_CONTROL_STOP || status == nullptr) {
@@ -233,8 +218,7 @@ BOOL ControlService(SC_HANDLE service_to_stop, DWORD control, SERVICE_STATUS* st
 }
 
 BOOL DeleteService(SC_HANDLE service_to_delete) {
-    if (detail::injected_failure("DeleteService",
-                                 [&] { return handle_argument(service_to_delete); })) {
+    if (injected_failure(__func__, handle_argument, service_to_delete)) {
         return FALSE;
     }
     const auto opened = open_as(service_to_delete, false, DELETE);
@@ -250,7 +234,7 @@ BOOL DeleteService(SC_HANDLE service_to_delete) {
 }
 
 BOOL CloseServiceHandle(SC_HANDLE handle) {
-    if (detail::injected_failure("CloseServiceHandle", [&] { return handle_argument(handle); })) {
+    if (injected_failure(__func__, handle_argument, handle)) {
         return FALSE;
     }
     const auto closed = table().handles.take(handle);

@@ -19,6 +19,7 @@
 namespace {
 
 using namespace kr::host;
+using namespace kr::host::detail;
 
 /// What a lock operation cannot report: it was used outside its life, or left by another thread.
 void must(bool sound) {
@@ -49,10 +50,10 @@ struct thread_object {
     bool reaped = false;
 };
 
-using thread_table = detail::handle_table<HANDLE, thread_object>;
+using thread_table = handle_table<HANDLE, thread_object>;
 
 thread_table& threads() {
-    return detail::immortal<thread_table>();
+    return immortal<thread_table>();
 }
 
 /// The thread's own object, made on demand for threads that this file did not start.
@@ -147,7 +148,7 @@ void DeleteCriticalSection(CRITICAL_SECTION* section) {
 
 std::uintptr_t _beginthreadex(void*, unsigned, unsigned (*start)(void*), void* argument, unsigned,
                               unsigned* thread_id) {
-    if (detail::injected_failure("_beginthreadex")) {
+    if (injected_failure(__func__)) {
         errno = EAGAIN;
         return 0;
     }
@@ -158,9 +159,8 @@ std::uintptr_t _beginthreadex(void*, unsigned, unsigned (*start)(void*), void* a
     // Held over the start, so that no wait or close sees `thread` before it is written.
     const std::lock_guard hold(object->lock);
     if (pthread_create(&object->thread, nullptr, run_thread, passed.get()) != 0) {
-        SetLastError(ERROR_NO_SYSTEM_RESOURCES);
         errno = EAGAIN;
-        return 0;
+        return fail(ERROR_NO_SYSTEM_RESOURCES, std::uintptr_t{0});
     }
     static_cast<void>(passed.release());
     if (thread_id != nullptr) {
@@ -172,13 +172,12 @@ std::uintptr_t _beginthreadex(void*, unsigned, unsigned (*start)(void*), void* a
 }
 
 DWORD WaitForSingleObject(HANDLE thread, DWORD timeout_ms) {
-    if (detail::injected_failure("WaitForSingleObject", thread_argument)) {
+    if (injected_failure(__func__, thread_argument)) {
         return WAIT_FAILED;
     }
     const std::shared_ptr<thread_object> object = threads().find(thread);
     if (object == nullptr) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return WAIT_FAILED;
+        return fail(ERROR_INVALID_HANDLE, WAIT_FAILED);
     }
     std::unique_lock hold(object->lock);
     const auto is_finished = [&] {
@@ -233,19 +232,17 @@ HANDLE GetCurrentThread() {
 }
 
 BOOL SetThreadPriority(HANDLE thread, int priority) {
-    if (detail::injected_failure("SetThreadPriority", thread_argument)) {
+    if (injected_failure(__func__, thread_argument)) {
         return FALSE;
     }
     const std::shared_ptr<thread_object> object = find_thread(thread);
     if (object == nullptr) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return FALSE;
+        return fail(ERROR_INVALID_HANDLE);
     }
     const bool ordinary = priority >= THREAD_PRIORITY_LOWEST && priority <= THREAD_PRIORITY_HIGHEST;
     if (!ordinary && priority != THREAD_PRIORITY_IDLE &&
         priority != THREAD_PRIORITY_TIME_CRITICAL) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
+        return fail(ERROR_INVALID_PARAMETER);
     }
     object->priority = priority;
     return TRUE;
@@ -254,8 +251,7 @@ BOOL SetThreadPriority(HANDLE thread, int priority) {
 int GetThreadPriority(HANDLE thread) {
     const std::shared_ptr<thread_object> object = find_thread(thread);
     if (object == nullptr) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return THREAD_PRIORITY_ERROR_RETURN;
+        return fail(ERROR_INVALID_HANDLE, THREAD_PRIORITY_ERROR_RETURN);
     }
     return object->priority;
 }
