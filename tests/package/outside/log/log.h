@@ -1,0 +1,1 @@
+#error "a header of the program, where one of the library is meant"
