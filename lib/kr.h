@@ -27,6 +27,9 @@
 #include "printf/numbers.h"
 #include "printf/printf.h"
 
+// Owners of what the library hands out.
+#include "owners.h"
+
 // Memory.
 #include "base/memory/buffer.h"
 #include "base/memory/memory.h"

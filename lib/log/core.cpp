@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <optional>
 
 #include "base/text/short_text.h"
 #include "base/text/wide_string.h"
@@ -74,11 +75,11 @@ public:
             kr_thread_context_query() == 0) {
             return;
         }
-        EnterCriticalSection(section());
+        guard_.emplace(output.lock);
         label_ = &label_of(thread_id_);
         if (label_->muted) {
             label_ = nullptr;
-            LeaveCriticalSection(section());
+            guard_.reset();
             return;
         }
         inside.store(thread_id_, std::memory_order_relaxed);
@@ -88,7 +89,6 @@ public:
     ~log_visit() {
         if (admitted()) {
             inside.store(0, std::memory_order_relaxed);
-            LeaveCriticalSection(section());
         }
     }
 
@@ -97,9 +97,8 @@ public:
     [[nodiscard]] const thread_label& label() const { return *label_; }
 
 private:
-    static CRITICAL_SECTION* section() { return kr::detail::section_of(&output.lock); }
-
     u32 thread_id_;
+    std::optional<kr::detail::mutex_guard> guard_;
     const thread_label* label_ = nullptr;
 };
 

@@ -6,9 +6,9 @@
 #include <cstring>
 #include <new>
 
-#include "base/memory/memory.h"
+#include "base/memory/owner.h"
 #include "base/text/widen.h"
-#include "base/threads/sync.h"
+#include "base/threads/mutex_section.h"
 #include "base/threads/threads.h"
 
 namespace {
@@ -88,9 +88,9 @@ filter_record* find_filter(filter_kind kind, u64 value) {
 
 void add_filter(filter_kind kind, u64 value) {
     // Declared before the guard: a record that is not needed goes back without the lock.
-    kr::detail::memory_block block;
+    kr::owned_block block;
     if (!started.load(std::memory_order_acquire) ||
-        kr_result_failed(block.allocate(sizeof(filter_record)))) {
+        kr_result_failed(kr_memory_allocate_hook(block.out(), sizeof(filter_record)))) {
         return;
     }
     const kr::detail::mutex_guard guard(table.lock);
@@ -123,8 +123,8 @@ kr_result kr_log_thread_register(const char* name) {
     if (!started.load(std::memory_order_acquire)) {
         return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
     }
-    kr::detail::memory_block block;
-    const kr_result result = block.allocate(sizeof(name_record));
+    kr::owned_block block;
+    const kr_result result = kr_memory_allocate_hook(block.out(), sizeof(name_record));
     if (kr_result_failed(result)) {
         return result;
     }

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <limits>
 
-#include "base/memory/memory.h"
+#include "base/memory/owner.h"
 #include "base/text/array_string.h"
 #include "base/text/wide_string.h"
 #include "log/log.h"
@@ -128,8 +128,8 @@ kr_result get_items(const char* function, kr_settings_handle settings, const kr_
     if (array == nullptr) {
         return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
     }
-    kr_char* text = nullptr;
-    kr_result result = kr_settings_get_string_alloc(settings, name, &text);
+    kr::owned_text text;
+    kr_result result = kr_settings_get_string_alloc(settings, name, text.out());
     if (kr_result_failed(result)) {
         if (!kr_result_is(result, KR_NOT_FOUND)) {
             KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
@@ -138,31 +138,30 @@ kr_result get_items(const char* function, kr_settings_handle settings, const kr_
         }
         return result;
     }
-    result = kr_settings_parse_multi_string(text, array);
+    result = kr_settings_parse_multi_string(text.get(), array);
     if (kr_result_failed(result)) {
         KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                  "Unable to parse multi string %_s Result is %_r (%_z)", text, &result, &result);
+                  "Unable to parse multi string %_s Result is %_r (%_z)", text.get(), &result,
+                  &result);
     }
-    kr_memory_deallocate_hook(text);
     return result;
 }
 
 kr_result set_items(const char* function, kr_settings_handle settings, const kr_char* name,
                     const kr_array_string* array) {
-    kr_char* text = nullptr;
-    kr_result result = kr_settings_compose_multi_string(array, &text);
+    kr::owned_text text;
+    kr_result result = kr_settings_compose_multi_string(array, text.out());
     if (kr_result_failed(result)) {
         KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
                   "Unable to compose multi string from array of strings. Result is %_r (%_z)",
                   &result, &result);
         return result;
     }
-    result = kr_settings_set_string(settings, name, text);
+    result = kr_settings_set_string(settings, name, text.get());
     if (kr_result_failed(result)) {
         KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
                   "kr_settings_set_string() failed. Result is %_r (%_z)", &result, &result);
     }
-    kr_memory_deallocate_hook(text);
     return result;
 }
 
@@ -173,8 +172,8 @@ kr_result kr_settings_parse_multi_string(const kr_char* text, kr_array_string* a
         return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
     }
     const u32 count_before = kr_array_string_count(array);
-    kr::detail::memory_block item;
-    kr_result result = item.allocate(kr_string_bytesize(text));
+    kr::owned_block item;
+    kr_result result = kr_memory_allocate_hook(item.out(), kr_string_bytesize(text));
     if (kr_result_failed(result)) {
         KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING, "Unable to allocate memory. Result is %_r (%_z)",
                &result, &result);
@@ -200,8 +199,8 @@ kr_result kr_settings_compose_multi_string(const kr_array_string* array, kr_char
         return kr_result_make_error(KR_OVERFLOW);
     }
     const u64 size_bytes = (length_chars + 1) * sizeof(kr_char);
-    kr::detail::memory_block text;
-    result = text.allocate(size_bytes);
+    kr::owned_block text;
+    result = kr_memory_allocate_hook(text.out(), size_bytes);
     if (kr_result_failed(result)) {
         KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING, "Unable to allocate %u bytes. Result is %_r (%_z)",
                static_cast<u32>(size_bytes), &result, &result);

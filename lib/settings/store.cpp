@@ -4,12 +4,12 @@
 
 #include <cstddef>
 
-#include "base/memory/memory.h"
 #include "base/product.h"
 #include "base/text/wide_string.h"
 #include "log/log.h"
 #include "platform/platform.h"
 #include "printf/printf.h"
+#include "settings/owners.h"
 
 namespace {
 
@@ -92,44 +92,24 @@ constexpr enumeration entries = {
     },
 };
 
-/// A list of names in the making: released with all it holds unless it is handed out.
-class name_list {
-public:
-    name_list() = default;
-    name_list(const name_list&) = delete;
-    name_list& operator=(const name_list&) = delete;
-    ~name_list() { kr_settings_free_names(names_, count_); }
-
-    kr_result allocate(u32 count, std::size_t name_size_bytes) {
-        void* block = nullptr;
-        kr_result result = kr_memory_allocate_hook(&block, count * sizeof(kr_char*));
+/// Fills `out` with room for `count` names; a failure leaves there what the owner releases.
+kr_result make_names(u32 count, std::size_t name_size_bytes, kr::owned_names& out) {
+    void* block = nullptr;
+    kr_result result = kr_memory_allocate_hook(&block, count * sizeof(kr_char*));
+    if (kr_result_failed(result)) {
+        return result;
+    }
+    auto** const names = static_cast<kr_char**>(block);
+    *out.out() = names;
+    for (u32& made = *out.count_out(); made < count; ++made) {
+        result = kr_memory_allocate_hook(&block, name_size_bytes);
         if (kr_result_failed(result)) {
             return result;
         }
-        names_ = static_cast<kr_char**>(block);
-        while (count_ < count) {
-            result = kr_memory_allocate_hook(&block, name_size_bytes);
-            if (kr_result_failed(result)) {
-                return result;
-            }
-            names_[count_++] = static_cast<kr_char*>(block);
-        }
-        return KR_SUCCESS;
+        names[made] = static_cast<kr_char*>(block);
     }
-
-    [[nodiscard]] kr_char* at(u32 index) const { return names_[index]; }
-
-    void hand_out(kr_char*** names, u32* count) {
-        *names = names_;
-        *count = count_;
-        names_ = nullptr;
-        count_ = 0;
-    }
-
-private:
-    kr_char** names_ = nullptr;
-    u32 count_ = 0;
-};
+    return KR_SUCCESS;
+}
 
 kr_result enumerate(const enumeration& what, kr_settings_handle settings, kr_char*** names,
                     u32* count) {
@@ -143,18 +123,18 @@ kr_result enumerate(const enumeration& what, kr_settings_handle settings, kr_cha
     }
     const DWORD capacity_chars = longest_chars + 1;
 
-    name_list list;
-    const kr_result result = list.allocate(found, std::size_t{capacity_chars} * sizeof(kr_char));
+    kr::owned_names list;
+    const kr_result result = make_names(found, std::size_t{capacity_chars} * sizeof(kr_char), list);
     if (kr_result_failed(result)) {
         return result;
     }
-    for (u32 index = 0; index < found; ++index) {
-        if (what.name_at(key_of(settings), index, list.at(index), capacity_chars) !=
-            ERROR_SUCCESS) {
+    DWORD index = 0;
+    for (kr_char* name : list.get()) {
+        if (what.name_at(key_of(settings), index++, name, capacity_chars) != ERROR_SUCCESS) {
             return kr_result_make_error(KR_GENERIC);
         }
     }
-    list.hand_out(names, count);
+    *names = list.release(count);
     return KR_SUCCESS;
 }
 
@@ -297,8 +277,8 @@ kr_result kr_settings_get_string_alloc(kr_settings_handle settings, const kr_cha
         return kr_result_make_error(KR_GENERIC);
     }
 
-    kr::detail::memory_block block;
-    const kr_result result = block.allocate(size_bytes);
+    kr::owned_block block;
+    const kr_result result = kr_memory_allocate_hook(block.out(), size_bytes);
     if (kr_result_failed(result)) {
         return result;
     }

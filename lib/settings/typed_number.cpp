@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "base/convert/convert.h"
-#include "base/memory/memory.h"
+#include "base/memory/owner.h"
 #include "base/time/time.h"
 #include "log/log.h"
 #include "log/trace.h"
@@ -41,8 +41,8 @@ kr_result fetch_number(const char* function, kr_result (*convert)(const kr_char*
     if (out == nullptr) {
         return invalid_argument();
     }
-    kr_char* text = nullptr;
-    kr_result result = kr_settings_get_string_alloc(settings, name, &text);
+    kr::owned_text text;
+    kr_result result = kr_settings_get_string_alloc(settings, name, text.out());
     if (kr_result_failed(result)) {
         if (!kr_result_is(result, KR_NOT_FOUND)) {
             KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
@@ -52,15 +52,13 @@ kr_result fetch_number(const char* function, kr_result (*convert)(const kr_char*
         return result;
     }
     Number number = 0;
-    result = convert(text, &number);
+    result = convert(text.get(), &number);
     if (kr_result_failed(result)) {
-        log_conversion_failure(function, text, number, &result);
-    } else {
-        *out = static_cast<Out>(number);
-        result = KR_SUCCESS;
+        log_conversion_failure(function, text.get(), number, &result);
+        return result;
     }
-    kr_memory_deallocate_hook(text);
-    return result;
+    *out = static_cast<Out>(number);
+    return KR_SUCCESS;
 }
 
 /// A base getter: its return line shows the result on success too.

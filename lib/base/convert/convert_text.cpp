@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "base/memory/memory.h"
+#include "base/memory/owner.h"
 #include "base/text/wide_string.h"
 #include "base/text/widen.h"
 #include "log/log.h"
@@ -113,8 +113,8 @@ kr_result kr_ascii_to_krchar_strdup(const char* src, kr_char** out) {
 
 kr_result kr_krchar_to_ascii_strdup(const kr_char* src, char** out) {
     const size_t size_bytes = kr_string_length(src) + 1;
-    kr::detail::memory_block block;
-    kr_result result = block.allocate(size_bytes);
+    kr::owned_block block;
+    kr_result result = kr_memory_allocate_hook(block.out(), size_bytes);
     if (kr_result_failed(result)) {
         KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
                "Failed to allocate memory for ascii char string. Result is %_r (%_z)", &result,

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "base/memory/memory.h"
+#include "base/memory/owner.h"
 #include "base/memory/typed_memory.h"
 #include "base/text/wide_scan.h"
 #include "log/log.h"
@@ -12,8 +12,8 @@ namespace {
 
 /// Puts a block of `new_size` bytes with the first `*size` bytes of `*buf` in the place of `*buf`.
 kr_result replace_block(void** buf, size_t* size, size_t new_size) {
-    kr::detail::memory_block block;
-    kr_result result = block.allocate(new_size);
+    kr::owned_block block;
+    kr_result result = kr_memory_allocate_hook(block.out(), new_size);
     if (kr_result_failed(result)) {
         return result;
     }

@@ -34,34 +34,3 @@ void kr_memory_deallocate_raw(void* ptr);
 /// Copies `size` bytes between blocks that do not overlap. With a size of 0 the pointers may be
 /// null.
 void kr_memcpy(void* dst, const void* src, size_t size);
-
-namespace kr::detail {
-
-/// Owns one block of the allocate hook until it is released; for the library's own clean-up.
-class memory_block {
-public:
-    memory_block() = default;
-    explicit memory_block(void* ptr) : ptr_(ptr) {}
-    memory_block(const memory_block&) = delete;
-    memory_block& operator=(const memory_block&) = delete;
-    ~memory_block() {
-        if (ptr_ != nullptr) {
-            kr_memory_deallocate_hook(ptr_);
-        }
-    }
-
-    /// Fills an empty owner; the allocation's result.
-    [[nodiscard]] kr_result allocate(size_t size) { return kr_memory_allocate_hook(&ptr_, size); }
-    [[nodiscard]] void* get() const { return ptr_; }
-    /// Hands the block to the caller.
-    [[nodiscard]] void* release() {
-        void* const ptr = ptr_;
-        ptr_ = nullptr;
-        return ptr;
-    }
-
-private:
-    void* ptr_ = nullptr;
-};
-
-} // namespace kr::detail

@@ -12,30 +12,21 @@
 #include <utility>
 
 #include "base/memory/element_table.h"
-#include "base/memory/memory.h"
+#include "base/memory/owner.h"
 #include "base/text/wide_string.h"
 #include "base/threads/mutex_section.h"
-#include "base/threads/sync.h"
 
 namespace {
 
 using kr::detail::element_table;
+using kr::detail::mutex_guard;
 
 /// Bit 31 of a pool's flags: one thread is growing the stock.
 constexpr u32 growing = 0x80000000;
 
-struct pool_deleter {
-    void operator()(kr_mempool* pool) const { kr_mempool_destroy(pool); }
-};
-
-struct hook_deleter {
-    void operator()(void* block) const { kr_memory_deallocate_hook(block); }
-};
-using hook_block = std::unique_ptr<void, hook_deleter>;
-
 /// One block from the allocate hook that holds the slots of the table and behind them the stack.
 struct stock_room {
-    hook_block block;
+    kr::owned_block block;
     element_table table;
     /// The slots of the free elements. The stack's top is at `used`, its bottom at `capacity` - 1.
     /// What lies below `used` is left over from elements handed out and not read; what lies at
@@ -49,7 +40,7 @@ struct stock_room {
 } // namespace
 
 struct kr_mempool {
-    kr_char* name = nullptr;
+    kr::owned_text name;
     u64 element_size = 0;
     u32 grain = 0;
     u32 grow_count = 0;
@@ -66,44 +57,29 @@ struct kr_mempool {
 
 namespace {
 
-class pool_guard {
-public:
-    explicit pool_guard(kr_mempool& pool) : lock_(kr::detail::section_of(&pool.lock)) { lock(); }
-    pool_guard(const pool_guard&) = delete;
-    pool_guard& operator=(const pool_guard&) = delete;
-    ~pool_guard() { unlock(); }
-
-    void lock() { EnterCriticalSection(lock_); }
-    void unlock() { LeaveCriticalSection(lock_); }
-
-private:
-    CRITICAL_SECTION* lock_;
-};
-
 /// Lets other threads at the pool for a moment.
 class pool_pause {
 public:
-    explicit pool_pause(pool_guard& guard) : guard_(guard) { guard_.unlock(); }
+    explicit pool_pause(mutex_guard& guard) : guard_(guard) { guard_.unlock(); }
     pool_pause(const pool_pause&) = delete;
     pool_pause& operator=(const pool_pause&) = delete;
     ~pool_pause() { guard_.lock(); }
 
 private:
-    pool_guard& guard_;
+    mutex_guard& guard_;
 };
 
 kr_result make_room(u32 reserve, u32 grain, stock_room* out) {
     const u64 slots_bytes = element_table::slot_count(reserve) * sizeof(u64);
-    void* block = nullptr;
     const kr_result result =
-        kr_memory_allocate_hook(&block, slots_bytes + u64{reserve} * sizeof(u64));
+        kr_memory_allocate_hook(out->block.out(), slots_bytes + u64{reserve} * sizeof(u64));
     if (kr_result_failed(result)) {
         return result;
     }
-    std::memset(block, 0, slots_bytes);
-    out->block.reset(block);
-    out->table = element_table(static_cast<u64*>(block), reserve, grain);
-    out->stack = static_cast<u64*>(block) + slots_bytes / sizeof(u64);
+    auto* const slots = static_cast<u64*>(out->block.get());
+    std::memset(slots, 0, slots_bytes);
+    out->table = element_table(slots, reserve, grain);
+    out->stack = slots + slots_bytes / sizeof(u64);
     out->reserve = reserve;
     return result;
 }
@@ -169,7 +145,7 @@ kr_result make_growth(kr_mempool& pool, u32 first, u32 last, u64 bound, stock_ro
 
 /// Grows the stock. Entered and left with the lock held, which is free while memory is allocated.
 /// A room that has become too small goes to `outgrown`.
-kr_result grow(kr_mempool& pool, pool_guard& guard, stock_room* outgrown) {
+kr_result grow(kr_mempool& pool, mutex_guard& guard, stock_room* outgrown) {
     const u64 bound = pool.max_count != 0 ? pool.max_count : std::numeric_limits<u32>::max();
     const u32 first = pool.capacity;
     const auto last = static_cast<u32>(std::min(u64{first} + pool.grow_count, bound));
@@ -198,7 +174,7 @@ kr_result grow(kr_mempool& pool, pool_guard& guard, stock_room* outgrown) {
 }
 
 /// Waits at the bound until another thread has given an element back and none has taken it.
-void wait_for_free(kr_mempool& pool, pool_guard& guard) {
+void wait_for_free(kr_mempool& pool, mutex_guard& guard) {
     while (!has_free(pool)) {
         const u32 noted = pool.used.load(std::memory_order_relaxed);
         const pool_pause pause(guard);
@@ -209,7 +185,7 @@ void wait_for_free(kr_mempool& pool, pool_guard& guard) {
 }
 
 /// Sees to it that there is a free element, with the lock held on entry and on return.
-kr_result replenish(kr_mempool& pool, pool_guard& guard, stock_room* outgrown) {
+kr_result replenish(kr_mempool& pool, mutex_guard& guard, stock_room* outgrown) {
     while ((pool.flags & growing) != 0) {
         {
             const pool_pause pause(guard);
@@ -238,7 +214,7 @@ void* hand_out(kr_mempool& pool) {
 
 kr_result alloc_from_empty(kr_mempool& pool, void** out) {
     stock_room outgrown; // freed after the lock
-    pool_guard guard(pool);
+    mutex_guard guard(pool.lock);
     if (!has_free(pool)) {
         const kr_result result = replenish(pool, guard, &outgrown);
         if (kr_result_failed(result)) {
@@ -267,8 +243,9 @@ kr_result kr_mempool_create(const kr_char* name, u64 element_size, u32 flags, u3
         return result;
     }
     // Whole as far as it goes at every step, so that the ordinary end also undoes half a creation.
-    std::unique_ptr<kr_mempool, pool_deleter> pool(
+    kr::owner<kr_mempool*, kr_mempool_destroy> owned(
         std::construct_at(static_cast<kr_mempool*>(record)));
+    kr_mempool* const pool = owned.get();
     result = kr_mutex_init(&pool->lock);
     pool->element_size = element_size;
     pool->grain = element_table::grain_of(element_size);
@@ -277,7 +254,7 @@ kr_result kr_mempool_create(const kr_char* name, u64 element_size, u32 flags, u3
     pool->max_count = max_count;
     pool->time_out = *time_out;
     if (kr_result_succeeded(result)) {
-        result = kr_string_dup(&pool->name, name);
+        result = kr_string_dup(pool->name.out(), name);
     }
     if (kr_result_succeeded(result)) {
         result = make_room(pool->grow_count, pool->grain, &pool->room);
@@ -290,7 +267,7 @@ kr_result kr_mempool_create(const kr_char* name, u64 element_size, u32 flags, u3
     }
     pool->capacity = pool->grow_count;
     insert_elements(pool->room, 0, pool->capacity);
-    *out = pool.release();
+    *out = owned.release();
     return result;
 }
 
@@ -299,7 +276,7 @@ kr_result kr_mempool_alloc(kr_mempool* pool, void** out) {
         return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
     }
     {
-        const pool_guard guard(*pool);
+        const mutex_guard guard(pool->lock);
         if (has_free(*pool)) [[likely]] {
             *out = hand_out(*pool);
             return KR_SUCCESS;
@@ -313,7 +290,7 @@ void kr_mempool_free(kr_mempool* pool, void* element) {
         return;
     }
     const auto key = element_table::key_of(element_table::address(element), pool->grain);
-    const pool_guard guard(*pool);
+    const mutex_guard guard(pool->lock);
     const u64 slot = pool->room.table.mark_free(key);
     if (slot != element_table::none) {
         const u32 top = pool->used.load(std::memory_order_relaxed) - 1;
@@ -328,9 +305,8 @@ void kr_mempool_destroy(kr_mempool* pool) {
     }
     pool->room.table.for_each(
         [](void* element, bool /*handed_out*/) { kr_memory_deallocate_hook(element); });
-    if (pool->name != nullptr) {
-        kr_memory_deallocate_hook(pool->name);
-    }
+    pool->room.block.reset();
+    pool->name.reset();
     static_cast<void>(kr_mutex_destroy(&pool->lock));
     std::destroy_at(pool);
     kr_memory_deallocate_hook(pool);

@@ -31,19 +31,3 @@ kr_module* kr_mutex_module();
 /// The module "spinlock": a name in the start-up order without operations of its own; depends on
 /// "mutex".
 kr_module* kr_spinlock_module();
-
-namespace kr::detail {
-
-/// Holds a lock for a scope.
-class mutex_guard {
-public:
-    explicit mutex_guard(kr_mutex& mutex) : mutex_(mutex) { kr_mutex_lock(&mutex_); }
-    mutex_guard(const mutex_guard&) = delete;
-    mutex_guard& operator=(const mutex_guard&) = delete;
-    ~mutex_guard() { kr_mutex_unlock(&mutex_); }
-
-private:
-    kr_mutex& mutex_;
-};
-
-} // namespace kr::detail

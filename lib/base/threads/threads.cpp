@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "base/threads/sync.h"
+#include "base/threads/mutex_section.h"
 #include "platform/platform.h"
 
 using kr::detail::mutex_guard;

@@ -2,7 +2,7 @@
 #include <cstring>
 #include <new>
 
-#include "base/memory/memory.h"
+#include "base/memory/owner.h"
 #include "base/text/short_text.h"
 #include "base/text/wide_string.h"
 #include "base/time/local_date.h"
@@ -109,13 +109,13 @@ void format_name_stamp(kr_char* stamp, size_t size_bytes, const char* function) 
 }
 
 /// "<directory><domain>_<stamp>.log". The block is the caller's on success.
-bool make_name(const kr_char* directory, const char* function, kr::detail::memory_block& out) {
+bool make_name(const kr_char* directory, const char* function, kr::owned_block& name) {
     // '_', 15 characters of stamp, ".log" and the terminator.
     constexpr size_t room_for_rest = 42;
     const size_t size =
         (kr_string_length(directory) + std::strlen(kr_product.name)) * sizeof(kr_char) +
         room_for_rest;
-    const kr_result result = out.allocate(size);
+    const kr_result result = kr_memory_allocate_hook(name.out(), size);
     if (kr_result_failed(result)) {
         KR_LOG_AS(KR_LOG_OTHER, KR_LOG_WARNING, function,
                   "Unable to allocate memory for log filename Result is %_r (%_z)", &result,
@@ -125,19 +125,19 @@ bool make_name(const kr_char* directory, const char* function, kr::detail::memor
     kr_char stamp[32];
     format_name_stamp(stamp, sizeof(stamp), function);
     return kr_result_succeeded(
-        kr_printf_format2_checked(static_cast<kr_char*>(out.get()), size, nullptr, "%_s%s_%_s.log",
+        kr_printf_format2_checked(static_cast<kr_char*>(name.get()), size, nullptr, "%_s%s_%_s.log",
                                   directory, kr_product.name, static_cast<const kr_char*>(stamp)));
 }
 
-bool copy_name(const kr_char* path, const char* function, kr::detail::memory_block& out) {
+bool copy_name(const kr_char* path, const char* function, kr::owned_block& name) {
     const size_t size = (kr_string_length(path) + 1) * sizeof(kr_char);
-    const kr_result result = out.allocate(size);
+    const kr_result result = kr_memory_allocate_hook(name.out(), size);
     if (kr_result_failed(result)) {
         KR_LOG_AS(KR_LOG_OTHER, KR_LOG_WARNING, function,
                   "Unable to duplicate log filename string Result is %_r (%_z)", &result, &result);
         return false;
     }
-    std::memcpy(out.get(), path, size);
+    std::memcpy(name.get(), path, size);
     return true;
 }
 
@@ -158,15 +158,15 @@ u32 kr_file_log_init(const kr_char* spec, u32* no_timestamps, void** context, kr
     if (*path == 0) {
         return 0;
     }
-    kr::detail::memory_block descriptor;
-    const kr_result result = descriptor.allocate(sizeof(log_file));
+    kr::owned_block descriptor;
+    const kr_result result = kr_memory_allocate_hook(descriptor.out(), sizeof(log_file));
     if (kr_result_failed(result)) {
         KR_LOG(KR_LOG_OTHER, KR_LOG_WARNING,
                "Unable to allocate memory for log file descriptor Result is %_r (%_z)", &result,
                &result);
         return 0;
     }
-    kr::detail::memory_block name;
+    kr::owned_block name;
     if (!(names_directory(path) ? make_name(path, __func__, name)
                                 : copy_name(path, __func__, name))) {
         return 0;

@@ -3,13 +3,14 @@
 #include "log/startup/config.h"
 
 #include "base/convert/convert.h"
-#include "base/memory/memory.h"
+#include "base/memory/owner.h"
 #include "base/product.h"
 #include "base/text/wide_string.h"
 #include "log/categories.h"
 #include "log/core.h"
 #include "log/destinations/destinations.h"
 #include "log/log.h"
+#include "settings/owners.h"
 #include "settings/typed.h"
 
 namespace {
@@ -30,31 +31,10 @@ const char* yes_or_no(u32 on) {
     return on != 0 ? "yes" : "no";
 }
 
-/// A text read from the store, released at the end of the scope; null when it cannot be read.
-class entry_text {
-public:
-    entry_text(kr_settings_handle group, const kr_char* entry)
-        : result_(kr_settings_get_string_alloc(group, entry, &text_)) {}
-    entry_text(const entry_text&) = delete;
-    entry_text& operator=(const entry_text&) = delete;
-    ~entry_text() {
-        if (text_ != nullptr) {
-            kr_memory_deallocate_hook(text_);
-        }
-    }
-
-    [[nodiscard]] kr_result result() const { return result_; }
-    [[nodiscard]] kr_char* get() const { return text_; }
-
-private:
-    kr_char* text_ = nullptr;
-    kr_result result_;
-};
-
 void apply_destination(kr_settings_handle group, const kr_char* entry,
                        pending_settings* /*pending*/) {
-    const entry_text text(group, entry);
-    const kr_result result = text.result();
+    kr::owned_text text;
+    const kr_result result = kr_settings_get_string_alloc(group, entry, text.out());
     if (kr_result_failed(result)) {
         // Going on with no text would move the log to the console.
         KR_LOG_AS(KR_LOG_OTHER, KR_LOG_WARNING, reset_name,
@@ -118,11 +98,13 @@ void add_filter_names(kr_char* names) {
 }
 
 void apply_tags(kr_settings_handle group, const kr_char* entry, pending_settings* /*pending*/) {
-    const entry_text text(group, entry);
+    // A value that cannot be read gives a filter without names.
+    kr::owned_text text;
+    (void)kr_settings_get_string_alloc(group, entry, text.out());
     // Announced before the names are in force: the filter may drop this very thread.
     KR_LOG_AS(KR_LOG_OTHER, KR_LOG_FORCED, reset_name, "Using tags filter -> %_s", text.get());
     kr_log_filter_enable(1);
-    if (text.get() != nullptr) {
+    if (text) {
         add_filter_names(text.get());
     }
 }
@@ -149,17 +131,15 @@ void apply_entry(kr_settings_handle group, const kr_char* entry, pending_setting
 }
 
 void apply_entries(kr_settings_handle group, pending_settings* pending) {
-    kr_char** names = nullptr;
-    u32 count = 0;
-    if (kr_result_failed(kr_settings_enum_entries(group, &names, &count))) {
+    kr::owned_names names;
+    if (kr_result_failed(kr_settings_enum_entries(group, names.out(), names.count_out()))) {
         KR_LOG_AS(KR_LOG_OTHER, KR_LOG_FORCED, reset_name,
                   "Cannot get log entries. Using default log settings.");
         return;
     }
-    for (u32 index = 0; index < count; ++index) {
-        apply_entry(group, names[index], pending);
+    for (const kr_char* name : names.get()) {
+        apply_entry(group, name, pending);
     }
-    kr_settings_free_names(names, count);
 }
 
 void apply_group(kr_settings_handle domain, const kr_char* domain_name, pending_settings* pending) {
@@ -168,27 +148,24 @@ void apply_group(kr_settings_handle domain, const kr_char* domain_name, pending_
     }
     KR_LOG_AS(KR_LOG_OTHER, KR_LOG_FORCED, reset_name, "Override log setting found for domain %_s",
               domain_name);
-    kr_settings_handle group = nullptr;
-    if (kr_result_failed(kr_settings_group_open(domain, group_name, &group))) {
+    kr::owned_group group;
+    if (kr_result_failed(kr_settings_group_open(domain, group_name, group.out()))) {
         KR_LOG_AS(KR_LOG_OTHER, KR_LOG_FORCED, reset_name,
                   "Group 'log' in domain %_s cannot be opened. Using default log settings.",
                   domain_name);
         return;
     }
-    apply_entries(group, pending);
-    kr_settings_group_close(group);
+    apply_entries(group.get(), pending);
 }
 
 void apply_domain(const kr_char* domain_name, pending_settings* pending) {
     if (!kr_result_is(kr_settings_domain_exists(domain_name), KR_YES)) {
         return;
     }
-    kr_settings_handle domain = nullptr;
-    if (kr_result_failed(kr_settings_domain_open(domain_name, &domain))) {
-        return;
+    kr::owned_domain domain;
+    if (kr_result_succeeded(kr_settings_domain_open(domain_name, domain.out()))) {
+        apply_group(domain.get(), domain_name, pending);
     }
-    apply_group(domain, domain_name, pending);
-    kr_settings_domain_close(domain);
 }
 
 constexpr bool is_decimal_digit(kr_char character) {
@@ -210,10 +187,9 @@ bool is_category_id(const kr_char* name, u16* id) {
 kr_result kr_log_reset() {
     kr_log_apply_defaults();
     pending_settings pending;
-    kr_char* domain_name = nullptr;
-    if (kr_result_succeeded(kr_ascii_to_krchar_strdup(kr_product.name, &domain_name))) {
-        apply_domain(domain_name, &pending);
-        kr_memory_deallocate_hook(domain_name);
+    kr::owned_text domain_name;
+    if (kr_result_succeeded(kr_ascii_to_krchar_strdup(kr_product.name, domain_name.out()))) {
+        apply_domain(domain_name.get(), &pending);
     }
     kr_log_set_colors(pending.colors);
     if (kr_log_formatting_is_explicit() == 0) {

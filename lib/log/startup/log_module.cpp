@@ -1,7 +1,7 @@
 /// The log's start and end. Touches the core, the destinations, the masks and the configuration.
 #include "log/startup/log_module.h"
 
-#include "base/memory/memory.h"
+#include "base/memory/owner.h"
 #include "base/threads/sync.h"
 #include "base/time/time.h"
 #include "log/categories.h"
@@ -42,8 +42,8 @@ void reset_masks() {
 
 /// What of the start needs the locks.
 kr_result open_log() {
-    kr::detail::memory_block list_head;
-    const kr_result result = list_head.allocate(list_head_size);
+    kr::owned_block list_head;
+    const kr_result result = kr_memory_allocate_hook(list_head.out(), list_head_size);
     if (kr_result_failed(result)) {
         return result;
     }
