@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "base/convert/host_address.h"
+#include "base/convert/net_address.h"
 #include "text_input.h"
 
 namespace {

@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "base/convert/convert_number.h"
 #include "base/convert/digit_scan.h"
+#include "base/convert/number_from_text.h"
 #include "text_input.h"
 
 namespace {

@@ -1,6 +1,6 @@
 /// Conversions at the edge of readable memory, and a resolver that fails.
 #include "base/convert/digit_scan.h"
-#include "base/convert/host_address.h"
+#include "base/convert/net_address.h"
 #include "base/text/widen.h"
 #include "platform/host/fault.h"
 #include "support/captured_log.h"

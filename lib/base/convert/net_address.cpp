@@ -1,5 +1,5 @@
 /// Address texts and host names. Reaches the system's resolver and the log.
-#include "base/convert/host_address.h"
+#include "base/convert/net_address.h"
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
 /// Integers from text and text from integers. Reaches the runtime's number routines and the log.
-#include "base/convert/convert_number.h"
+#include "base/convert/number_from_text.h"
 
 #include <limits>
 #include <type_traits>

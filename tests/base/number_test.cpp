@@ -1,6 +1,6 @@
 /// Integers from and to text: what each parser takes and refuses, and how digits are found. The edges
 /// of each range stand here; any text at all is held against a model by the fuzz target.
-#include "base/convert/convert_number.h"
+#include "base/convert/number_from_text.h"
 
 #include "base/convert/digit_scan.h"
 #include "support/captured_log.h"

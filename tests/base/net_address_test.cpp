@@ -1,5 +1,5 @@
 /// Address texts and names that every system can resolve.
-#include "base/convert/host_address.h"
+#include "base/convert/net_address.h"
 
 #include "platform/platform.h"
 #include "support/captured_log.h"
