@@ -10,7 +10,9 @@
 #include <string>
 
 #include "base/convert/digit_scan.h"
+#include "base/convert/number_from_digits.h"
 #include "base/convert/number_from_text.h"
+#include "base/convert/number_to_text.h"
 #include "text_input.h"
 
 namespace {

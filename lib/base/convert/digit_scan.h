@@ -1,8 +1,9 @@
-/// Reads decimal digits, twice: one at a time and eight at a time. Private to this directory and to
-/// the tests, which hold one against the other.
+/// Reads decimal digits, twice: one at a time and eight at a time, and on top of them a number of
+/// any length against a limit. Private to this directory and to the tests, which hold one against
+/// the other.
 ///
-/// Common to both: `text` is NUL-terminated; the digits at its start are read, at most 16 of them,
-/// so that the value cannot overflow.
+/// Common to both scans: `text` is NUL-terminated; the digits at its start are read, at most 16 of
+/// them, so that the value cannot overflow.
 #pragma once
 
 #include <bit>
@@ -100,5 +101,45 @@ namespace digits = vectors;
 #else
 namespace digits = plain;
 #endif
+
+enum class parse_end { terminator, other_character, overflow };
+
+template <typename Char>
+struct decimal_number {
+    u64 value;
+    parse_end end;
+    /// The first character that was not taken.
+    Char stop;
+};
+
+template <typename Char>
+constexpr parse_end end_at(Char stop) {
+    return stop == Char{} ? parse_end::terminator : parse_end::other_character;
+}
+
+/// Whether the text is one digit: most numbers are short, and one digit is not worth a vector.
+template <typename Char>
+constexpr bool is_one_digit(const Char* text) {
+    return is_decimal_digit(text[0]) && text[1] == Char{};
+}
+
+/// Reads digits up to the first character that is none, or the first that would take the value
+/// above `limit`. Inline for the sake of short numbers.
+template <u64 limit, typename Char>
+[[gnu::always_inline]] inline decimal_number<Char> parse_decimal(const Char* text) {
+    const digit_run run = digits::scan_digits(text);
+    u64 value = run.value;
+    text += run.count;
+    if (run.count == max_scanned_digits) {
+        for (; is_decimal_digit(*text); ++text) {
+            const auto digit = static_cast<u64>(*text - '0');
+            if (value > limit / 10 || (value == limit / 10 && digit > limit % 10)) {
+                return {value, parse_end::overflow, *text};
+            }
+            value = value * 10 + digit;
+        }
+    }
+    return {value, end_at(*text), *text};
+}
 
 } // namespace kr::detail

@@ -1,0 +1,59 @@
+/// Integers as decimal text. Works on caller's memory only; logs to `other`.
+#include "base/convert/number_to_text.h"
+
+#include "base/convert/decimal.h"
+#include "log/log.h"
+
+namespace {
+
+template <typename Char>
+void put_unsigned(u64 value, Char* out) {
+    const u32 count = kr::detail::decimal_digit_count(value);
+    kr::detail::write_decimal(value, count, out);
+    out[count] = Char{};
+}
+
+template <typename Char>
+void put_signed(i64 value, Char* out) {
+    auto magnitude = static_cast<u64>(value);
+    if (value < 0) {
+        magnitude = 0 - magnitude;
+        *out++ = '-';
+    }
+    put_unsigned(magnitude, out);
+}
+
+} // namespace
+
+kr_result kr_string_from_si64_w(i64 value, kr_char* out) {
+    if (out == nullptr) {
+        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+    }
+    put_signed(value, out);
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_from_ui64_w(u64 value, kr_char* out) {
+    if (out == nullptr) {
+        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+    }
+    put_unsigned(value, out);
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_from_si64_a(i64 value, char* out) {
+    if (out == nullptr) {
+        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+    }
+    put_signed(value, out);
+    return KR_SUCCESS;
+}
+
+kr_result kr_string_from_ui64_a_generic(u64 value, char* out) {
+    if (out == nullptr) {
+        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "Null pointer passed as output buffer");
+        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    }
+    put_unsigned(value, out);
+    return KR_SUCCESS;
+}
