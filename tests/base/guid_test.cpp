@@ -51,6 +51,11 @@ struct read_row {
 
 template <typename Char>
 void expect_read(kr_result (*read)(const Char*, KRGUID*), std::initializer_list<read_row> rows) {
+    KRGUID kept = marker;
+    const Char text_alone[KR_GUID_SIMPLE_CHARS] = {'1', '2'};
+    EXPECT_EQ(read(nullptr, &kept), invalid);
+    EXPECT_TRUE(kr_guid_equal(&kept, &marker));
+    EXPECT_EQ(read(text_alone, nullptr), invalid);
     for (const read_row& r : rows) {
         SCOPED_TRACE(r.line);
         const std::string_view text = r.text;
@@ -113,6 +118,8 @@ TEST(GuidShortestText, DropsTrailingZerosButKeepsFourBytes) {
     }
     char out[KR_GUID_SIMPLE_CHARS];
     EXPECT_EQ(kr_guid_to_string_shortest(&null_guid, out, sizeof out), invalid);
+    EXPECT_EQ(kr_guid_to_string_shortest(nullptr, out, sizeof out), invalid);
+    EXPECT_EQ(kr_guid_to_string_shortest(&sample, nullptr, sizeof out), invalid);
 }
 
 TEST(GuidSerial, NeedsZerosBehindTheNumber) {

@@ -7,25 +7,31 @@
 #include <type_traits>
 
 #include "base/convert/convert_text.h"
+#include "base/convert/hex.h"
 #include "base/text/wide_string.h"
 #include "log/log.h"
 
 namespace {
 
+kr_result invalid_argument() {
+    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+}
+
 constexpr u32 digit_count = 2 * KR_GUID_BYTES;
 /// The shortest form never shows fewer bytes than a serial number has.
 constexpr i32 shortest_last_byte = 3;
 
-constexpr char upper_digits[] = "0123456789ABCDEF";
-constexpr char lower_digits[] = "0123456789abcdef";
+using kr::detail::lower_hex_digits;
+using kr::detail::upper_hex_digits;
+using kr::detail::write_hex_byte;
 
 constexpr u8 not_a_digit = 0xFF;
 constexpr std::array<u8, 128> nibbles = [] {
     std::array<u8, 128> table{};
     table.fill(not_a_digit);
     for (u8 value = 0; value < 16; ++value) {
-        table[static_cast<u8>(upper_digits[value])] = value;
-        table[static_cast<u8>(lower_digits[value])] = value;
+        table[static_cast<u8>(upper_hex_digits[value])] = value;
+        table[static_cast<u8>(lower_hex_digits[value])] = value;
     }
     return table;
 }();
@@ -75,29 +81,22 @@ bool read_digits(const Char* text, u32 length, marks braces_and_dashes, KRGUID* 
 
 template <typename Char>
 kr_result from_text(const Char* text, u32 length, marks braces_and_dashes, KRGUID* out) {
+    if (text == nullptr || out == nullptr) {
+        return invalid_argument();
+    }
     if (!has_length(text, length)) {
         return kr_result_make_error(KR_GENERIC);
     }
     if (!read_digits(text, length, braces_and_dashes, out)) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     return KR_SUCCESS;
 }
 
 template <typename Char>
-Char* put_byte(u8 byte, const char* digits, Char* out) {
-    out[0] = static_cast<Char>(digits[byte >> 4]);
-    out[1] = static_cast<Char>(digits[byte & 0x0F]);
-    return out + 2;
-}
-
-template <typename Char>
 Char* to_text_simple(const KRGUID* guid, Char* out) {
-    Char* end = out;
-    for (const u8 byte : guid->bytes) {
-        end = put_byte(byte, upper_digits, end);
-    }
-    *end = Char{};
+    kr::detail::write_hex_16(guid->bytes, out);
+    out[digit_count] = Char{};
     return out;
 }
 
@@ -109,7 +108,7 @@ i32 to_text_braced(const KRGUID* guid, const char* digits, u32 dashes, char* out
         if ((dashes >> i & 1u) != 0) {
             *end++ = '-';
         }
-        end = put_byte(guid->bytes[i], digits, end);
+        end = write_hex_byte(guid->bytes[i], end, digits);
     }
     *end++ = '}';
     *end = '\0';
@@ -124,7 +123,7 @@ kr_result read_shortest(const char* function, const Char* text, KRGUID* out) {
     for (const Char* c = text; *c != Char{}; ++c) {
         if (nibble_of(*c) == not_a_digit) {
             KR_LOG_AS(KR_LOG_OTHER, KR_LOG_DEBUG, function, "GUID check 2 failed.");
-            return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+            return invalid_argument();
         }
     }
     for (u32 i = 0; text[i] != Char{}; ++i) {
@@ -199,28 +198,37 @@ char* kr_guid_to_string_simple_ascii(const KRGUID* guid, char* out) {
 }
 
 kr_result kr_guid_from_string_shortest(const kr_char* text, KRGUID* out) {
+    if (text == nullptr || out == nullptr) {
+        return invalid_argument();
+    }
     const size_t length = kr_string_length(text);
     if (!is_shortest_length(length)) {
         KR_LOG(KR_LOG_OTHER, KR_LOG_DEBUG, "GUID check 1 failed. s=%zu (%_s)", length, text);
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     return read_shortest(__func__, text, out);
 }
 
 kr_result kr_guid_from_string_shortest_ascii(const char* text, KRGUID* out) {
+    if (text == nullptr || out == nullptr) {
+        return invalid_argument();
+    }
     const size_t length = kr_string_char_count_utf8(text);
     if (!is_shortest_length(length)) {
         KR_LOG(KR_LOG_OTHER, KR_LOG_DEBUG, "GUID check 1 failed. s=%zu (%s)", length, text);
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     return read_shortest(__func__, text, out);
 }
 
 kr_result kr_guid_to_string_shortest(const KRGUID* guid, char* out, size_t out_size) {
+    if (guid == nullptr || out == nullptr) {
+        return invalid_argument();
+    }
     const i32 last = last_non_zero_byte(guid);
     KR_LOG(KR_LOG_OTHER, KR_LOG_DEBUG, "First non-zero byte at %d", last);
     if (last < 0) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     const i32 written_last = std::max(last, shortest_last_byte);
     const size_t length = 2 * (static_cast<size_t>(written_last) + 1);
@@ -231,7 +239,7 @@ kr_result kr_guid_to_string_shortest(const KRGUID* guid, char* out, size_t out_s
     std::memset(out, '?', length - 2);
     KR_LOG(KR_LOG_OTHER, KR_LOG_DEBUG, "\"%s\"", out);
     for (i32 i = written_last; i >= 0; --i) {
-        put_byte(guid->bytes[i], upper_digits, out + 2 * i);
+        write_hex_byte(guid->bytes[i], out + 2 * i);
         KR_LOG(KR_LOG_OTHER, KR_LOG_DEBUG, "Index %d -> %02X (\"%s\")", i, u32{guid->bytes[i]},
                out);
     }
@@ -240,12 +248,12 @@ kr_result kr_guid_to_string_shortest(const KRGUID* guid, char* out, size_t out_s
 
 i32 kr_guid_to_string_braced(const KRGUID* guid, char* out) {
     constexpr u32 dashes = 1u << 4 | 1u << 8 | 1u << 12;
-    return to_text_braced(guid, upper_digits, dashes, out);
+    return to_text_braced(guid, upper_hex_digits, dashes, out);
 }
 
 i32 kr_guid_to_string_braced_lower(const KRGUID* guid, char* out) {
     constexpr u32 dashes = 1u << 4 | 1u << 6 | 1u << 8 | 1u << 10;
-    return to_text_braced(guid, lower_digits, dashes, out);
+    return to_text_braced(guid, lower_hex_digits, dashes, out);
 }
 
 kr_result kr_guid_from_string_braced_ascii(const char* text, KRGUID* out) {
@@ -258,11 +266,11 @@ kr_result kr_guid_from_string_braced(const kr_char* text, KRGUID* out) {
 
 kr_result kr_guid_to_serial(const KRGUID* guid, u32* serial) {
     if (guid == nullptr || serial == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     if (last_non_zero_byte(guid) > shortest_last_byte) {
         KR_LOG(KR_LOG_OTHER, KR_LOG_WARNING, "Unexpected KRGUID contents");
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     const u8* const b = guid->bytes;
     *serial = u32{b[0]} << 24 | u32{b[1]} << 16 | u32{b[2]} << 8 | b[3];

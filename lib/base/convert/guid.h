@@ -1,5 +1,6 @@
 /// KRGUID, the library's 16-byte identifier: predicates, text forms and serial numbers. Public;
-/// keeps no state: safe from any thread. No pointer may be null unless said otherwise.
+/// keeps no state: safe from any thread. A null pointer is KR_INVALID_ARGUMENT_TO_FUNCTION, without
+/// a message, where there is a result, and must not come where there is none.
 ///
 /// Every text form shows byte 0 first, high nibble first; nothing is ever byte-swapped. Digits are
 /// written in upper case, but for the lower-case braced form, and read in either case. Texts are
@@ -74,6 +75,6 @@ i32 kr_guid_to_string_braced_lower(const KRGUID* guid, char* out);
 [[nodiscard]] kr_result kr_guid_from_string_braced(const kr_char* text, KRGUID* out);
 
 /// The number of a serial GUID: bytes 0 to 3, most significant first, when bytes 4 to 15 are 0.
-/// KR_INVALID_ARGUMENT_TO_FUNCTION: a null pointer, or bytes 4 to 15 are not all 0 (logged at
-/// warning level). `serial` is written on success only.
+/// KR_INVALID_ARGUMENT_TO_FUNCTION, logged at warning level: bytes 4 to 15 are not all 0. `serial`
+/// is written on success only.
 [[nodiscard]] kr_result kr_guid_to_serial(const KRGUID* guid, u32* serial);
