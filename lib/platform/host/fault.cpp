@@ -19,6 +19,7 @@ struct armed_state {
     injected outcome;
     u32 nth;
     bool sticky;
+    std::function<void()> meanwhile;
     u32 calls = 0;
     u32 hits = 0;
 };
@@ -55,23 +56,31 @@ std::string text_argument(const WCHAR* text) {
 
 std::optional<injected> report_call(std::string_view call, const std::string& argument) {
     watch_lists& all = lists();
-    const std::lock_guard hold(all.lock);
+    std::unique_lock hold(all.lock);
     for (const auto& recorder : all.recorders) {
         recorder->calls.push_back({std::string(call), argument});
     }
-    std::optional<injected> outcome;
+    std::shared_ptr<armed_state> decides;
     for (const auto& fault : all.armed) {
         if (fault->call != call) {
             continue;
         }
         ++fault->calls;
         const bool due = fault->sticky ? fault->calls >= fault->nth : fault->calls == fault->nth;
-        if (due && !outcome) {
+        if (due && decides == nullptr) {
             ++fault->hits;
-            outcome = fault->outcome;
+            decides = fault;
         }
     }
-    return outcome;
+    if (decides == nullptr) {
+        return std::nullopt;
+    }
+    if (decides->meanwhile) {
+        hold.unlock();
+        decides->meanwhile();
+        return std::nullopt;
+    }
+    return decides->outcome;
 }
 
 } // namespace detail
@@ -79,8 +88,11 @@ std::optional<injected> report_call(std::string_view call, const std::string& ar
 using detail::lists;
 
 armed_fault::armed_fault(const fault_plan& plan)
-    : state_(std::make_shared<detail::armed_state>(detail::armed_state{
-          std::string(plan.call), {plan.error, plan.amount}, plan.nth, plan.sticky})) {
+    : state_(std::make_shared<detail::armed_state>(detail::armed_state{std::string(plan.call),
+                                                                       {plan.error, plan.amount},
+                                                                       plan.nth,
+                                                                       plan.sticky,
+                                                                       plan.meanwhile})) {
     const std::lock_guard hold(lists().lock);
     lists().armed.push_back(state_);
     lists().show_whether_watched();

@@ -8,6 +8,7 @@
 
 #include "platform/host/win_types.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -32,6 +33,9 @@ struct fault_plan {
     /// Fail every call from the nth on, not only that one.
     bool sticky = false;
     u32 amount = 0;
+    /// Instead of a failure: what another thread or program does just before the call, which is
+    /// then made as always. Runs in the calling thread.
+    std::function<void()> meanwhile = {};
 };
 
 /// A plan that holds from here to the end of the scope. Several may be armed at once, also for one
