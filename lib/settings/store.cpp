@@ -2,6 +2,7 @@
 /// 64-bit process works in its native view with the calls' default rights.
 #include "settings/store.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "base/product.h"
@@ -14,6 +15,8 @@
 namespace {
 
 constexpr std::size_t domain_path_capacity_chars = 256;
+/// Texts up to this length, terminator included, are read without a block.
+constexpr std::size_t short_text_chars = 128;
 
 HKEY key_of(kr_settings_handle settings) {
     return reinterpret_cast<HKEY>(settings);
@@ -27,6 +30,11 @@ kr_settings_handle handle_of(HKEY key) {
 /// then close the caller's own handle, and a deletion would delete the parent.
 bool names_a_key(const kr_char* name) {
     return name != nullptr && name[0] != 0;
+}
+
+/// Behind the component's name, a backslash adds nothing to the path.
+bool names_a_domain(const kr_char* name) {
+    return names_a_key(name) && name[0] != KR_TEXT('\\');
 }
 
 kr_result invalid_argument() {
@@ -46,7 +54,7 @@ struct domain_path {
     kr_char text[domain_path_capacity_chars];
 
     kr_result compose(const kr_char* domain) {
-        if (!names_a_key(domain)) {
+        if (!names_a_domain(domain)) {
             return invalid_argument();
         }
         return kr_printf_format2_checked(text, sizeof(text), nullptr, "%_s%_s\\%_s\\%_s",
@@ -136,6 +144,12 @@ kr_result enumerate(const enumeration& what, kr_settings_handle settings, kr_cha
     }
     *names = list.release(count);
     return KR_SUCCESS;
+}
+
+LSTATUS query(kr_settings_handle settings, const kr_char* name, DWORD* type, void* data,
+              DWORD* size_bytes) {
+    return RegQueryValueExW(key_of(settings), name, nullptr, type, static_cast<BYTE*>(data),
+                            size_bytes);
 }
 
 /// Whether a stored string of `size_bytes` ends in a terminator. An odd last byte belongs to no
@@ -239,26 +253,36 @@ kr_result kr_settings_get_string(kr_settings_handle settings, const kr_char* nam
     if (name == nullptr || buffer == nullptr) {
         return invalid_argument();
     }
-    // The type is asked for first: a value of another type that fits would end up in the buffer.
+    // The buffer is written only when the text is known to be good, so the value is read into a
+    // place of its own; one that has grown since it was measured is read again while it can fit.
     const u64 capacity_bytes = u64{capacity} * sizeof(kr_char);
+    kr_char short_text[short_text_chars];
+    kr::detail::memory_block block;
+    void* text = short_text;
+    DWORD room_bytes = static_cast<DWORD>(std::min<u64>(sizeof(short_text), capacity_bytes));
+    DWORD size_bytes = room_bytes;
     DWORD type = REG_NONE;
-    DWORD size_bytes = 0;
-    LSTATUS error = RegQueryValueExW(key_of(settings), name, nullptr, &type, nullptr, &size_bytes);
-    if (error != ERROR_SUCCESS || type != REG_SZ || size_bytes > capacity_bytes) {
-        return kr_result_make_error(KR_GENERIC);
+    LSTATUS error = query(settings, name, &type, text, &size_bytes);
+    while (error == ERROR_MORE_DATA && size_bytes > room_bytes && size_bytes <= capacity_bytes) {
+        kr_memory_deallocate_hook(block.release());
+        if (kr_result_failed(block.allocate(size_bytes))) {
+            return kr_result_make_error(KR_GENERIC);
+        }
+        text = block.get();
+        room_bytes = size_bytes;
+        error = query(settings, name, &type, text, &size_bytes);
     }
-    error = RegQueryValueExW(key_of(settings), name, nullptr, &type,
-                             reinterpret_cast<BYTE*>(buffer), &size_bytes);
     if (error != ERROR_SUCCESS || type != REG_SZ) {
         return kr_result_make_error(KR_GENERIC);
     }
-    if (!is_terminated(buffer, size_bytes)) {
-        const auto length_chars = static_cast<u32>(size_bytes / sizeof(kr_char));
+    const std::size_t length_chars = size_bytes / sizeof(kr_char);
+    if (!is_terminated(static_cast<const kr_char*>(text), size_bytes)) {
         if (length_chars >= capacity) {
             return kr_result_make_error(KR_GENERIC);
         }
         buffer[length_chars] = 0;
     }
+    kr_memcpy(buffer, text, length_chars * sizeof(kr_char));
     return KR_SUCCESS;
 }
 
@@ -269,7 +293,7 @@ kr_result kr_settings_get_string_alloc(kr_settings_handle settings, const kr_cha
     }
     DWORD type = REG_NONE;
     DWORD size_bytes = 0;
-    LSTATUS error = RegQueryValueExW(key_of(settings), name, nullptr, &type, nullptr, &size_bytes);
+    LSTATUS error = query(settings, name, &type, nullptr, &size_bytes);
     if (error != ERROR_SUCCESS) {
         return not_found_or_generic_unless_done(error);
     }
@@ -282,8 +306,7 @@ kr_result kr_settings_get_string_alloc(kr_settings_handle settings, const kr_cha
     if (kr_result_failed(result)) {
         return result;
     }
-    error = RegQueryValueExW(key_of(settings), name, nullptr, &type,
-                             static_cast<BYTE*>(block.get()), &size_bytes);
+    error = query(settings, name, &type, block.get(), &size_bytes);
     if (error != ERROR_SUCCESS || type != REG_SZ) {
         return kr_result_make_error(KR_GENERIC);
     }

@@ -3,9 +3,11 @@
 /// settings; keeps no state and no lock, so that any thread may use it with its own handles.
 ///
 /// Common to all operations: names and values are NUL-terminated and compared by the registry
-/// without regard to letter case. A null pointer, and an empty domain or group name, is answered
-/// with KR_INVALID_ARGUMENT_TO_FUNCTION before the registry is touched. Outputs are written on
-/// success only. Nothing is logged except where the comment says so.
+/// without regard to letter case. A null pointer, an empty domain or group name, and a domain name
+/// that begins with a backslash are answered with KR_INVALID_ARGUMENT_TO_FUNCTION before the
+/// registry is touched. Handles are judged by the registry: one that is not open, null included, is
+/// KR_GENERIC. Outputs are written on success only. Nothing is logged except where the comment says
+/// so.
 #pragma once
 
 #include "../platform/types.h"
@@ -67,7 +69,8 @@ void kr_settings_free_names(kr_char** names, u32 count);
 
 /// Reads a string entry into `buffer`, which has room for `capacity` characters, terminator
 /// included. KR_SUCCESS; KR_GENERIC when the entry is missing, is not a string, does not fit or
-/// cannot be read. A stored string without a terminator gets one where there is room.
+/// cannot be read, or when there is no memory for a text beyond 127 characters. A stored string
+/// without a terminator gets one where there is room.
 [[nodiscard]] kr_result kr_settings_get_string(kr_settings_handle settings, const kr_char* name,
                                                u32 capacity, kr_char* buffer);
 

@@ -6,6 +6,7 @@
 #include "settings/typed.h"
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
+#include "support/guarded_buffer.h"
 
 namespace {
 
@@ -76,7 +77,7 @@ TEST_F(SettingsFaults, MapTheSystemsErrors) {
         {__LINE__, text, "RegQueryValueExW", 2, 1, not_found},
         {__LINE__, text, "RegQueryValueExW", 234, 2, generic},
         {__LINE__, text, "RegQueryValueExW", 2, 2, generic},
-        {__LINE__, fixed, "RegQueryValueExW", 234, 2, generic},
+        {__LINE__, fixed, "RegQueryValueExW", 234, 1, generic},
         {__LINE__, groups, "RegQueryInfoKeyW", 1018, 1, generic},
         {__LINE__, groups, "RegEnumKeyW", 259, 3, generic},
         {__LINE__, groups, "RegEnumKeyW", 234, 2, generic},
@@ -93,6 +94,46 @@ TEST_F(SettingsFaults, MapTheSystemsErrors) {
         const kr::host::armed_fault fault({.call = row.call, .error = row.error, .nth = row.nth});
         EXPECT_EQ(row.run(settings_), row.result);
         EXPECT_EQ(fault.hits(), 1u);
+    }
+}
+
+// 16 characters are read without a block, 600 with one.
+TEST_F(SettingsFaults, ReadOneWholeValueWhileItChanges) {
+    const auto stored = [](std::size_t chars, std::size_t zeros) {
+        std::vector<u8> data;
+        for (std::size_t i = 0; i < chars; ++i) { data.insert(data.end(), {u8{'n'}, u8{0}}); }
+        data.resize(data.size() + zeros * 2);
+        return data;
+    };
+    for (const std::size_t room : {16u, 600u}) {
+        const struct {
+            int line;
+            DWORD type;
+            std::vector<u8> data;
+            bool reads; ///< as the old value or the new one, whenever it changes
+        } rows[] = {
+            {__LINE__, REG_SZ, stored(room - 1, 1), true}, {__LINE__, REG_SZ, stored(1, 1), true},
+            {__LINE__, REG_SZ, stored(room, 0), false},    {__LINE__, REG_SZ, stored(room, 1), false},
+            {__LINE__, REG_DWORD, {1, 0, 0, 0}, false},
+        };
+        for (const auto& row : rows) {
+            SCOPED_TRACE(testing::Message() << row.line << " with room for " << room);
+            const std::string old(room / 2, 'o');
+            settings_.plant("e", old.c_str());
+            const kr::host::armed_fault change({.call = "RegQueryValueExW", .nth = 2, .meanwhile = [&] {
+                                                    settings_.plant("e", row.type, row.data);
+                                                }});
+            guarded_buffer<kr_char> buffer(room);
+            const kr_result result =
+                kr_settings_get_string(settings_, u"e", static_cast<u32>(room), buffer.data());
+            if (kr_result_succeeded(result)) {
+                const std::string read = utf8(buffer.data());
+                EXPECT_TRUE(read == old || read == std::string(row.data.size() / 2 - 1, 'n')) << read;
+            } else {
+                EXPECT_FALSE(row.reads);
+                EXPECT_TRUE(buffer.untouched());
+            }
+        }
     }
 }
 
