@@ -9,6 +9,9 @@
 
 #include "platform/platform.h"
 #include "result/description_texts.h"
+#include "result/failures.h"
+
+using kr::detail::unexpected_behaviour;
 
 namespace {
 
@@ -178,7 +181,7 @@ kr_result kr_result_win32_message(u16 error, kr_char* buffer, size_t* size) {
 
 kr_result kr_get_result_description2(kr_result result, kr_char* buffer, size_t* size) {
     if (buffer != nullptr && *size < sizeof(kr_char)) {
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return unexpected_behaviour();
     }
     if (result == KR_RESULT_INVALID) {
         const description_text pieces[] = {KR_TEXT("Invalid result value")};

@@ -7,6 +7,9 @@
 #include "base/memory/typed_memory.h"
 #include "base/text/wide_scan.h"
 #include "log/log.h"
+#include "result/failures.h"
+
+using kr::detail::invalid_argument;
 
 namespace {
 
@@ -33,7 +36,7 @@ kr_result replace_block(void** buf, size_t* size, size_t new_size) {
 
 kr_result kr_memory_grow(void** buf, size_t* size, size_t new_size) {
     if (buf == nullptr || size == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     if (*buf != nullptr && new_size <= *size) {
         return KR_SUCCESS;
@@ -43,7 +46,7 @@ kr_result kr_memory_grow(void** buf, size_t* size, size_t new_size) {
 
 kr_result kr_memory_grow_reserve(void** buf, size_t* capacity, size_t needed, size_t reserve) {
     if (buf == nullptr || capacity == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     if (*buf != nullptr && needed <= *capacity) {
         return KR_SUCCESS;
@@ -57,7 +60,7 @@ kr_result kr_memory_grow_reserve(void** buf, size_t* capacity, size_t needed, si
 
 kr_result kr_memdup(const void* src, void** out, size_t size) {
     if (out == nullptr || (src == nullptr && size != 0)) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     const kr_result result = kr_memory_allocate_hook(out, size);
     if (kr_result_succeeded(result)) {

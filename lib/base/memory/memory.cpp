@@ -5,6 +5,9 @@
 #include <cstring>
 
 #include "log/log.h"
+#include "result/failures.h"
+
+using kr::detail::invalid_argument;
 
 constinit kr_memory_allocator kr_memory_allocate_hook = kr_memory_allocate_raw;
 constinit kr_memory_deallocator kr_memory_deallocate_hook = kr_memory_deallocate_raw;
@@ -16,7 +19,7 @@ void kr_memory_set_hooks(kr_memory_allocator allocate, kr_memory_deallocator dea
 
 kr_result kr_memory_allocate_raw(void** out, size_t size) {
     if (out == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     if (size == 0) {
         KR_LOG(KR_LOG_MEMORY, KR_LOG_DEBUG, "Allocation size must be greater than zero");

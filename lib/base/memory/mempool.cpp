@@ -15,6 +15,10 @@
 #include "base/memory/owner.h"
 #include "base/text/wide_string.h"
 #include "base/threads/mutex_section.h"
+#include "result/failures.h"
+
+using kr::detail::invalid_argument;
+using kr::detail::not_implemented;
 
 namespace {
 
@@ -232,10 +236,10 @@ kr_result kr_mempool_create(const kr_char* name, u64 element_size, u32 flags, u3
                             kr_mempool** out) {
     if (name == nullptr || time_out == nullptr || out == nullptr || element_size == 0 ||
         (flags & growing) != 0) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     if (reserved != 0) {
-        return kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED);
+        return not_implemented();
     }
     void* record = nullptr;
     kr_result result = kr_memory_allocate_hook(&record, sizeof(kr_mempool));
@@ -273,7 +277,7 @@ kr_result kr_mempool_create(const kr_char* name, u64 element_size, u32 flags, u3
 
 kr_result kr_mempool_alloc(kr_mempool* pool, void** out) {
     if (pool == nullptr || out == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     {
         const mutex_guard guard(pool->lock);

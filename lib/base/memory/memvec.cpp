@@ -9,8 +9,10 @@
 #include "base/memory/memvec_record.h"
 #include "base/memory/typed_memory.h"
 #include "base/time/time.h"
-#include "log/log.h"
+#include "log/failure.h"
+#include "result/failures.h"
 
+using kr::detail::invalid_argument;
 using kr::detail::list_link;
 using kr::detail::memvec_chunk;
 using kr::detail::memvec_chunk_pool;
@@ -30,7 +32,7 @@ kr_result kr::detail::memvec_take_chunk(memvec_chunk** out) {
 
 kr_result kr_memvec_create(u64 size, kr_memvec_cursor** out) {
     if (out == nullptr || size > KR_MEMVEC_SIZE_LIMIT) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     void* element = nullptr;
     kr_result result = kr_mempool_alloc(memvec_vector_pool, &element);
@@ -141,14 +143,13 @@ kr_result memvec_fini() {
 kr_result kr_memvec_init() {
     kr_result result = create_pool(KR_TEXT("memvecv"), sizeof(kr_memvec), &memvec_vector_pool);
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
-               "memvec vector mempool creation failed. Result is %_r (%_z)", &result, &result);
+        KR_LOG_FAILURE(KR_LOG_OTHER, KR_LOG_ERROR, result,
+                       "memvec vector mempool creation failed.");
         return result;
     }
     result = create_pool(KR_TEXT("memvecc"), sizeof(memvec_chunk), &memvec_chunk_pool);
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
-               "memvec chunk mempool creation failed. Result is %_r (%_z)", &result, &result);
+        KR_LOG_FAILURE(KR_LOG_OTHER, KR_LOG_ERROR, result, "memvec chunk mempool creation failed.");
         destroy_pool(memvec_vector_pool);
         return result;
     }

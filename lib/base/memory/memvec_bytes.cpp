@@ -4,19 +4,14 @@
 #include "base/memory/memvec.h"
 #include "base/memory/memvec_record.h"
 #include "base/memory/typed_memory.h"
+#include "result/failures.h"
 
+using kr::detail::invalid_argument;
 using kr::detail::memvec_chunk;
 using kr::detail::memvec_next;
+using kr::detail::not_implemented;
 
 namespace {
-
-kr_result invalid_argument() {
-    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
-}
-
-kr_result not_implemented() {
-    return kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED);
-}
 
 /// Whether `size` bytes from the cursor on lie in its chunk.
 bool fits_chunk(const kr_memvec_cursor& cursor, u64 size) {

@@ -5,10 +5,14 @@
 #include "base/memory/memvec.h"
 #include "base/memory/memvec_record.h"
 #include "base/memory/typed_memory.h"
+#include "result/failures.h"
 
+using kr::detail::invalid_argument;
 using kr::detail::list_link;
 using kr::detail::memvec_chunk;
 using kr::detail::memvec_chunk_pool;
+using kr::detail::not_implemented;
+using kr::detail::unexpected_behaviour;
 
 namespace {
 
@@ -57,24 +61,24 @@ void cut_front(memvec_chunk& chunk, u64 at, memvec_chunk& front) {
 
 kr_result kr_memvec_seek(kr_memvec_cursor* cursor, i32 offset, kr_memvec_cursor** out) {
     if (cursor == nullptr || out == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     kr_memvec& vector = *cursor->vector;
     // Both terms fit in 32 bits, so the sum cannot overflow.
     const i64 position = static_cast<i64>(cursor->position) + offset;
     if (position < 0 || static_cast<u64>(position) >= vector.size) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     auto* const slot =
         std::find_if(std::begin(vector.cursors), std::end(vector.cursors),
                      [](const kr_memvec_cursor& candidate) { return candidate.in_use == 0; });
     if (slot == std::end(vector.cursors)) {
-        return kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED);
+        return not_implemented();
     }
     u64 start = 0;
     memvec_chunk* const chunk = find_chunk(vector, static_cast<u64>(position), &start);
     if (chunk == nullptr) {
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return unexpected_behaviour();
     }
     slot->in_use = 1;
     slot->vector = &vector;
@@ -95,10 +99,10 @@ void kr_memvec_release(kr_memvec_cursor* cursor) {
 
 kr_result kr_memvec_split(kr_memvec_cursor* cursor, u64 size) {
     if (cursor == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     if (cursor->in_use == 0) {
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return unexpected_behaviour();
     }
     memvec_chunk& chunk = *cursor->chunk;
     const u64 before = cursor->offset;
@@ -106,7 +110,7 @@ kr_result kr_memvec_split(kr_memvec_cursor* cursor, u64 size) {
     const bool cuts_behind = chunk.size - before > size;
     if ((cuts_before || cuts_behind) && chunk.data != nullptr &&
         chunk.type != KR_MEMORY_TYPE_HEAP) {
-        return kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED);
+        return not_implemented();
     }
     // Both chunks are taken before anything is cut, so that a failure changes nothing.
     memvec_chunk* front = nullptr;
@@ -140,7 +144,7 @@ kr_result kr_memvec_prepare(kr_memvec_cursor* cursor, u64 size) {
     }
     memvec_chunk& chunk = *cursor->chunk;
     if (chunk.size != size) {
-        return kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED);
+        return not_implemented();
     }
     if (chunk.data != nullptr) {
         return KR_SUCCESS;

@@ -6,6 +6,10 @@
 
 #include "base/memory/memory.h"
 #include "log/log.h"
+#include "result/failures.h"
+
+using kr::detail::invalid_argument;
+using kr::detail::not_implemented;
 
 namespace {
 
@@ -80,14 +84,6 @@ const kr_memory_operations& operations_of(u32 type) {
         break;
     }
     return found != nullptr ? *found : no_operations;
-}
-
-kr_result invalid_argument() {
-    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
-}
-
-kr_result not_implemented() {
-    return kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED);
 }
 
 bool both_heap(u32 dst_type, u32 src_type) {

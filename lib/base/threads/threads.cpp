@@ -11,7 +11,10 @@
 
 #include "base/threads/mutex_section.h"
 #include "platform/platform.h"
+#include "result/failures.h"
 
+using kr::detail::generic_failure;
+using kr::detail::invalid_argument;
 using kr::detail::mutex_guard;
 
 namespace {
@@ -197,15 +200,15 @@ kr_result thread_module_fini() {
 
 kr_result kr_thread_create(void (*fn)(void* arg), u32 priority, void* arg) {
     if (fn == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     const visit visiting;
     if (!visiting.admitted()) {
-        return kr_result_make_error(KR_GENERIC);
+        return generic_failure();
     }
     const mutex_guard state_guard(state.state_lock);
     if (state.stopping != 0) {
-        return kr_result_make_error(KR_GENERIC);
+        return generic_failure();
     }
     const mutex_guard list_guard(state.list_lock);
     thread_record* const record = take_record();

@@ -3,6 +3,9 @@
 
 #include "base/time/time.h"
 #include "printf/printf.h"
+#include "result/failures.h"
+
+using kr::detail::invalid_argument;
 
 namespace {
 
@@ -50,7 +53,7 @@ static_assert(local_date(0, 0).year == 1970 && local_date(0, 0).month == 1 &&
 kr_result kr_time_get_local_date(const kr_time* t, u32* year, u32* month, u32* day, u32* hour,
                                  u32* minute, u32* second) {
     if (t->relative != 0) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     u32 utc_seconds = 0;
     const kr_result result = kr_time_getUTC32(t, &utc_seconds);
@@ -69,7 +72,7 @@ kr_result kr_time_get_local_date(const kr_time* t, u32* year, u32* month, u32* d
 
 kr_result kr_time_format_local(u32 utc_seconds, kr_char* buffer, i32 size, const char* format) {
     if (size < 0) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     const date local = local_date(utc_seconds, kr_time_local_offset);
     return kr_printf_format2(buffer, static_cast<size_t>(size), nullptr, format,

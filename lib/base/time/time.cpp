@@ -1,10 +1,15 @@
 /// Time values, and the system's two clocks. Touches the clocks and the local offset.
 #include "base/time/time.h"
 
+#include "log/failure.h"
 #include "log/log.h"
 #include "log/startup/module.h"
 #include "log/trace.h"
 #include "platform/platform.h"
+#include "result/failures.h"
+
+using kr::detail::invalid_argument;
+using kr::detail::unexpected_behaviour;
 
 constinit i32 kr_time_local_offset = 0;
 
@@ -98,7 +103,7 @@ kr_result kr_time_get_uptime(kr_time* out) {
         return kr_result_make_win32(error);
     }
     if (frequency.QuadPart == 0) {
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return unexpected_behaviour();
     }
     LARGE_INTEGER counter{};
     if (QueryPerformanceCounter(&counter) == FALSE) {
@@ -120,7 +125,7 @@ kr_result kr_time_get_uptime(kr_time* out) {
 
 kr_result kr_time_diff(const kr_time* a, const kr_time* b, kr_time* out, i32* direction) {
     if ((a->relative != 0) != (b->relative != 0)) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     kr_time values[] = {*a, *b};
     const i32 finer = a->unit < b->unit ? a->unit : b->unit;
@@ -153,20 +158,18 @@ kr_result kr_time_since(const kr_time* t, kr_time* out) {
     kr_time now{};
     kr_result result = kr_time_get_current(&now);
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "kr_time_get_current() failed Result is %_r (%_z)",
-               &result, &result);
+        KR_LOG_FAILURE(KR_LOG_OTHER, KR_LOG_ERROR, result, "kr_time_get_current() failed");
         return result;
     }
     i32 direction = 0;
     result = kr_time_diff(t, &now, out, &direction);
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "kr_time_diff() failed Result is %_r (%_z)", &result,
-               &result);
+        KR_LOG_FAILURE(KR_LOG_OTHER, KR_LOG_ERROR, result, "kr_time_diff() failed");
         return result;
     }
     if (direction < 0) {
         KR_LOG(KR_LOG_OTHER, KR_LOG_WARNING, "Supplied time is in the future");
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     return KR_SUCCESS;
 }
@@ -190,13 +193,13 @@ void kr_time_set_zero(kr_time* t) {
 
 kr_result kr_time_convert(kr_time* t, i32 unit) {
     if (!is_unit(unit)) {
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return unexpected_behaviour();
     }
     if (t->count == 0) {
         return kr_result_make_error(KR_ZERO);
     }
     if (!is_unit(t->unit)) {
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return unexpected_behaviour();
     }
     if (t->unit < unit) {
         const u64 count = divide_steps(t->count, unit - t->unit);
@@ -249,7 +252,7 @@ void kr_time_fromSeconds(kr_time* out, u64 count) {
 
 kr_result kr_time_multiply(const kr_time* t, u64 factor, kr_time* out) {
     if (t->relative == 0 || factor == 0) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     if (t->count > maximum / factor) {
         return kr_result_make_error(KR_OVERFLOW);
@@ -260,7 +263,7 @@ kr_result kr_time_multiply(const kr_time* t, u64 factor, kr_time* out) {
 
 kr_result kr_time_divide(const kr_time* t, u32 divisor, kr_time* out) {
     if (t->relative == 0 || divisor == 0) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     set_duration(out, t->unit, t->count / divisor);
     return KR_SUCCESS;
@@ -279,14 +282,13 @@ kr_result kr_time_getUTC32(const kr_time* t, u32* out) {
     if (t->relative != 0) {
         KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
                "time_getUTC32 is only applicable to absolute time values.");
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     u64 seconds = 0;
     const kr_result result = kr_time_getSeconds(t, &seconds);
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "Cannot get seconds. Result is %_r (%_z)", &result,
-               &result);
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        KR_LOG_FAILURE(KR_LOG_OTHER, KR_LOG_ERROR, result, "Cannot get seconds.");
+        return unexpected_behaviour();
     }
     // A time before 1970 wraps to a huge difference.
     const u64 since_1970 = seconds - KR_TIME_EPOCH_DISTANCE_SECONDS;
