@@ -55,6 +55,10 @@ TEST(AsciiCopies, StopAtTheLimitAndAtWhatIsNotAscii) {
     EXPECT_EQ(kr_wchar_to_ascii(KR_TEXT("abc"), part.data(), 3), too_small);
     EXPECT_EQ(kr_wchar_to_ascii(nullptr, part.data(), 0), too_small);
     EXPECT_EQ(kr_wchar_to_ascii(KR_TEXT("ab\u00FF"), part.data(), 2), too_small);
+    for (const auto copy : {kr_wchar_to_ascii, kr_krchar_to_ascii}) {
+        EXPECT_EQ(copy(nullptr, part.data(), 8), invalid);
+        EXPECT_EQ(copy(KR_TEXT("a"), nullptr, 8), invalid);
+    }
     EXPECT_THAT(log.take(), IsEmpty());
     EXPECT_EQ(kr_krchar_to_ascii(KR_TEXT("xy\u20ACd"), part.data(), 8), invalid);
     EXPECT_EQ(std::string(part.data(), 3), "xyc");
@@ -71,6 +75,10 @@ template <typename Char, typename Source>
 void expect_duplicates(kr_result (*convert)(const Source*, Char**), const Source* src, std::string line) {
     line = "E 01 " + line + ". Result is 0x82000002 (error \"Out of memory\" from \"Unknown source\")";
     const size_t size = std::char_traits<Source>::length(src) + 1;
+    Char* kept = nullptr;
+    EXPECT_EQ(convert(nullptr, &kept), invalid);
+    EXPECT_EQ(convert(src, nullptr), invalid);
+    EXPECT_EQ(kept, nullptr);
     captured_log log;
     sweep_allocations([&] {
         Char* out = nullptr;

@@ -24,6 +24,16 @@ TEST(Ipv4Text, IsReadStrictly) {
     }
 }
 
+TEST(NetAddress, RefusesNullArguments) {
+    u32 ip = 77;
+    for (const auto read : {kr_string_to_ipv4, kr_string_hoststr_to_ipv4}) {
+        EXPECT_EQ(read(nullptr, &ip), invalid);
+        EXPECT_EQ(read("1.2.3.4", nullptr), invalid);
+    }
+    EXPECT_EQ(ip, 77u);
+    EXPECT_EQ(kr_string_ipv4_to_hoststr(0x7F000001, nullptr), invalid);
+}
+
 TEST(AddressText, FillsItsRoomAtMost) {
     guarded_buffer<char> longest(KR_STRING_IPV4_CHARS);
     EXPECT_EQ(kr_string_from_ipv4(0xFFFFFFFF, longest.data()), longest.data());
@@ -53,7 +63,7 @@ TEST(HostText, TellsNamesAndNumbersApart) {
     EXPECT_EQ(ip, 0x0A000001u);
     EXPECT_EQ(kr_string_hoststr_to_ipv4("localhost", &ip), 0x0200001B);
     EXPECT_EQ(ip, 0x7F000001u);
-    char name[256] = {};
+    char name[KR_STRING_HOST_CHARS] = {};
     EXPECT_EQ(kr_string_ipv4_to_hoststr(0x7F000001, name), 0x0200001B);
     EXPECT_NE(std::strlen(name), 0u);
     EXPECT_THAT(log.take(), IsEmpty());

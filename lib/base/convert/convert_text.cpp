@@ -10,7 +10,14 @@
 
 namespace {
 
+kr_result invalid_argument() {
+    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+}
+
 kr_result to_ascii(const char* function, const kr_char* src, char* dst, size_t dst_size) {
+    if (dst_size != 0 && (src == nullptr || dst == nullptr)) {
+        return invalid_argument();
+    }
     const size_t count = kr::detail::narrow_ascii(src, dst, dst_size);
     if (count == dst_size) {
         return kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH);
@@ -21,22 +28,38 @@ kr_result to_ascii(const char* function, const kr_char* src, char* dst, size_t d
                   "Non ASCII unicode char %04X at string index %u cannot be converted to "
                   "non-unicode char",
                   static_cast<u32>(stop), static_cast<u32>(count));
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     dst[count] = '\0';
     return KR_SUCCESS;
 }
 
-/// A copy of `src` in wide characters, from the allocate hook; `out` is written on success only.
-kr_result widen_dup(const char* src, kr_char** out) {
-    void* block = nullptr;
-    const kr_result result =
-        kr_memory_allocate_hook(&block, (std::strlen(src) + 1) * sizeof(kr_char));
+/// A new string for `convert(chars)` to fill; `out` is written when that succeeds too.
+template <typename Char, typename Convert>
+kr_result make_string(const char* function, const char* kind, size_t chars, Char** out,
+                      Convert convert) {
+    kr::owned_block block;
+    kr_result result = kr_memory_allocate_hook(block.out(), chars * sizeof(Char));
+    if (kr_result_failed(result)) {
+        KR_LOG_AS(KR_LOG_OTHER, KR_LOG_ERROR, function,
+                  "Failed to allocate memory for %s. Result is %_r (%_z)", kind, &result, &result);
+        return result;
+    }
+    result = convert(static_cast<Char*>(block.get()));
     if (kr_result_succeeded(result)) {
-        kr::detail::widen_text(src, static_cast<kr_char*>(block));
-        *out = static_cast<kr_char*>(block);
+        *out = static_cast<Char*>(block.release());
     }
     return result;
+}
+
+kr_result widen_dup(const char* function, const char* kind, const char* src, kr_char** out) {
+    if (src == nullptr || out == nullptr) {
+        return invalid_argument();
+    }
+    return make_string(function, kind, std::strlen(src) + 1, out, [src](kr_char* dst) {
+        kr::detail::widen_text(src, dst);
+        return KR_SUCCESS;
+    });
 }
 
 /// Length of the sequence that a lead byte announces, by the byte's top six bits; 0 for a byte that
@@ -70,7 +93,7 @@ utf8_counts count_utf8(const char* function, const char* text) {
 }
 
 u64 null_text_count() {
-    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+    return invalid_argument();
 }
 
 } // namespace
@@ -92,40 +115,20 @@ void kr_ascii_to_krchar(const char* src, kr_char* dst) {
 }
 
 kr_result kr_ascii_to_wchar_strdup(const char* src, kr_char** out) {
-    const kr_result result = widen_dup(src, out);
-    if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
-               "Failed to allocate memory for wchar_t string. Result is %_r (%_z)", &result,
-               &result);
-    }
-    return result;
+    return widen_dup(__func__, "wchar_t string", src, out);
 }
 
 kr_result kr_ascii_to_krchar_strdup(const char* src, kr_char** out) {
-    const kr_result result = widen_dup(src, out);
-    if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
-               "Failed to allocate memory for kr_char_string. Result is %_r (%_z)", &result,
-               &result);
-    }
-    return result;
+    return widen_dup(__func__, "kr_char_string", src, out);
 }
 
 kr_result kr_krchar_to_ascii_strdup(const kr_char* src, char** out) {
-    const size_t size_bytes = kr_string_length(src) + 1;
-    kr::owned_block block;
-    kr_result result = kr_memory_allocate_hook(block.out(), size_bytes);
-    if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
-               "Failed to allocate memory for ascii char string. Result is %_r (%_z)", &result,
-               &result);
-        return result;
+    if (src == nullptr || out == nullptr) {
+        return invalid_argument();
     }
-    result = kr_wchar_to_ascii(src, static_cast<char*>(block.get()), size_bytes);
-    if (kr_result_succeeded(result)) {
-        *out = static_cast<char*>(block.release());
-    }
-    return result;
+    const size_t size = kr_string_length(src) + 1;
+    return make_string(__func__, "ascii char string", size, out,
+                       [=](char* dst) { return kr_wchar_to_ascii(src, dst, size); });
 }
 
 u64 kr_string_char_count_utf8(const char* text) {

@@ -1,6 +1,7 @@
 /// Copies between ASCII and wide text, and the counts of UTF-8 text. Public; allocates through the
-/// hooks of base/memory only, keeps no state: safe from any thread. Texts are NUL-terminated and
-/// must not be null unless said otherwise. Messages go to the category `other` at error level.
+/// hooks of base/memory only, keeps no state: safe from any thread. Texts are NUL-terminated. A
+/// null pointer is KR_INVALID_ARGUMENT_TO_FUNCTION where there is a result, and must not come where
+/// there is none. Messages go to the category `other` at error level.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +11,8 @@
 
 /// Copies `src` with its terminator into `dst`, which holds `dst_size` characters.
 /// KR_INVALID_ARGUMENT_TO_FUNCTION, logged: a character is not ASCII.
-/// KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: `src` and its terminator need more than `dst_size`.
+/// KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: `src` and its terminator need more than `dst_size`; a
+/// `dst_size` of 0 gives it whatever the pointers are.
 /// On failure `dst` holds the characters before that point, without a terminator; `src` is not read
 /// past it.
 [[nodiscard]] kr_result kr_wchar_to_ascii(const kr_char* src, char* dst, size_t dst_size);

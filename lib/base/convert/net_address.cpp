@@ -15,6 +15,10 @@ constexpr u32 ipv4_bytes = 4;
 constexpr u32 max_component_digits = 3;
 constexpr u32 max_component = 255;
 
+kr_result invalid_argument() {
+    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+}
+
 /// The first address of a resolver's answer; false where it has none of this family.
 bool first_address(const hostent& answer, u32* out) {
     if (answer.h_addrtype != AF_INET || answer.h_length != ipv4_bytes ||
@@ -38,6 +42,9 @@ char* kr_string_from_ipv4(u32 ip, char* out) {
 }
 
 kr_result kr_string_to_ipv4(const char* text, u32* out) {
+    if (text == nullptr || out == nullptr) {
+        return invalid_argument();
+    }
     u32 address = 0;
     for (i32 shift = 24; shift >= 0; shift -= 8) {
         u32 component = 0;
@@ -62,6 +69,9 @@ i32 kr_string_from_mac(const u8 mac[KR_MAC_BYTES], char* out) {
 }
 
 kr_result kr_string_hoststr_to_ipv4(const char* text, u32* out) {
+    if (text == nullptr || out == nullptr) {
+        return invalid_argument();
+    }
     if (!is_decimal_digit(*text)) {
         const hostent* const answer = gethostbyname(text);
         if (answer == nullptr || !first_address(*answer, out)) {
@@ -83,6 +93,9 @@ kr_result kr_string_hoststr_to_ipv4(const char* text, u32* out) {
 }
 
 kr_result kr_string_ipv4_to_hoststr(u32 ip, char* out) {
+    if (out == nullptr) {
+        return invalid_argument();
+    }
     const u8 network_order[ipv4_bytes] = {static_cast<u8>(ip >> 24), static_cast<u8>(ip >> 16),
                                           static_cast<u8>(ip >> 8), static_cast<u8>(ip)};
     char address[ipv4_bytes];
@@ -91,6 +104,11 @@ kr_result kr_string_ipv4_to_hoststr(u32 ip, char* out) {
     if (answer == nullptr) {
         return kr_result_make_error(KR_DNS_HOSTNAME);
     }
-    std::memcpy(out, answer->h_name, std::strlen(answer->h_name) + 1);
+    const void* const end = std::memchr(answer->h_name, '\0', KR_STRING_HOST_CHARS);
+    if (end == nullptr) {
+        return kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH);
+    }
+    std::memcpy(out, answer->h_name,
+                static_cast<size_t>(static_cast<const char*>(end) - answer->h_name) + 1);
     return kr_result_make_success(KR_DNS_HOSTNAME);
 }

@@ -17,7 +17,7 @@
 /// Copies `src` with its terminator. Reads no more than `size` characters of it.
 /// Returns KR_SUCCESS; KR_INVALID_ARGUMENT_TO_FUNCTION for a null pointer or a size of 0;
 /// KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH; KR_GENERIC for any other refusal of the runtime. After a
-/// failure `dst`, if there is one, is the empty string.
+/// failure `dst` is the empty string, if there is one and it has room for a character.
 [[nodiscard]] kr_result kr_string_copy_s(kr_char* dst, u64 size, const kr_char* src);
 
 /// Appends `src` with its terminator. Results as kr_string_copy_s; a `dst` without a terminator
