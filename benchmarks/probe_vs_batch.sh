@@ -5,6 +5,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 source tools/scripts/common.sh
+help_only 'usage: benchmarks/probe_vs_batch.sh' "$@"
 
 FLOOR=3
 rounds=15

@@ -226,6 +226,9 @@ def directory(room):
 
 
 def main(arguments):
+    if arguments in (["--help"], ["-h"]):
+        print(__doc__.strip())
+        return 0
     if arguments not in ([], ["--check"], ["--public"]):
         print(__doc__.strip(), file=sys.stderr)
         return 2
@@ -242,8 +245,11 @@ def main(arguments):
         drawing = draw(rooms)
         path = os.path.join(ROOT, DRAWING)
         if not arguments:
-            with open(path, "w", encoding="utf-8") as file:
-                file.write(drawing)
+            try:
+                with open(path, "w", encoding="utf-8") as file:
+                    file.write(drawing)
+            except OSError as error:
+                faults.append(f"{DRAWING} cannot be written: {error.strerror}")
         elif not os.path.exists(path) or read(DRAWING) != drawing:
             faults.append(f"{DRAWING} is out of date: run tools/scripts/{os.path.basename(__file__)}")
     for fault in faults:

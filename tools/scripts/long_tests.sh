@@ -15,6 +15,12 @@ lies in build/long.
 EOF
 }
 
+case "${1:-}" in
+  --help | -h)
+    usage
+    exit 0
+    ;;
+esac
 minutes=${1:-10} word=${2:-}
 if ! [[ $minutes =~ ^[0-9]+(\.[0-9]+)?$ ]] || [ $# -gt 2 ]; then
   usage >&2
@@ -22,15 +28,8 @@ if ! [[ $minutes =~ ^[0-9]+(\.[0-9]+)?$ ]] || [ $# -gt 2 ]; then
 fi
 seconds=$(awk "BEGIN { print int($minutes * 60) }")
 [ "$seconds" -gt 0 ] || die "$minutes minutes are less than a second."
-logs=$PWD/build/long
-mkdir -p "$logs" || die "Cannot write to $logs."
+begin long
 found=0
-
-# build PRESET TARGET...
-build() {
-  { cmake --preset "$1" && cmake --build --preset "$1" --target "${@:2}"; } \
-    >"$logs/build-$1.log" 2>&1 || die "The build of $1 failed: see $logs/build-$1.log."
-}
 
 # say NAME STARTED TEXT STATUS: a result as a row.
 say() {
@@ -44,9 +43,9 @@ fuzz() {
   local name=$1 started=$SECONDS status=0 seeds=() runs
   [ ! -d "fuzz/corpus/$name" ] || seeds=("fuzz/corpus/$name")
   mkdir -p "$logs/corpus/$name"
-  "build/host-fuzz/fuzz/$name" -max_total_time="$seconds" -timeout=10 -print_final_stats=1 \
+  work "build/host-fuzz/fuzz/$name" -max_total_time="$seconds" -timeout=10 -print_final_stats=1 \
     -artifact_prefix="$logs/$name-" "$logs/corpus/$name" "${seeds[@]}" \
-    >"$logs/$name.log" 2>&1 </dev/null || status=$?
+    >"$logs/$name.log" 2>&1 || status=$?
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$logs/$name.log")
   if [ $status -eq 0 ]; then
     say "$name" "$started" "nothing found in ${runs:-?} inputs" 0
@@ -59,8 +58,8 @@ fuzz() {
 threads() {
   local name=$1_threads started=$SECONDS end=$((SECONDS + seconds)) rounds=0
   while [ $SECONDS -lt $end ] || [ $rounds -eq 0 ]; do
-    if ! timeout 600 "build/host-tsan/tests/kr_$1_tests" --gtest_filter="$2" \
-      >"$logs/$name.log" 2>&1 </dev/null; then
+    if ! work timeout --foreground 600 "build/host-tsan/tests/kr_$1_tests" --gtest_filter="$2" \
+      >"$logs/$name.log" 2>&1; then
       say "$name" "$started" "FOUND something in round $((rounds + 1)), see $logs/$name.log" 1
       return
     fi

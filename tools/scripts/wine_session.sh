@@ -1,6 +1,11 @@
 #!/bin/bash
-# wine_session.sh start|stop PREFIX: the session that the tests under Wine share.
-set -eu
+# The session of Wine that the tests share: see usage below.
+set -u
 source "$(dirname "$0")/common.sh"
-use_prefix "$2"
-"$1_wine"
+case "$#${1:-}" in
+  2start | 2stop)
+    use_prefix "$2"
+    "$1_wine"
+    ;;
+  *) help_only 'usage: wine_session.sh start|stop PREFIX' "${@:---}" ;;
+esac
