@@ -257,15 +257,14 @@ kr_result kr_settings_get_string(kr_settings_handle settings, const kr_char* nam
     // place of its own; one that has grown since it was measured is read again while it can fit.
     const u64 capacity_bytes = u64{capacity} * sizeof(kr_char);
     kr_char short_text[short_text_chars];
-    kr::detail::memory_block block;
+    kr::owned_block block;
     void* text = short_text;
     DWORD room_bytes = static_cast<DWORD>(std::min<u64>(sizeof(short_text), capacity_bytes));
     DWORD size_bytes = room_bytes;
     DWORD type = REG_NONE;
     LSTATUS error = query(settings, name, &type, text, &size_bytes);
     while (error == ERROR_MORE_DATA && size_bytes > room_bytes && size_bytes <= capacity_bytes) {
-        kr_memory_deallocate_hook(block.release());
-        if (kr_result_failed(block.allocate(size_bytes))) {
+        if (kr_result_failed(kr_memory_allocate_hook(block.out(), size_bytes))) {
             return kr_result_make_error(KR_GENERIC);
         }
         text = block.get();
