@@ -40,7 +40,7 @@ import_settings() {
 # debugger output, without CR), standard_output is not told apart from it.
 probe() {
   exit_code=0
-  timeout 60 wine "$BUILD/tests/e2e/debugrun.exe" "${1:-$BUILD/tools/loadprobe/loadprobe.exe}" \
+  timeout 60 wine "$BUILD/tools/debugrun/debugrun.exe" "${1:-$BUILD/tools/loadprobe/loadprobe.exe}" \
     >"$work/output" 2>"$work/errors" </dev/null || exit_code=$?
   debug_output=$(tr -d '\r' <"$work/output")
 }

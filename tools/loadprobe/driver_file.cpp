@@ -3,8 +3,8 @@
 #include <iterator>
 #include <string_view>
 
-#include "log/log.h"
 #include "platform/platform.h"
+#include "report.h"
 #include "scope_guard.h"
 
 namespace kr {
@@ -17,6 +17,11 @@ constexpr text_view path_below_system = KR_TEXT("\\drivers\\krdummy.sys");
 static_assert(fallback_path.size() < DRIVER_PATH_LIMIT);
 static_assert(MAX_PATH + path_below_system.size() <= DRIVER_PATH_LIMIT);
 
+/// Writes `text` and a terminator: what the system leaves in the rest of its buffer is open.
+void put(text_view text, kr_char* place) {
+    place[text.copy(place, text.size())] = KR_TEXT('\0');
+}
+
 /// The embedded image, valid as long as the process.
 struct embedded_driver {
     const void* data;
@@ -27,28 +32,24 @@ struct embedded_driver {
 bool find_embedded_driver(const char* function, embedded_driver* out) {
     HRSRC resource = FindResourceW(nullptr, KR_TEXT("krdummy"), KR_TEXT("Driver"));
     if (resource == nullptr) {
-        const DWORD error = GetLastError();
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                  "Unable to find the embedded driver resource, error code = %u", error);
+        warn(function, "Unable to find the embedded driver resource, error code = %u",
+             GetLastError());
         return false;
     }
     const DWORD size_bytes = SizeofResource(nullptr, resource);
     if (size_bytes == 0) {
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function, "Embedded driver resource has zero size");
+        warn(function, "Embedded driver resource has zero size");
         return false;
     }
     HGLOBAL loaded = LoadResource(nullptr, resource);
     if (loaded == nullptr) {
-        const DWORD error = GetLastError();
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                  "Unable to load the embedded driver resource into memory, error code = %u",
-                  error);
+        warn(function, "Unable to load the embedded driver resource into memory, error code = %u",
+             GetLastError());
         return false;
     }
     const void* data = LockResource(loaded);
     if (data == nullptr) {
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                  "Unable to lock the embedded driver into memory");
+        warn(function, "Unable to lock the embedded driver into memory");
         return false;
     }
     *out = {data, size_bytes};
@@ -63,15 +64,12 @@ driver_path get_driver_path() {
     const HRESULT status =
         SHGetFolderPathW(nullptr, CSIDL_SYSTEM, nullptr, SHGFP_TYPE_CURRENT, path.text);
     if (status < 0) {
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                  "Unable to SHGetFolderPathW(CSIDL_SYSTEM). HRESULT = %08X",
-                  static_cast<u32>(status));
-        path = {};
-        fallback_path.copy(path.text, fallback_path.size());
+        warn(function, "Unable to SHGetFolderPathW(CSIDL_SYSTEM). HRESULT = %08X",
+             static_cast<u32>(status));
+        put(fallback_path, path.text);
         return path;
     }
-    const text_view directory = path.text;
-    path_below_system.copy(path.text + directory.size(), path_below_system.size());
+    put(path_below_system, path.text + text_view(path.text).size());
     return path;
 }
 
@@ -84,26 +82,23 @@ bool extract_embedded_driver(const kr_char* path) {
     HANDLE file =
         CreateFileW(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
-        const DWORD error = GetLastError();
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                  "Unable to create the file where the embedded driver is to be extracted (%_s), "
-                  "error code = %u",
-                  path, error);
+        warn(function,
+             "Unable to create the file where the embedded driver is to be extracted (%_s), "
+             "error code = %u",
+             path, GetLastError());
         return false;
     }
     const scope_guard close_file(CloseHandle, file);
     DWORD written = 0;
     if (!WriteFile(file, driver.data, driver.size_bytes, &written, nullptr)) {
-        const DWORD error = GetLastError();
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                  "Unable to write the embedded driver to file '%_s', error code = %u", path,
-                  error);
+        warn(function, "Unable to write the embedded driver to file '%_s', error code = %u", path,
+             GetLastError());
         return false;
     }
     if (written != driver.size_bytes) {
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                  "The amount of bytes written (%u) doesn't match the embedded driver size (%u)",
-                  written, driver.size_bytes);
+        warn(function,
+             "The amount of bytes written (%u) doesn't match the embedded driver size (%u)",
+             written, driver.size_bytes);
         return false;
     }
     return true;

@@ -1,7 +1,7 @@
 #include "driver_service.h"
 
-#include "log/log.h"
 #include "platform/platform.h"
+#include "report.h"
 #include "scope_guard.h"
 
 namespace kr {
@@ -16,9 +16,8 @@ bool load_driver(const kr_char* path, const kr_char* service_name) {
     constexpr const char* function = "kr::load_driver";
     SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
     if (manager == nullptr) {
-        const DWORD error = GetLastError();
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                  "Unable to open a handle to the Service Control Manager, error code = %u", error);
+        warn(function, "Unable to open a handle to the Service Control Manager, error code = %u",
+             GetLastError());
         return false;
     }
     const scope_guard close_manager(CloseServiceHandle, manager);
@@ -28,9 +27,7 @@ bool load_driver(const kr_char* path, const kr_char* service_name) {
                        SERVICE_KERNEL_DRIVER, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, path,
                        nullptr, nullptr, nullptr, nullptr, nullptr);
     if (service == nullptr) {
-        const DWORD error = GetLastError();
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                  "Unable to create driver service, error code = %u", error);
+        warn(function, "Unable to create driver service, error code = %u", GetLastError());
         return false;
     }
     const scope_guard close_service(CloseServiceHandle, service);
@@ -38,12 +35,9 @@ bool load_driver(const kr_char* path, const kr_char* service_name) {
 
     if (!StartServiceW(service, 0, nullptr)) {
         if (GetLastError() == invalid_image_hash) {
-            KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                      "This system doesn't support our driver signatures");
+            warn(function, "This system doesn't support our driver signatures");
         } else {
-            const DWORD error = GetLastError();
-            KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                      "Unable to start the driver, error code = %u", error);
+            warn(function, "Unable to start the driver, error code = %u", GetLastError());
         }
         return false;
     }

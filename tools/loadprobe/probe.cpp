@@ -2,10 +2,10 @@
 
 #include "driver_file.h"
 #include "driver_service.h"
-#include "log/log.h"
 #include "log/startup/log_module.h"
 #include "log/startup/module.h"
 #include "platform/platform.h"
+#include "report.h"
 #include "scope_guard.h"
 #include "verdict.h"
 
@@ -20,23 +20,20 @@ int run_probe() {
 
     const driver_path path = get_driver_path();
     if (!extract_embedded_driver(path.text)) {
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                  "Unable to extract the embedded test driver, cannot check if this system "
-                  "supports driver signatures");
+        warn(function, "Unable to extract the embedded test driver, cannot check if this system "
+                       "supports driver signatures");
         return 1;
     }
     const scope_guard delete_file(DeleteFileW, path.text);
 
     const bool loaded = load_driver(path.text, KR_TEXT("krdummy"));
     if (loaded) {
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_FORCED, function,
-                  "Successfully loaded test driver, will mark system as compatible");
+        notice(function, "Successfully loaded test driver, will mark system as compatible");
     } else {
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_FORCED, function,
-                  "Unable to load the test driver, will mark system as incompatible");
+        notice(function, "Unable to load the test driver, will mark system as incompatible");
     }
     if (!store_system_support_for_driver_signature(loaded)) {
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function, "Unable to store system compatibility");
+        warn(function, "Unable to store system compatibility");
         return 1;
     }
     return 0;

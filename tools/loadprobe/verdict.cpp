@@ -1,7 +1,7 @@
 #include "verdict.h"
 
-#include "log/log.h"
 #include "platform/platform.h"
+#include "report.h"
 #include "scope_guard.h"
 
 namespace kr {
@@ -19,8 +19,7 @@ bool store_system_support_for_driver_signature(bool supported) {
         RegCreateKeyExW(HKEY_LOCAL_MACHINE, key_path, 0, nullptr, REG_OPTION_NON_VOLATILE,
                         KEY_SET_VALUE, nullptr, &key, nullptr);
     if (status != ERROR_SUCCESS) {
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                  "Unable to create kr key '%_s', error code = %ld", key_path, status);
+        warn(function, "Unable to create kr key '%_s', error code = %ld", key_path, status);
         return false;
     }
     const scope_guard close_key(RegCloseKey, key);
@@ -29,13 +28,11 @@ bool store_system_support_for_driver_signature(bool supported) {
     status = RegSetValueExW(key, value_name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value),
                             sizeof(value));
     if (status != ERROR_SUCCESS) {
-        KR_LOG_AS(KR_LOG_MAIN, KR_LOG_WARNING, function,
-                  "Unable to store value '%_s' in key '%_s', error code = %ld", value_name,
-                  key_path, status);
+        warn(function, "Unable to store value '%_s' in key '%_s', error code = %ld", value_name,
+             key_path, status);
         return false;
     }
-    KR_LOG_AS(KR_LOG_MAIN, KR_LOG_FORCED, function, "Set registry DWORD value HKLM\\%_s\\%_s to %u",
-              key_path, value_name, value);
+    notice(function, "Set registry DWORD value HKLM\\%_s\\%_s to %u", key_path, value_name, value);
     return true;
 }
 

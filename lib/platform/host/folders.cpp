@@ -3,6 +3,7 @@
 #include "platform/host/intercept.h"
 #include "platform/host/world.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 
@@ -22,6 +23,8 @@ HRESULT SHGetFolderPathW(HWND, int folder, HANDLE, DWORD, WCHAR* path) {
     if (error) {
         return E_FAIL;
     }
+    // What stands behind the terminator is no business of the caller's.
+    std::fill_n(path, MAX_PATH, u'?');
     path[system.copy(path, system.size())] = 0;
     return S_OK;
 }
