@@ -1,9 +1,9 @@
-# What the end-to-end tests under Wine share. Sourced by bash; BUILD is the build directory of the
+# What the end-to-end tests share. Sourced by bash; under Wine BUILD is the build directory of the
 # windows preset, whose session must be running.
 
 source "$(dirname "${BASH_SOURCE[0]}")/../../tools/scripts/common.sh"
-use_prefix "$BUILD/prefix"
-work=$(mktemp -d)
+[ -z "${BUILD:-}" ] || use_prefix "$BUILD/prefix"
+work=$(mktemp -d) || die "No temporary folder in ${TMPDIR:-/tmp}: is the disk full?"
 trap 'rm -rf "$work"' EXIT
 failures=0
 
@@ -15,6 +15,14 @@ check() {
     printf 'FAIL  %s\n  is:       %s\n  expected: %s\n' "$1" "$2" "$3"
     failures=$((failures + 1))
   fi
+}
+
+# passes WHAT COMMAND...: whether a command succeeds; what it says is shown when it does not.
+passes() {
+  local code=0
+  "${@:2}" >"$work/log" 2>&1 || code=$?
+  check "$1" "$code" 0
+  [ "$code" -eq 0 ] || tail -n 20 "$work/log"
 }
 
 # finish: the test's exit status.
