@@ -12,6 +12,7 @@
 #include "log/trace.h"
 #include "platform/types.h"
 #include "printf/conversion_table.h"
+#include "result/failures.h"
 #include "result/result.h"
 
 namespace kr::detail {
@@ -41,6 +42,7 @@ struct format_output {
     size_t size;   ///< bytes of room at `base`; an odd byte is never used
     size_t chars = 0;
     size_t bytes_before = 0; ///< produced before `base`, for the trace
+    kr_char* stopped = base; ///< after a failure: behind what was written
 
     [[nodiscard]] bool measuring() const { return base == nullptr; }
     void count(size_t more) { chars += more; }
@@ -54,6 +56,9 @@ struct format_output {
         const size_t used = chars - counted;
         return {base + used, size / sizeof(kr_char) - used};
     }
+
+    /// Writing ends for lack of room, with `room` left.
+    void stop(const format_room& room) { stopped = room.at; }
 
     /// The output behind the next `more` characters, as a piece of its own. They must fit.
     [[nodiscard]] format_output behind(size_t more) const {
@@ -151,13 +156,27 @@ inline bool format_pad(const format_scope<Traced>& scope, format_room& room, siz
 template <typename Conversion>
 kr_result format_with_output(kr_char** cursor, size_t remaining, size_t* required,
                              const Conversion& conversion) {
+    if (cursor == nullptr || required == nullptr) {
+        return invalid_argument();
+    }
     format_output out = {*cursor, remaining, 0, *required};
     const kr_result result = conversion(out);
     *required = out.total_bytes();
-    if (kr_result_succeeded(result) && !out.measuring()) {
-        *cursor += out.chars;
+    if (!out.measuring()) {
+        *cursor = kr_result_succeeded(result) ? out.base + out.chars : out.stopped;
     }
     return result;
+}
+
+/// The same for a conversion that takes an argument.
+template <typename Conversion>
+kr_result format_argument_with_output(kr_char** cursor, size_t remaining, va_list* args,
+                                      size_t* required, const Conversion& conversion) {
+    if (args == nullptr) {
+        return invalid_argument();
+    }
+    return format_with_output(cursor, remaining, required,
+                              [&](format_output& out) { return conversion(out, args); });
 }
 
 } // namespace kr::detail

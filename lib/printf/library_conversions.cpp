@@ -14,39 +14,44 @@ kr_result kr::detail::measure_code_description(kr_result result, size_t* size) {
 
 kr_result kr_printf_format_pointer(u32, u32, u32, u32 size_modifier, kr_char** cursor,
                                    size_t remaining, va_list* args, size_t* required) {
-    return format_with_output(cursor, remaining, required, [&](format_output& out) {
-        return format_pointer<true>(size_modifier, out, args);
-    });
+    return format_argument_with_output(cursor, remaining, args, required,
+                                       [&](format_output& out, va_list* list) {
+                                           return format_pointer<true>(size_modifier, out, list);
+                                       });
 }
 
 kr_result kr_printf_format_kr_pointer(u32, u32, u32, kr_char** cursor, size_t remaining,
                                       va_list* args, size_t* required) {
-    return format_with_output(cursor, remaining, required, [&](format_output& out) {
-        return format_kr_pointer<true>(out, args);
-    });
+    return format_argument_with_output(
+        cursor, remaining, args, required,
+        [&](format_output& out, va_list* list) { return format_kr_pointer<true>(out, list); });
 }
 
 kr_result kr_printf_format_sguid(u32, u32, u32, u32, kr_char** cursor, size_t remaining,
                                  va_list* args, size_t* required) {
-    return format_with_output(cursor, remaining, required,
-                              [&](format_output& out) { return format_guid<true>(out, args); });
+    return format_argument_with_output(
+        cursor, remaining, args, required,
+        [&](format_output& out, va_list* list) { return format_guid<true>(out, list); });
 }
 
 kr_result kr_printf_format_ipv4(u32, u32, u32, u32, kr_char** cursor, size_t remaining,
                                 va_list* args, size_t* required) {
-    return format_with_output(cursor, remaining, required,
-                              [&](format_output& out) { return format_ipv4<true>(out, args); });
+    return format_argument_with_output(
+        cursor, remaining, args, required,
+        [&](format_output& out, va_list* list) { return format_ipv4<true>(out, list); });
 }
 
 kr_result kr_printf_format_sr(u32, u32, u32, u32, kr_char** cursor, size_t remaining, va_list* args,
                               size_t* required) {
-    return format_with_output(cursor, remaining, required,
-                              [&](format_output& out) { return format_result<true>(out, args); });
+    return format_argument_with_output(
+        cursor, remaining, args, required,
+        [&](format_output& out, va_list* list) { return format_result<true>(out, list); });
 }
 
 kr_result kr_printf_format_tr_descr(u32, u32, u32, u32 size_modifier, kr_char** cursor,
                                     size_t remaining, va_list* args, size_t* required) {
-    return format_with_output(cursor, remaining, required, [&](format_output& out) {
-        return format_description<true>(size_modifier, out, args);
-    });
+    return format_argument_with_output(
+        cursor, remaining, args, required, [&](format_output& out, va_list* list) {
+            return format_description<true>(size_modifier, out, list);
+        });
 }

@@ -31,8 +31,8 @@
                                               u32 size_modifier, kr_char** cursor, size_t remaining,
                                               va_list* args, size_t* required);
 
-/// Takes a pointer to a kr_result, which must not be null, and writes "0x" and the 8 upper-case
-/// digits of its value.
+/// Takes a pointer to a kr_result and writes "0x" and the 8 upper-case digits of its value.
+/// KR_INVALID_ARGUMENT_TO_FUNCTION when it is null.
 [[nodiscard]] kr_result kr_printf_format_sr(u32 flags, u32 width, u32 precision, u32 size_modifier,
                                             kr_char** cursor, size_t remaining, va_list* args,
                                             size_t* required);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "base/convert/guid.h"
+#include "base/convert/hex.h"
 #include "printf/library_conversions.h"
 #include "printf/number_engine.h"
 #include "result/descriptions.h"
@@ -23,6 +24,7 @@ inline kr_result format_behind_0x(const format_scope<Traced>& scope, format_outp
     format_output part = out.behind(prefix);
     const kr_result result = put_digits(part);
     out.count(part.chars);
+    out.stopped = part.stopped;
     if (kr_result_succeeded(result)) {
         out.count(prefix);
     }
@@ -60,7 +62,7 @@ inline kr_result format_guid(format_output& out, va_list* args) {
     if (out.measuring()) {
         return scope.leave(KR_SUCCESS);
     }
-    format_room room = out.room_of(chars);
+    const format_room room = out.room_of(chars);
     if (room.chars < chars) {
         return scope.leave_without_room();
     }
@@ -68,10 +70,7 @@ inline kr_result format_guid(format_output& out, va_list* args) {
         copy_text(null_text, std::size(null_text) - 1, room.at);
         return scope.leave(KR_SUCCESS);
     }
-    for (const u8 byte : guid->bytes) {
-        *room.at++ = kr_printf_digits_upper[byte >> 4];
-        *room.at++ = kr_printf_digits_upper[byte & 0x0F];
-    }
+    write_hex_16(guid->bytes, room.at);
     return scope.leave(KR_SUCCESS);
 }
 
@@ -90,6 +89,7 @@ inline kr_result format_ipv4(format_output& out, va_list* args) {
         const kr_result result =
             format_unsigned_value<Traced>(10, kr_printf_digits_lower, 0, 0, own, value);
         if (kr_result_failed(result)) {
+            out.stopped = own.stopped;
             scope.warn("Failed to format IP component");
             return scope.leave(result);
         }
@@ -101,6 +101,7 @@ inline kr_result format_ipv4(format_output& out, va_list* args) {
         if (!part.measuring()) {
             const format_room room = part.room_of(1);
             if (room.chars < 1) {
+                out.stop(room);
                 return scope.leave_without_room();
             }
             *room.at = '.';
@@ -114,10 +115,13 @@ template <bool Traced>
 inline kr_result format_result(format_output& out, va_list* args) {
     const format_scope<Traced> scope("kr_printf_format_sr");
     scope.enter();
-    const kr_result value = *va_arg(*args, const kr_result*);
+    const kr_result* const value = va_arg(*args, const kr_result*);
+    if (value == nullptr) {
+        return scope.leave(invalid_argument());
+    }
     return format_behind_0x(scope, out, [&](format_output& part) {
         return format_unsigned_value<Traced>(16, kr_printf_digits_upper, KR_PRINTF_FLAG_ZEROES, 8,
-                                             part, value);
+                                             part, *value);
     });
 }
 
@@ -131,7 +135,7 @@ inline kr_result format_description(u32 size_modifier, format_output& out, va_li
     const kr_result* described = va_arg(*args, const kr_result*);
     if (described == nullptr) {
         scope.warn("NULL pointer provided from log macros.");
-        return scope.leave(kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+        return scope.leave(invalid_argument());
     }
     const bool code_only = size_modifier == KR_PRINTF_SIZE_SHORT;
     kr_char* const at = out.measuring() ? nullptr : out.room_of(0).at;

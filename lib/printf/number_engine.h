@@ -104,16 +104,19 @@ inline kr_result format_unsigned_value(u32 radix, const kr_char* digits, u32 fla
         has_prefix = put_prefix(prefix, digits, room);
     }
     if (has_prefix && !format_pad(scope, room, total - chars, zeroes ? '0' : ' ')) {
+        out.stop(room);
         return scope.leave_without_room();
     }
     if (prefix != 0 && !zeroes) {
         has_prefix = put_prefix(prefix, digits, room);
     }
     if (!has_prefix) {
+        out.stop(room);
         scope.warn("Buffer too small. No place for alternative form.");
         return scope.leave(kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH));
     }
     if (room.chars < digits_wanted) {
+        out.stop(room);
         scope.warn("Buffer too small (%zu while %u required).",
                    room.chars * sizeof(kr_char) + out.size % sizeof(kr_char), digits_wanted);
         return scope.leave(kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH));
@@ -224,20 +227,15 @@ inline kr_result format_signed(const format_settings& settings, format_output& o
     const bool zeroes = (settings.flags & KR_PRINTF_FLAG_ZEROES) != 0;
     if (negative && zeroes) {
         scope.debug("Negative with leading zeroes.");
-        if (!put_minus(room)) {
-            return scope.leave_without_room();
-        }
     }
-    if (!format_pad(scope, room, total - chars, zeroes ? '0' : ' ')) {
-        return scope.leave_without_room();
-    }
-    if (negative && !zeroes) {
+    bool fits = !negative || !zeroes || put_minus(room);
+    fits = fits && format_pad(scope, room, total - chars, zeroes ? '0' : ' ');
+    if (fits && negative && !zeroes) {
         scope.debug("Negative without leading zeroes");
-        if (!put_minus(room)) {
-            return scope.leave_without_room();
-        }
+        fits = put_minus(room);
     }
-    if (room.chars < digits) {
+    if (!fits || room.chars < digits) {
+        out.stop(room);
         return scope.leave_without_room();
     }
     write_decimal(value, digits, room.at);
@@ -256,6 +254,7 @@ inline kr_result format_text(const format_scope<Traced>& scope, u32 width, forma
     }
     format_room room = out.room_of(total);
     if (!format_pad(scope, room, total - length, ' ') || room.chars < length) {
+        out.stop(room);
         return scope.leave_without_room();
     }
     copy_text(text, length, room.at);

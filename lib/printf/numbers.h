@@ -4,10 +4,12 @@
 /// Common to all: `*cursor` is where the next character goes, or null to measure only; `remaining`
 /// is the room from there in bytes. `*required` grows by the size of the whole output in bytes,
 /// also when the conversion fails for lack of room. In writing mode the characters are written and
-/// `*cursor` moves behind them; no terminator is written, and a failure leaves the cursor where it
-/// was. A conversion that takes an argument takes exactly one from `*args`. Any thread.
+/// `*cursor` moves behind them; no terminator is written. A conversion that takes an argument takes
+/// exactly one from `*args`. Any thread.
 ///  - KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: the output does not fit; padding, sign and prefix
-///    that came first may have been written.
+///    that came first may have been written, and `*cursor` stands behind them;
+///  - KR_INVALID_ARGUMENT_TO_FUNCTION: a null `cursor`, `args`, `required` or `digits`; nothing is
+///    counted or taken.
 #pragma once
 
 #include <cstdarg>

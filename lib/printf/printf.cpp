@@ -9,6 +9,11 @@
 
 using namespace kr::detail;
 
+kr_result kr::detail::format_no_room(const char* function) {
+    KR_LOG_AS(KR_LOG_PRINTF, KR_LOG_WARNING, function, "Buffer too small.");
+    return kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH);
+}
+
 namespace {
 
 kr_result syntax_error() {
@@ -181,7 +186,7 @@ inline kr_result format_conversion_at(const format_scope<Traced>& scope, const c
     }
     if (row == format_no_row) {
         const kr_result unknown = syntax_error();
-        if (**cursor != '_' && **cursor != '\0') {
+        if (**cursor != '_') {
             scope.warn("Unknown type Result is %_r (%_z)", &unknown, &unknown);
         }
         return unknown;
@@ -229,7 +234,7 @@ kr_result format_all(kr_char* buffer, size_t buffer_size, const char* format, va
     const format_scope<Traced> scope("kr_printf_format");
     scope.enter();
     if (format == nullptr) {
-        return scope.leave(kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+        return scope.leave(invalid_argument());
     }
     if (buffer != nullptr && buffer_size < sizeof(kr_char)) {
         return scope.leave_without_room();
@@ -270,7 +275,7 @@ kr_result string_format_all(kr_char* buffer, size_t buffer_size, const char* for
     const format_scope<Traced> scope("kr_string_format_va");
     scope.enter();
     if (buffer == nullptr) {
-        return scope.leave(kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION));
+        return scope.leave(invalid_argument());
     }
     const kr_result result = Traced ? format_all<true>(buffer, buffer_size, format, args, nullptr)
                                     : format_untraced(buffer, buffer_size, format, args, nullptr);

@@ -17,7 +17,7 @@
 ///  - KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: the text and its terminator do not fit;
 ///  - KR_PRINTF_FORMAT_STRING_SYNTAX_ERROR: the format is defective or asks for what is not
 ///    supported;
-///  - KR_INVALID_ARGUMENT_TO_FUNCTION: a null format, or "%_z" of a null pointer;
+///  - KR_INVALID_ARGUMENT_TO_FUNCTION: a null format, or "%_r" or "%_z" of a null pointer;
 ///  - KR_GENERIC: "%_z" of a Win32 error that the system has no text for;
 ///  - KR_UNEXPECTED_BEHAVIOUR: "%_z" with no room left at all.
 /// After a failure the buffer holds what was written before it, without a terminator, unless the
@@ -78,7 +78,8 @@ kr_string_format_checked(kr_char* buffer, size_t buffer_size,
 
 /// The parsers of one conversion's parts. Each sets its output to 0, consumes what it recognises
 /// and leaves `*cursor` on the first character that it did not consume; `*cursor` points into a
-/// zero-terminated format. After a failure the output holds what had been recognised.
+/// zero-terminated format. After a failure the output holds what had been recognised. A null
+/// pointer is KR_INVALID_ARGUMENT_TO_FUNCTION.
 ///
 /// Flags: KR_PRINTF_FORMAT_STRING_SYNTAX_ERROR for a repeated flag. The bits are those of
 /// KR_PRINTF_FLAG_*.

@@ -1,8 +1,6 @@
-/// What the engine says in the log, and the public parsers and conversions on their own.
+/// What the engine says in the log.
 #include <regex>
 
-#include "printf/library_conversions.h"
-#include "printf/numbers.h"
 #include "printf/printf.h"
 #include "support/captured_log.h"
 #include "support/guarded_buffer.h"
@@ -151,88 +149,6 @@ TEST(EngineLog, SaysNothingWhileALineIsBuilt) {
     captured_log log(KR_LOG_DEBUG | KR_LOG_CALL | KR_LOG_PROFILE | KR_LOG_WARNING);
     KR_LOG(KR_LOG_MAIN, KR_LOG_WARNING, "%05d", -42);
     EXPECT_THAT(log.take(), ElementsAre("W 02 TestBody: -0042"));
-}
-
-/// Calls `conversion` with the list of the arguments behind it.
-template <typename Conversion>
-kr_result with_list(const Conversion* conversion, ...) {
-    va_list args;
-    va_start(args, conversion);
-    const kr_result result = (*conversion)(&args);
-    va_end(args);
-    return result;
-}
-
-TEST(Conversions, CountInBothModesAndMoveTheCursorOnlyWhenWriting) {
-    kr_char out[16];
-    kr_char* cursor = out;
-    size_t required = 10;
-    const auto put = [&](u32 radix, u32 flags, u32 width, size_t buffer_left, u64 value) {
-        return kr_printf_format_uint_internal(radix, kr_printf_digits_lower, flags, width, 0, 0, &cursor,
-                                              buffer_left, value, &required);
-    };
-    EXPECT_EQ(put(16, KR_PRINTF_FLAG_ALTERNATE, 6, sizeof(out), 0xAB), ok);
-    EXPECT_EQ(std::string(out, cursor), "  0xab");
-    EXPECT_EQ(required, 22u);
-    EXPECT_EQ(put(7, 0, 0, 6, 342), ok);
-    EXPECT_EQ(std::string(out, cursor), "  0xab666");
-    EXPECT_EQ(required, 28u);
-    EXPECT_EQ(put(10, 0, 5, 8, 123), too_small);
-    EXPECT_EQ(required, 38u);
-    EXPECT_EQ(cursor, out + 9);
-    for (const u32 radix : {0u, 1u, 17u}) { EXPECT_EQ(put(radix, 0, 0, 8, 1), invalid); }
-    const auto take_all = [&](va_list* args) {
-        kr_char* none = nullptr;
-        EXPECT_EQ(kr_printf_format_uint(10, kr_printf_digits_lower, 0, 0, 0, 4, &none, 0, args, &required),
-                  not_implemented);
-        EXPECT_EQ(kr_printf_format_sint(0, 0, 0, 9, &none, 0, args, &required), not_implemented);
-        EXPECT_EQ(kr_printf_format_sint(0, 0, 0, 3, &none, 0, args, &required), ok);
-        EXPECT_EQ(kr_printf_format_string(0, 5, 0, 0, &none, 0, args, &required), ok);
-        EXPECT_EQ(kr_printf_format_ustring(0, 0, 0, 0, &none, 0, args, &required), ok);
-        EXPECT_EQ(kr_printf_format_kr_pointer(0, 0, 0, &none, 0, args, &required), ok);
-        EXPECT_EQ(kr_printf_format_sguid(0, 0, 0, 0, &none, 0, args, &required), ok);
-        EXPECT_EQ(kr_printf_format_pointer(0, 0, 0, 0, &none, 0, args, &required), ok);
-        EXPECT_EQ(kr_printf_format_sr(0, 0, 0, 0, &none, 0, args, &required), ok);
-        EXPECT_EQ(kr_printf_format_tr_descr(0, 0, 0, 0, &none, 0, args, &required), ok);
-        EXPECT_EQ(kr_printf_format_ipv4(0, 0, 0, 0, &none, 0, args, &required), ok);
-        EXPECT_EQ(none, nullptr);
-        return kr_printf_format_char(0, 0, 0, 0, &none, 0, args, &required);
-    };
-    required = 0;
-    // Two refused size modifiers take nothing, then 11 + 5 + 2 + 18 + 6 + 18 + 10 + 43 + 7 + 1 characters.
-    const kr_result described = out_of_memory;
-    EXPECT_EQ(with_list(&take_all, i64{-1234567890}, "abc", KR_TEXT("de"), nullptr, nullptr, nullptr,
-                        &described, &described, 0x01020304, 'x'),
-              ok);
-    EXPECT_EQ(required, 242u);
-}
-
-TEST(Parsers, StopBehindWhatTheyKnow) {
-    const char* cursor = "-#z";
-    u32 value = 99;
-    EXPECT_EQ(kr_printf_format_parse_flags(&cursor, &value), ok);
-    EXPECT_EQ(value, KR_PRINTF_FLAG_LEFT | KR_PRINTF_FLAG_ALTERNATE);
-    EXPECT_EQ(kr_printf_format_parse_width(&cursor, &value), ok);
-    EXPECT_EQ(value, 0u);
-    EXPECT_EQ(kr_printf_format_parse_precision(&cursor, &value), ok);
-    EXPECT_EQ(kr_printf_format_parse_size_mod(&cursor, &value), ok);
-    EXPECT_EQ(value, KR_PRINTF_SIZE_64);
-    EXPECT_STREQ(cursor, "");
-
-    cursor = "4294967298lx"; // 2^32 + 2
-    EXPECT_EQ(kr_printf_format_parse_width(&cursor, &value), ok);
-    EXPECT_EQ(value, 2u);
-    EXPECT_EQ(kr_printf_format_parse_size_mod(&cursor, &value), ok);
-    EXPECT_EQ(value, KR_PRINTF_SIZE_LONG);
-    EXPECT_STREQ(cursor, "x");
-
-    cursor = "00";
-    EXPECT_EQ(kr_printf_format_parse_flags(&cursor, &value), 0x82000079u);
-    EXPECT_STREQ(cursor, "0");
-    cursor = "*";
-    EXPECT_EQ(kr_printf_format_parse_width(&cursor, &value), not_implemented);
-    cursor = ".";
-    EXPECT_EQ(kr_printf_format_parse_precision(&cursor, &value), not_implemented);
 }
 
 } // namespace
