@@ -16,12 +16,11 @@ using kr::host::armed_fault;
 using namespace kr::test;
 
 std::atomic<int> ran;
-std::atomic<bool> release;
 
 void run(void*) { ++ran; }
 
-void run_when_released(void*) {
-    while (!release) { Sleep(1); }
+void run_when_released(void* flag) {
+    while (!*static_cast<std::atomic<bool>*>(flag)) { Sleep(1); }
     ++ran;
 }
 
@@ -37,24 +36,34 @@ TEST(ThreadFaults, ARefusedThreadRunsNothingAndLeavesItsRecordForTheNext) {
     EXPECT_EQ(ran, 1);
 }
 
-TEST(ThreadFaults, AnIgnoredPriorityAndAFailedWaitAreNoEnd) {
-    release = false;
-    ran = 0;
-    ASSERT_EQ(kr_thread_module()->init(), ok);
-    {
-        const armed_fault priority({.call = "SetThreadPriority", .error = 5});
-        EXPECT_EQ(kr_thread_create(run_when_released, KR_THREAD_PRIORITY_HIGH, nullptr), ok);
-        EXPECT_EQ(priority.hits(), 1u);
+TEST(ThreadFaults, AFailedWaitLosesNoThreadAndWaitsForNoneTwice) {
+    static std::atomic<bool> first, second;
+    for (const bool start_anew : {false, true}) {
+        ran = 0;
+        first = second = false;
+        ASSERT_EQ(kr_thread_module()->init(), ok);
+        {
+            const armed_fault priority({.call = "SetThreadPriority", .error = 5, .sticky = true});
+            EXPECT_EQ(kr_thread_create(run_when_released, KR_THREAD_PRIORITY_HIGH, &first), ok);
+            EXPECT_EQ(kr_thread_create(run_when_released, KR_THREAD_PRIORITY_LOW, &second), ok);
+            EXPECT_EQ(priority.hits(), 2u) << "a priority that the system refuses is no failure";
+        }
+        {
+            const armed_fault wait({.call = "WaitForSingleObject", .error = 6, .nth = 2});
+            const armed_fault end({.call = "WaitForSingleObject", .meanwhile = [] { first = true; }});
+            EXPECT_EQ(kr_thread_module()->fini(), 0x84000006u);
+            EXPECT_EQ(wait.hits(), 1u);
+            EXPECT_EQ(ran, 1);
+            EXPECT_EQ(kr_thread_create_normal(run, nullptr), generic);
+        }
+        if (start_anew) {
+            ASSERT_EQ(kr_thread_module()->init(), ok);
+            EXPECT_EQ(kr_thread_create_normal(run, nullptr), ok);
+        }
+        const armed_fault end({.call = "WaitForSingleObject", .meanwhile = [] { second = true; }});
+        EXPECT_EQ(kr_thread_module()->fini(), ok);
+        EXPECT_EQ(ran, start_anew ? 3 : 2);
     }
-    {
-        const armed_fault wait({.call = "WaitForSingleObject", .error = 6});
-        EXPECT_EQ(kr_thread_module()->fini(), 0x84000006u);
-        EXPECT_EQ(wait.hits(), 1u);
-    }
-    // Nothing was freed, so that a second stop ends what the first could not.
-    release = true;
-    EXPECT_EQ(kr_thread_module()->fini(), ok);
-    EXPECT_EQ(ran, 1);
 }
 
 TEST(ThreadFaults, AFinishedThreadHasClosedItsHandleAndIsNotWaitedFor) {

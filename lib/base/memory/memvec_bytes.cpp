@@ -8,7 +8,6 @@
 
 using kr::detail::invalid_argument;
 using kr::detail::memvec_chunk;
-using kr::detail::memvec_next;
 using kr::detail::not_implemented;
 
 namespace {
@@ -29,7 +28,7 @@ template <typename Piece>
 kr_result for_each_piece(const kr_memvec_cursor& cursor, u64 size, Piece piece) {
     const memvec_chunk* chunk = cursor.chunk;
     u64 offset = cursor.offset;
-    while (size != 0) {
+    for (;;) {
         const u64 length = std::min(size, chunk->size - offset);
         if (length != 0) {
             const kr_result result = piece(*chunk, offset, length);
@@ -38,10 +37,13 @@ kr_result for_each_piece(const kr_memvec_cursor& cursor, u64 size, Piece piece) 
             }
         }
         size -= length;
+        // Behind the last chunk stands the head of the list, which is none.
+        if (size == 0) {
+            return KR_SUCCESS;
+        }
         offset = 0;
-        chunk = memvec_next(chunk);
+        chunk = static_cast<const memvec_chunk*>(chunk->next);
     }
-    return KR_SUCCESS;
 }
 
 /// Tells whether the range lies in the vector and is backed throughout.

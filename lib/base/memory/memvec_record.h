@@ -1,6 +1,7 @@
 /// The records behind a memory vector, for the sources base/memvec*.cpp and their tests.
 #pragma once
 
+#include "base/memory/list_link.h"
 #include "base/memory/mempool.h"
 #include "base/memory/memvec.h"
 #include "platform/types.h"
@@ -8,32 +9,6 @@
 struct kr_memvec;
 
 namespace kr::detail {
-
-/// A link of a circular list, or its head.
-struct list_link {
-    list_link* next = this;
-    list_link* prev = this;
-
-    list_link() = default;
-    list_link(const list_link&) = delete;
-    list_link& operator=(const list_link&) = delete;
-
-    [[nodiscard]] bool empty() const { return next == this; }
-
-    /// Puts this link, which is in no list, in front of `place`; in front of the head is the tail.
-    void insert_before(list_link& place) {
-        prev = place.prev;
-        next = &place;
-        prev->next = this;
-        place.prev = this;
-    }
-
-    void unlink() {
-        prev->next = next;
-        next->prev = prev;
-        prev = next = this;
-    }
-};
 
 /// A stretch of a vector; an element of the chunk pool. The chunks of a vector cover it without
 /// gaps, in the order of its list.
@@ -78,10 +53,5 @@ extern kr_mempool* memvec_chunk_pool;
 
 /// Takes a chunk from its pool: not backed, empty, in no list.
 [[nodiscard]] kr_result memvec_take_chunk(memvec_chunk** out);
-
-/// The next chunk of the same vector. Not called for the last.
-inline memvec_chunk* memvec_next(const memvec_chunk* chunk) {
-    return static_cast<memvec_chunk*>(chunk->next);
-}
 
 } // namespace kr::detail

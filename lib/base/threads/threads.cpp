@@ -9,64 +9,39 @@
 #include <cstdlib>
 #include <new>
 
+#include "base/memory/list_link.h"
 #include "base/threads/mutex_section.h"
 #include "platform/platform.h"
 #include "result/failures.h"
 
 using kr::detail::generic_failure;
 using kr::detail::invalid_argument;
+using kr::detail::list_link;
 using kr::detail::mutex_guard;
 
 namespace {
 
-/// An element of a circular list; the head of a list is one of its own.
-struct links {
-    links* next;
-    links* previous;
+struct thread_record : list_link {
+    HANDLE handle = nullptr;
+    void (*fn)(void*) = nullptr;
+    void* arg = nullptr;
 };
-
-struct thread_record : links {
-    HANDLE handle;
-    void (*fn)(void*);
-    void* arg;
-};
-
-bool is_empty(const links& list) {
-    return list.next == &list;
-}
-
-void make_empty(links& list) {
-    list.next = &list;
-    list.previous = &list;
-}
-
-void unlink(links& element) {
-    element.previous->next = element.next;
-    element.next->previous = element.previous;
-}
-
-void insert_behind(links& place, links& element) {
-    element.previous = &place;
-    element.next = place.next;
-    place.next->previous = &element;
-    place.next = &element;
-}
 
 struct module_state {
-    kr_mutex state_lock;
-    kr_mutex list_lock;
-    u32 stopping;
+    kr_mutex state_lock{};
+    kr_mutex list_lock{};
+    u32 stopping = 0;
     /// Threads started and not yet finished, oldest first.
-    links running;
-    /// Records of finished threads, for reuse.
-    links idle;
-    /// Whether the locks exist. Written by start and stop.
-    std::atomic<bool> open;
+    list_link running;
+    /// Records of finished threads, for reuse: the one that came last goes first.
+    list_link idle;
+    /// Whether the locks exist. Written by start and stop; stays set when a stop fails.
+    std::atomic<bool> open = false;
     /// Number of threads that use the locks or are about to look whether they may.
-    std::atomic<u32> visitors;
+    std::atomic<u32> visitors = 0;
 };
 
-constinit module_state state = {};
+constinit module_state state;
 
 /// Announces the use of the locks. The stop lets nobody in once it has closed, then waits for those
 /// inside before it destroys the locks; hence a creation may run into a stop at any point. Both
@@ -106,25 +81,30 @@ int system_priority(u32 priority) {
     }
 }
 
+/// A record of the free list, or null.
+thread_record* take_idle() {
+    if (state.idle.empty()) {
+        return nullptr;
+    }
+    list_link* const first = state.idle.next;
+    first->unlink();
+    return static_cast<thread_record*>(first);
+}
+
 /// A record outside both lists, or null when there is no memory. Records come from the runtime heap
 /// and not from the hooks: they outlive the modules that an allocator of the program may need.
 thread_record* take_record() {
-    if (!is_empty(state.idle)) {
-        links* const first = state.idle.next;
-        unlink(*first);
-        return static_cast<thread_record*>(first);
+    if (thread_record* const idle = take_idle()) {
+        return idle;
     }
     void* const block = std::malloc(sizeof(thread_record));
     return block != nullptr ? new (block) thread_record{} : nullptr;
 }
 
-void free_records(links& list) {
-    for (links* at = list.next; at != &list;) {
-        auto* const record = static_cast<thread_record*>(at);
-        at = at->next;
-        std::free(record);
-    }
-    make_empty(list);
+/// Puts a record that is on the running list first among the free ones.
+void set_idle(thread_record& record) {
+    record.unlink();
+    record.insert_before(*state.idle.next);
 }
 
 /// While the stop is under way it owns the record and the handle.
@@ -135,9 +115,8 @@ void finish(thread_record& record) {
         return;
     }
     const mutex_guard list_guard(state.list_lock);
-    unlink(record);
     CloseHandle(record.handle);
-    insert_behind(state.idle, record);
+    set_idle(record);
 }
 
 unsigned WINAPI run_thread(void* argument) {
@@ -148,13 +127,18 @@ unsigned WINAPI run_thread(void* argument) {
 }
 
 kr_result thread_module_init() {
-    make_empty(state.running);
-    make_empty(state.idle);
+    if (state.open.load()) {
+        // A stop has failed: its locks and the threads that it did not wait for are still there.
+        const mutex_guard state_guard(state.state_lock);
+        state.stopping = 0;
+        return KR_SUCCESS;
+    }
     state.stopping = 0;
     kr_result result = kr_mutex_init(&state.list_lock);
     if (kr_result_failed(result)) {
         return result;
     }
+    // Locks do not fail on this system; the start undoes itself where one could.
     result = kr_mutex_init(&state.state_lock);
     if (kr_result_failed(result)) {
         kr_mutex_destroy(&state.list_lock);
@@ -164,16 +148,17 @@ kr_result thread_module_init() {
     return KR_SUCCESS;
 }
 
-/// Waits for every thread on the running list and closes its handle; KR_SUCCESS, or the wrapped
-/// error of the first wait that failed.
+/// Waits for every thread on the running list, closes its handle and frees its record for reuse;
+/// KR_SUCCESS, or the wrapped error of the first wait that failed.
 kr_result join_running_threads() {
     const mutex_guard list_guard(state.list_lock);
-    for (links* at = state.running.next; at != &state.running; at = at->next) {
-        HANDLE const handle = static_cast<thread_record*>(at)->handle;
-        if (WaitForSingleObject(handle, INFINITE) == WAIT_FAILED) {
+    while (!state.running.empty()) {
+        auto& record = static_cast<thread_record&>(*state.running.next);
+        if (WaitForSingleObject(record.handle, INFINITE) == WAIT_FAILED) {
             return kr_result_make_win32(GetLastError());
         }
-        CloseHandle(handle);
+        CloseHandle(record.handle);
+        set_idle(record);
     }
     return KR_SUCCESS;
 }
@@ -191,8 +176,9 @@ kr_result thread_module_fini() {
     wait_for_visitors();
     kr_mutex_destroy(&state.list_lock);
     kr_mutex_destroy(&state.state_lock);
-    free_records(state.running);
-    free_records(state.idle);
+    while (thread_record* const record = take_idle()) {
+        std::free(record);
+    }
     return KR_SUCCESS;
 }
 
@@ -215,14 +201,13 @@ kr_result kr_thread_create(void (*fn)(void* arg), u32 priority, void* arg) {
     if (record == nullptr) {
         return kr_result_make_error(KR_OUT_OF_MEMORY);
     }
-    insert_behind(*state.running.previous, *record);
+    record->insert_before(state.running);
     record->fn = fn;
     record->arg = arg;
     const std::uintptr_t started = _beginthreadex(nullptr, 0, run_thread, record, 0, nullptr);
     if (started == 0) {
         const DWORD error = GetLastError();
-        unlink(*record);
-        insert_behind(state.idle, *record);
+        set_idle(*record);
         return kr_result_make_win32(error);
     }
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the runtime returns the handle as a number

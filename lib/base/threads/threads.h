@@ -31,7 +31,9 @@ enum : u32 {
 [[nodiscard]] u32 kr_thread_context_query();
 
 /// The module "thread". Its stop waits without a limit for every thread that still runs, so it must
-/// not be called by one of them.
+/// not be called by one of them. A wait that fails ends the stop with the wrapped Win32 error and
+/// nothing destroyed: threads are refused, and a later stop waits for those that are left; a start
+/// lets threads be started again and keeps those that still run.
 kr_module* kr_thread_module();
 
 /// Registers the module "thread", which is not one of the base modules: a program that starts
