@@ -21,8 +21,8 @@ struct kr_mempool;
 /// Creates a pool whose stock is `grow_count` elements (0: KR_MEMPOOL_DEFAULT_GROW_COUNT) of
 /// `element_size` bytes, each a block of its own from the allocate hook, and which grows by as many
 /// when it runs out, up to `max_count` elements (0: no bound). The initial stock is made in full
-/// even where it exceeds `max_count`. `name` and `time_out` are copied; the pool keeps the time-out
-/// and never reads it. The caller owns `*out` and ends it with kr_mempool_destroy.
+/// even where it exceeds `max_count`. `name` and `time_out` are copied here; no operation waits by
+/// the pool's time-out. The caller owns `*out` and ends it with kr_mempool_destroy.
 /// Returns KR_SUCCESS; KR_INVALID_ARGUMENT_TO_FUNCTION when a pointer is null, `element_size` is 0
 /// or bit 31 of `flags` is set; KR_FUNCTION_NOT_IMPLEMENTED when `reserved` is not 0; the
 /// allocator's failure, after which nothing stays allocated.
