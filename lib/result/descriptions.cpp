@@ -11,6 +11,7 @@
 #include "result/description_texts.h"
 #include "result/failures.h"
 
+using kr::detail::invalid_argument;
 using kr::detail::unexpected_behaviour;
 
 namespace {
@@ -144,6 +145,9 @@ kr_result put_pieces(std::span<const description_text> pieces, kr_char* buffer, 
 } // namespace
 
 kr_result kr_get_result_code_description(kr_result result, kr_char* buffer, size_t* size) {
+    if (size == nullptr) {
+        return invalid_argument();
+    }
     if (kr_result_space(result) == KR_SPACE_WIN32) {
         return kr_result_win32_message(kr_result_code(result), buffer, size);
     }
@@ -159,6 +163,9 @@ kr_result kr_get_result_code_description(kr_result result, kr_char* buffer, size
 }
 
 kr_result kr_result_win32_message(u16 error, kr_char* buffer, size_t* size) {
+    if (size == nullptr) {
+        return invalid_argument();
+    }
     // The system takes no more than 64 KiB.
     constexpr size_t most_chars = 0x7FFF;
     constexpr DWORD user_language = 0x0400;
@@ -171,6 +178,7 @@ kr_result kr_result_win32_message(u16 error, kr_char* buffer, size_t* size) {
                                         ? KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH
                                         : KR_GENERIC);
     }
+    // A system that keeps to the room never comes here.
     const size_t needed = size_of_text(chars);
     if (needed > *size) {
         return kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH);
@@ -180,6 +188,9 @@ kr_result kr_result_win32_message(u16 error, kr_char* buffer, size_t* size) {
 }
 
 kr_result kr_get_result_description2(kr_result result, kr_char* buffer, size_t* size) {
+    if (size == nullptr) {
+        return invalid_argument();
+    }
     if (buffer != nullptr && *size < sizeof(kr_char)) {
         return unexpected_behaviour();
     }

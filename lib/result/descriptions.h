@@ -11,8 +11,11 @@
 /// which must not be null and has `*size` bytes of room. Codes without a text have one that says
 /// so. Sets `*size` to the size of the text, whether or not it fitted; for a Win32 error on success
 /// only.
-///  - KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: nothing was written;
-///  - KR_GENERIC: the system has no text for the Win32 error.
+///  - KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: nothing was written; for a Win32 error the beginning
+///  of
+///    the text, as in kr_result_win32_message;
+///  - KR_GENERIC: the system has no text for the Win32 error;
+///  - KR_INVALID_ARGUMENT_TO_FUNCTION: a null `size`.
 [[nodiscard]] kr_result kr_get_result_code_description(kr_result result, kr_char* buffer,
                                                        size_t* size);
 
@@ -24,7 +27,8 @@
 ///  - KR_UNEXPECTED_BEHAVIOUR: a buffer with less than 2 bytes;
 ///  - KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: the system's text for a Win32 error has more than 127
 ///    characters;
-///  - KR_GENERIC: the system has no text for the Win32 error.
+///  - KR_GENERIC: the system has no text for the Win32 error;
+///  - KR_INVALID_ARGUMENT_TO_FUNCTION: a null `size`.
 [[nodiscard]] kr_result kr_get_result_description2(kr_result result, kr_char* buffer, size_t* size);
 
 /// kr_get_result_description2 with the size by value.
@@ -32,6 +36,9 @@
 
 /// The system's text for a Win32 error number in the user's language, written into `buffer` of
 /// `*size` bytes. Sets `*size` to the size of the text on success only.
-///  - KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: it does not fit;
-///  - KR_GENERIC: the system has no text for the number.
+///  - KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: it does not fit. The system may have written what
+///  does,
+///    cut to the room and terminated;
+///  - KR_GENERIC: the system has no text for the number, or refuses the buffer;
+///  - KR_INVALID_ARGUMENT_TO_FUNCTION: a null `size`.
 [[nodiscard]] kr_result kr_result_win32_message(u16 error, kr_char* buffer, size_t* size);

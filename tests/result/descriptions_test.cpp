@@ -106,9 +106,19 @@ TEST(Win32Message, IsTheSystemsText) {
     EXPECT_EQ(kr_result_win32_message(file_not_found, buffer.data(), &size), KR_SUCCESS);
     EXPECT_EQ(size, needed);
     EXPECT_EQ(utf8(buffer.data()), utf8(expected));
+    // A room that is too small holds the beginning of the text, and the size stays as it was.
+    for (const size_t room_chars : {size_t{0}, size_t{1}, size_t{2}, size_t{length}}) {
+        guarded_buffer<kr_char> small(byte_count{room_chars * sizeof(kr_char)});
+        size = room_chars * sizeof(kr_char);
+        EXPECT_EQ(kr_get_result_code_description(0x84000002, small.data(), &size), too_small) << room_chars;
+        EXPECT_EQ(size, room_chars * sizeof(kr_char));
+        if (room_chars == 0) {
+            EXPECT_TRUE(small.untouched());
+        } else {
+            EXPECT_EQ(utf8(small.data()), utf8(expected).substr(0, room_chars - 1));
+        }
+    }
     size = needed - 2;
-    EXPECT_EQ(kr_get_result_code_description(0x84000002, buffer.data(), &size), too_small);
-    EXPECT_EQ(size, needed - 2);
     EXPECT_EQ(kr_get_result_code_description(0x84000000 + no_such_number, buffer.data(), &size), generic);
     EXPECT_EQ(size, needed - 2);
 

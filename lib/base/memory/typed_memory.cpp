@@ -29,14 +29,17 @@ void flat_set(void* ptr, u8 value, size_t size) {
 }
 
 kr_result heap_seek(void* base, i32 offset, void** out) {
+    if (base == nullptr) {
+        return invalid_argument();
+    }
     *out = static_cast<char*>(base) + offset;
     return KR_SUCCESS;
 }
 
 void heap_release(void*) {}
 
-kr_result heap_prepare(void*, size_t) {
-    return KR_SUCCESS;
+kr_result heap_prepare(void* ptr, size_t) {
+    return ptr != nullptr ? KR_SUCCESS : invalid_argument();
 }
 
 constexpr kr_memory_operations heap_operations = {

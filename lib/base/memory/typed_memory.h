@@ -62,7 +62,7 @@ void kr_memset_ex(u32 type, void* ptr, u8 value, size_t size);
 /// Makes a pointer `offset` bytes from `base`, unchecked for heap memory. It is given back with
 /// kr_memory_ptr_release_ex and the same type.
 /// Returns KR_SUCCESS, the memory vector's failure with `out` untouched,
-/// KR_FUNCTION_NOT_IMPLEMENTED, or KR_INVALID_ARGUMENT_TO_FUNCTION for a null `out`.
+/// KR_FUNCTION_NOT_IMPLEMENTED, or KR_INVALID_ARGUMENT_TO_FUNCTION for a null `base` or `out`.
 [[nodiscard]] kr_result kr_memory_ptr_ex(u32 type, void* base, i32 offset, void** out);
 
 /// Moves `*ptr` by `offset` bytes; the pointer that stood there before is given back.
@@ -73,7 +73,8 @@ void kr_memset_ex(u32 type, void* ptr, u8 value, size_t size);
 void kr_memory_ptr_release_ex(u32 type, void* ptr);
 
 /// Makes sure that `size` bytes at `ptr` are backed by memory; heap memory always is.
-/// Returns KR_SUCCESS, the memory vector's failure, or KR_FUNCTION_NOT_IMPLEMENTED.
+/// Returns KR_SUCCESS, the memory vector's failure, KR_FUNCTION_NOT_IMPLEMENTED, or
+/// KR_INVALID_ARGUMENT_TO_FUNCTION for a null `ptr`.
 [[nodiscard]] kr_result kr_memory_prepare_ex(u32 type, void* ptr, size_t size);
 
 /// Makes `ptr` stand at the start of a chunk of exactly `size` bytes.

@@ -52,7 +52,12 @@ static_assert(local_date(0, 0).year == 1970 && local_date(0, 0).month == 1 &&
 
 kr_result kr_time_get_local_date(const kr_time* t, u32* year, u32* month, u32* day, u32* hour,
                                  u32* minute, u32* second) {
-    if (t->relative != 0) {
+    for (const u32* const field : {year, month, day, hour, minute, second}) {
+        if (field == nullptr) {
+            return invalid_argument();
+        }
+    }
+    if (t == nullptr || t->relative != 0) {
         return invalid_argument();
     }
     u32 utc_seconds = 0;

@@ -8,8 +8,8 @@
 #include "time_value.h"
 
 /// The local date and time of day of the absolute time `t`: the full year, month 1-12, day 1-31,
-/// hour 0-23, minute and second 0-59. No output may be null; all are written, or none. A duration
-/// gives KR_INVALID_ARGUMENT_TO_FUNCTION; otherwise the failures of kr_time_getUTC32.
+/// hour 0-23, minute and second 0-59; all are written, or none. A duration or a null pointer gives
+/// KR_INVALID_ARGUMENT_TO_FUNCTION; otherwise the failures of kr_time_getUTC32.
 [[nodiscard]] kr_result kr_time_get_local_date(const kr_time* t, u32* year, u32* month, u32* day,
                                                u32* hour, u32* minute, u32* second);
 

@@ -49,6 +49,9 @@ constexpr u64 divide_steps(u64 count, i32 steps) {
 }
 
 kr_result count_in(const kr_time* t, i32 unit, u64* out) {
+    if (t == nullptr || out == nullptr) {
+        return invalid_argument();
+    }
     kr_time copy = *t;
     const kr_result result = kr_time_convert(&copy, unit);
     if (kr_result_succeeded(result)) {
@@ -58,7 +61,9 @@ kr_result count_in(const kr_time* t, i32 unit, u64* out) {
 }
 
 void set_duration(kr_time* out, i32 unit, u64 count) {
-    *out = {.unit = unit, .count = count, .relative = 1};
+    if (out != nullptr) {
+        *out = {.unit = unit, .count = count, .relative = 1};
+    }
 }
 
 u64 ticks_of(const FILETIME& time) {
@@ -83,6 +88,9 @@ constinit kr_module time_module = {
 } // namespace
 
 kr_result kr_time_get_current(kr_time* out) {
+    if (out == nullptr) {
+        return invalid_argument();
+    }
     FILETIME now{};
     GetSystemTimeAsFileTime(&now);
     const u64 ticks = ticks_of(now);
@@ -94,6 +102,9 @@ kr_result kr_time_get_current(kr_time* out) {
 }
 
 kr_result kr_time_get_uptime(kr_time* out) {
+    if (out == nullptr) {
+        return invalid_argument();
+    }
     LARGE_INTEGER frequency{};
     if (QueryPerformanceFrequency(&frequency) == FALSE) {
         const DWORD error = GetLastError();
@@ -124,7 +135,7 @@ kr_result kr_time_get_uptime(kr_time* out) {
 }
 
 kr_result kr_time_diff(const kr_time* a, const kr_time* b, kr_time* out, i32* direction) {
-    if ((a->relative != 0) != (b->relative != 0)) {
+    if (a == nullptr || b == nullptr || (a->relative != 0) != (b->relative != 0)) {
         return invalid_argument();
     }
     kr_time values[] = {*a, *b};
@@ -141,9 +152,7 @@ kr_result kr_time_diff(const kr_time* a, const kr_time* b, kr_time* out, i32* di
     }
     const u64 first = values[0].count;
     const u64 second = values[1].count;
-    if (out != nullptr) {
-        set_duration(out, finer, first < second ? second - first : first - second);
-    }
+    set_duration(out, finer, first < second ? second - first : first - second);
     if (direction != nullptr) {
         *direction = (first < second ? 1 : 0) - (first > second ? 1 : 0);
     }
@@ -155,6 +164,9 @@ kr_result kr_time_diff_reversed(const kr_time* a, const kr_time* b, kr_time* out
 }
 
 kr_result kr_time_since(const kr_time* t, kr_time* out) {
+    if (t == nullptr || out == nullptr) {
+        return invalid_argument();
+    }
     kr_time now{};
     kr_result result = kr_time_get_current(&now);
     if (kr_result_failed(result)) {
@@ -184,6 +196,9 @@ kr_result kr_time_is_equal(const kr_time* a, const kr_time* b) {
 }
 
 kr_result kr_time_is_zero(const kr_time* t) {
+    if (t == nullptr) {
+        return invalid_argument();
+    }
     return kr_result_make_success(t->relative != 0 && t->count == 0 ? KR_YES : KR_NO);
 }
 
@@ -192,6 +207,9 @@ void kr_time_set_zero(kr_time* t) {
 }
 
 kr_result kr_time_convert(kr_time* t, i32 unit) {
+    if (t == nullptr) {
+        return invalid_argument();
+    }
     if (!is_unit(unit)) {
         return unexpected_behaviour();
     }
@@ -251,7 +269,7 @@ void kr_time_fromSeconds(kr_time* out, u64 count) {
 }
 
 kr_result kr_time_multiply(const kr_time* t, u64 factor, kr_time* out) {
-    if (t->relative == 0 || factor == 0) {
+    if (t == nullptr || out == nullptr || t->relative == 0 || factor == 0) {
         return invalid_argument();
     }
     if (t->count > maximum / factor) {
@@ -262,7 +280,7 @@ kr_result kr_time_multiply(const kr_time* t, u64 factor, kr_time* out) {
 }
 
 kr_result kr_time_divide(const kr_time* t, u32 divisor, kr_time* out) {
-    if (t->relative == 0 || divisor == 0) {
+    if (t == nullptr || out == nullptr || t->relative == 0 || divisor == 0) {
         return invalid_argument();
     }
     set_duration(out, t->unit, t->count / divisor);
@@ -272,13 +290,18 @@ kr_result kr_time_divide(const kr_time* t, u32 divisor, kr_time* out) {
 void kr_time_from_UTC32(const u32* seconds, kr_time* out) {
     const kr_trace trace(KR_LOG_OTHER, __func__);
     trace.enter();
-    *out = {.unit = KR_TIME_UNIT_SECONDS,
-            .count = *seconds + KR_TIME_EPOCH_DISTANCE_SECONDS,
-            .relative = 0};
+    if (seconds != nullptr && out != nullptr) {
+        *out = {.unit = KR_TIME_UNIT_SECONDS,
+                .count = *seconds + KR_TIME_EPOCH_DISTANCE_SECONDS,
+                .relative = 0};
+    }
     trace.leave();
 }
 
 kr_result kr_time_getUTC32(const kr_time* t, u32* out) {
+    if (t == nullptr || out == nullptr) {
+        return invalid_argument();
+    }
     if (t->relative != 0) {
         KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
                "time_getUTC32 is only applicable to absolute time values.");

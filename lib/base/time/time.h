@@ -2,8 +2,9 @@
 /// Public. Formats nothing (see base/time/local_date.h). Keeps no state of its own beyond the local
 /// offset; every operation works on the caller's values only and is safe from any thread.
 ///
-/// Common to all: pointers must not be null unless said otherwise; an output is written only on
-/// success unless said otherwise, and may be the input itself. A count of 0 is refused by the unit
+/// Common to all: a null pointer gives KR_INVALID_ARGUMENT_TO_FUNCTION unless said otherwise;
+/// nothing happens for one in operations without a result. An output is written only on success
+/// unless said otherwise, and may be the input itself. A count of 0 is refused by the unit
 /// conversions with KR_ZERO, as is a count smaller than one target unit; a unit outside the four
 /// gives KR_UNEXPECTED_BEHAVIOUR; a count that does not fit in 64 bits gives KR_OVERFLOW.
 #pragma once

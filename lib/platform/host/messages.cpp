@@ -51,6 +51,9 @@ DWORD FormatMessageW(DWORD flags, const void*, DWORD id, DWORD, WCHAR* buffer, D
         return fail(ERROR_INVALID_PARAMETER, 0);
     }
     if (text.size() >= room_chars) {
+        if (room_chars != 0) {
+            buffer[text.copy(buffer, room_chars - 1)] = 0;
+        }
         return fail(ERROR_INSUFFICIENT_BUFFER, 0);
     }
     buffer[text.copy(buffer, text.size())] = 0;
