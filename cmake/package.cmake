@@ -15,7 +15,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kr-config.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/kr-config-version.cmake
   ${PROJECT_SOURCE_DIR}/cmake/windows.toolchain.cmake
   DESTINATION ${kr_package_dir} COMPONENT library)
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT library)
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/kr COMPONENT library)
 
 # The package file finds the folders from where it lies, so that an installation can be moved. Where
 # the folder of libraries is an absolute path, the prefix is the one of the configuration.
