@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Runs the benchmarks of a build directory and prints one table: our time over the peer's.
 
-    ratios.py BUILD [WORD]    BUILD/benchmarks/*_bench; only the rows that hold WORD
+    ratios.py BUILD [WORD]         BUILD/benchmarks/*_bench; only the rows that hold WORD
+    ratios.py BUILD --chart FILE   all rows, and a picture of those with a peer
 
 Both sides of a row run in one process, one after the other in random order, several times; the least
 time of each counts. Exit status 0 even where a target is missed: a target is a thing to look at, and
@@ -12,6 +13,8 @@ import os
 import re
 import subprocess
 import sys
+
+import chart
 
 REPETITIONS = 7
 SECONDS = 0.05  # each repetition measures for that long
@@ -128,6 +131,10 @@ def measure(build, program, names):
 
 
 def main(arguments):
+    picture = None
+    if len(arguments) == 3 and arguments[1] == "--chart":
+        picture = arguments.pop()
+        arguments.pop()
     if len(arguments) not in (1, 2):
         print(__doc__.strip(), file=sys.stderr)
         return 2
@@ -138,7 +145,7 @@ def main(arguments):
         return 2
     colours = {"met": "32", "tie": "33", "missed": "31"} if sys.stdout.isatty() else {}
     counts = {"met": 0, "tie": 0, "missed": 0}
-    times, measured = {}, set()
+    times, measured, drawn = {}, set(), []
     print(f"  {'work':31} {'peer':24} {'ours/peer':>9} {'target':>7}")
     for work, program, peer, over, under, factor, target in table:
         if program not in measured:
@@ -154,6 +161,8 @@ def main(arguments):
             value *= times[name]
         for name in under:
             value /= times[name]
+        if len(over) == len(under) == 1 and not peer.startswith("itself"):
+            drawn.append((work, peer, value))
         line = f"  {work:31} {peer:24} {value:9.2f} "
         if target is None:
             print(line.rstrip() + "       -")
@@ -163,6 +172,9 @@ def main(arguments):
         colour = colours.get(verdict)
         print(line + f"{target:7.2f}  " + (f"\x1b[{colour}m{verdict}\x1b[0m" if colour else verdict),
               flush=True)
+    if picture:
+        with open(picture, "w", encoding="utf-8") as file:
+            file.write(chart.draw(drawn))
     print("Targets: " + ", ".join(f"{count} {verdict}" for verdict, count in counts.items()) + ".")
     return 0
 
