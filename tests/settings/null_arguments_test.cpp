@@ -1,0 +1,285 @@
+/// Null pointers, over the whole public interface: every operation that returns a result refuses
+/// them and leaves its outputs alone. A script (null_arguments.py) holds the rows against the
+/// headers, so that no operation can be missing.
+#include <cstdarg>
+#include <tuple>
+#include <utility>
+
+#include "kr.h"
+#include "support/captured_log.h"
+
+namespace {
+
+using namespace kr::test;
+
+/// Where every output and every input that is not null points: outputs to a pattern that must stay,
+/// inputs to the text "1", narrow or wide.
+constexpr u8 pattern = 0xA5;
+alignas(64) u8 outputs[4096];
+alignas(64) const u8 inputs[512] = {'1'};
+
+void nothing(void*) {}
+
+template <typename T>
+T usual() {
+    if constexpr (std::is_same_v<T, void (*)(void*)>) {
+        return nothing;
+    } else if constexpr (!std::is_pointer_v<T>) {
+        return T{1};
+    } else if constexpr (std::is_const_v<std::remove_pointer_t<T>>) {
+        return reinterpret_cast<T>(&inputs);
+    } else {
+        return reinterpret_cast<T>(&outputs);
+    }
+}
+
+/// Parameters by their place, from 1.
+struct places {
+    u32 bits = 0;
+    constexpr places(std::initializer_list<u32> list) {
+        for (const u32 place : list) { bits |= 1u << place; }
+    }
+    [[nodiscard]] bool hold(std::size_t place) const { return (bits >> place & 1) != 0; }
+};
+
+/// Calls `operation` once per pointer, that one null. `may_be_null` are left out, and so are handles
+/// of the store, which the registry refuses; for `fail` another failure is right, too.
+template <typename... Params>
+void refuses(const char* name, kr_result (*operation)(Params...), places may_be_null = {}, places fail = {},
+             std::tuple<Params...> arguments = {usual<Params>()...}) {
+    const auto with_null = [&]<std::size_t Place>(std::integral_constant<std::size_t, Place>) {
+        using param = std::tuple_element_t<Place, std::tuple<Params...>>;
+        if constexpr (std::is_pointer_v<param> && !std::is_same_v<param, kr_settings_handle>) {
+            if (may_be_null.hold(Place + 1)) { return; }
+            std::tuple<Params...> changed = arguments;
+            std::get<Place>(changed) = nullptr;
+            std::fill(std::begin(outputs), std::end(outputs), pattern);
+            const kr_result result = std::apply(operation, changed);
+            EXPECT_TRUE(fail.hold(Place + 1) ? kr_result_failed(result) : result == invalid)
+                << name << ", parameter " << Place + 1 << ": " << std::hex << result;
+            EXPECT_EQ(std::count(std::begin(outputs), std::end(outputs), pattern), std::ssize(outputs))
+                << name;
+        }
+    };
+    [&]<std::size_t... Place>(std::index_sequence<Place...>) {
+        (with_null(std::integral_constant<std::size_t, Place>{}), ...);
+    }
+    (std::index_sequence_for<Params...>{});
+}
+
+/// Calls with a list of no arguments.
+kr_result with_list(kr_result (*call)(va_list), ...) {
+    va_list list;
+    va_start(list, call);
+    const kr_result result = call(list);
+    va_end(list);
+    return result;
+}
+
+#define REFUSES(operation, ...) refuses(#operation, operation __VA_OPT__(, ) __VA_ARGS__)
+
+TEST(NullArguments, AreRefusedByResultsAndTime) {
+    REFUSES(kr_get_result_code_description, {2});
+    REFUSES(kr_get_result_description2, {2});
+    REFUSES(kr_get_result_description, {2});
+    REFUSES(kr_result_win32_message, {2});
+    REFUSES(kr_time_get_current);
+    REFUSES(kr_time_get_uptime);
+    REFUSES(kr_time_diff, {3, 4});
+    REFUSES(kr_time_diff_reversed, {3, 4});
+    REFUSES(kr_time_since);
+    REFUSES(kr_time_is_equal);
+    REFUSES(kr_time_is_zero);
+    REFUSES(kr_time_convert);
+    REFUSES(kr_time_getNanoseconds);
+    REFUSES(kr_time_getMicroseconds);
+    REFUSES(kr_time_getMilliseconds);
+    REFUSES(kr_time_getSeconds);
+    REFUSES(kr_time_multiply);
+    REFUSES(kr_time_divide);
+    REFUSES(kr_time_getUTC32);
+    REFUSES(kr_time_get_local_date);
+    REFUSES(kr_time_format_local, {2});
+}
+
+TEST(NullArguments, AreRefusedByMemoryAndThreads) {
+    captured_log log;
+    constexpr u32 heap = KR_MEMORY_TYPE_HEAP;
+    REFUSES(kr_memory_allocate_raw);
+    REFUSES(kr_memory_grow);
+    REFUSES(kr_memory_grow_reserve);
+    REFUSES(kr_memdup);
+    REFUSES(kr_memory_allocate_ex, {}, {}, {heap, nullptr, 1});
+    REFUSES(kr_memcpy_ex, {}, {}, {heap, outputs, heap, inputs, 1});
+    REFUSES(kr_memory_ptr_ex, {}, {}, {heap, outputs, 1, nullptr});
+    REFUSES(kr_memory_ptr_advance_ex, {}, {}, {heap, 1, nullptr});
+    REFUSES(kr_memory_prepare_ex, {}, {}, {heap, outputs, 1});
+    REFUSES(kr_memory_split_ex, {}, {2});
+    REFUSES(kr_memory_assign_ex, {}, {}, {heap, outputs, heap, outputs, 1});
+    REFUSES(kr_mempool_create);
+    REFUSES(kr_mempool_alloc);
+    REFUSES(kr_memvec_create);
+    REFUSES(kr_memvec_seek);
+    REFUSES(kr_memvec_split);
+    REFUSES(kr_memvec_prepare);
+    REFUSES(kr_memvec_assign);
+    REFUSES(kr_memvec_copy);
+    REFUSES(kr_memvec_write);
+    REFUSES(kr_memvec_read);
+    REFUSES(kr_thread_create, {3});
+    REFUSES(kr_thread_create_normal, {2});
+    REFUSES(kr_mutex_init, {1});
+    REFUSES(kr_mutex_destroy, {1});
+    REFUSES(kr_log_thread_register);
+    // The destination may be null: the console.
+    REFUSES(kr_log_set_destination, {1});
+    REFUSES(kr_log_set_secondary_destination);
+}
+
+TEST(NullArguments, AreRefusedByTextAndValues) {
+    captured_log log;
+    REFUSES(kr_wchar_to_ascii);
+    REFUSES(kr_krchar_to_ascii);
+    REFUSES(kr_ascii_to_wchar_strdup);
+    REFUSES(kr_ascii_to_krchar_strdup);
+    REFUSES(kr_krchar_to_ascii_strdup);
+    REFUSES(kr_guid_from_string_simple);
+    REFUSES(kr_guid_from_string_simple_ascii);
+    REFUSES(kr_guid_from_string_shortest);
+    REFUSES(kr_guid_from_string_shortest_ascii);
+    REFUSES(kr_guid_from_string_braced);
+    REFUSES(kr_guid_from_string_braced_ascii);
+    REFUSES(kr_guid_to_string_shortest);
+    REFUSES(kr_guid_to_serial);
+    REFUSES(kr_string_to_ipv4);
+    REFUSES(kr_string_hoststr_to_ipv4);
+    REFUSES(kr_string_ipv4_to_hoststr);
+    // Where the runtime converts, null is unexpected behaviour.
+    REFUSES(kr_string_to_ui64_a_generic, {}, {1});
+    REFUSES(kr_string_to_ui64_w_generic, {}, {1});
+    REFUSES(kr_string_to_si64_a_generic, {1, 2});
+    REFUSES(kr_string_to_ui16_w, {}, {1});
+    REFUSES(kr_string_to_ui16_a, {}, {1});
+    REFUSES(kr_string_to_ui32_w, {}, {1});
+    REFUSES(kr_string_to_ui32_a, {}, {1});
+    REFUSES(kr_string_to_si32_a, {}, {1});
+    REFUSES(kr_string_hexstr_to_ui32_a, {}, {1});
+    REFUSES(kr_string_to_si64_w, {}, {1});
+    REFUSES(kr_string_to_ui64_w, {}, {1});
+    REFUSES(kr_string_to_si64_a, {}, {1});
+    REFUSES(kr_string_from_si64_w, {}, {2});
+    REFUSES(kr_string_from_ui64_w, {}, {2});
+    REFUSES(kr_string_from_si64_a, {}, {2});
+    REFUSES(kr_string_from_ui64_a_generic);
+    REFUSES(kr_array_string_new);
+    REFUSES(kr_array_string_add);
+    REFUSES(kr_array_string_remove);
+    REFUSES(kr_array_string_remove_value);
+    REFUSES(kr_array_string_copy);
+    REFUSES(kr_array_string_free);
+    // As the runtime's copies: a null source empties the destination.
+    REFUSES(kr_string_copy_s, {3});
+    REFUSES(kr_string_copy_s_generic);
+    REFUSES(kr_string_cat_s, {3});
+    REFUSES(kr_string_cat_s_generic);
+    REFUSES(kr_string_compare);
+    REFUSES(kr_string_compare_generic);
+    REFUSES(kr_string_compare_nocase);
+    REFUSES(kr_string_compare_nocase_generic);
+    REFUSES(kr_string_compare_n);
+    REFUSES(kr_string_compare_n_nocase);
+    REFUSES(kr_string_compare_n_nocase_generic);
+    REFUSES(kr_string_dup);
+    REFUSES(kr_string_dup_n);
+    REFUSES(kr_string_concat2);
+    REFUSES(kr_string_concat3);
+    REFUSES(kr_string_concat5);
+}
+
+TEST(NullArguments, AreRefusedBySettings) {
+    captured_log log;
+    REFUSES(kr_settings_domain_exists, {1}); // there is none of that name
+    REFUSES(kr_settings_domain_open);
+    REFUSES(kr_settings_domain_close);
+    REFUSES(kr_settings_domain_delete);
+    REFUSES(kr_settings_group_exists, {2}); // there is none of that name
+    REFUSES(kr_settings_group_open);
+    REFUSES(kr_settings_group_close);
+    REFUSES(kr_settings_group_delete);
+    REFUSES(kr_settings_enum_groups);
+    REFUSES(kr_settings_enum_entries);
+    REFUSES(kr_settings_get_string);
+    REFUSES(kr_settings_get_string_alloc);
+    REFUSES(kr_settings_set_string);
+    REFUSES(kr_settings_delete_entry);
+    REFUSES(kr_settings_parse_multi_string);
+    REFUSES(kr_settings_compose_multi_string);
+    REFUSES(kr_settings_get_multi_string);
+    REFUSES(kr_settings_set_multi_string);
+    REFUSES(kr_settings_get_signed_int);
+    REFUSES(kr_settings_set_signed_int);
+    REFUSES(kr_settings_get_unsigned_int);
+    REFUSES(kr_settings_set_unsigned_int);
+    REFUSES(kr_settings_get_UINT64);
+    REFUSES(kr_settings_set_UINT64);
+    REFUSES(kr_settings_get_INT64);
+    REFUSES(kr_settings_set_INT64);
+    REFUSES(kr_settings_get_UINT8);
+    REFUSES(kr_settings_set_UINT8);
+    REFUSES(kr_settings_get_INT8);
+    REFUSES(kr_settings_set_INT8);
+    REFUSES(kr_settings_get_UINT16);
+    REFUSES(kr_settings_set_UINT16);
+    REFUSES(kr_settings_get_INT16);
+    REFUSES(kr_settings_set_INT16);
+    REFUSES(kr_settings_get_UINT32);
+    REFUSES(kr_settings_set_UINT32);
+    REFUSES(kr_settings_get_INT32);
+    REFUSES(kr_settings_set_INT32);
+    REFUSES(kr_settings_get_BOOL);
+    REFUSES(kr_settings_set_BOOL);
+    REFUSES(kr_settings_get_relative_time);
+    static constexpr kr_time second = {.unit = 0, .count = 1, .relative = 1};
+    REFUSES(kr_settings_set_relative_time, {}, {}, {nullptr, usual<const kr_char*>(), &second});
+    REFUSES(kr_settings_get_ip_address);
+    REFUSES(kr_settings_set_ip_address);
+    REFUSES(kr_settings_get_ip_subnet);
+    REFUSES(kr_settings_set_ip_subnet);
+    REFUSES(kr_settings_get_guid);
+    REFUSES(kr_settings_set_guid);
+}
+
+TEST(NullArguments, AreRefusedByFormatting) {
+    captured_log log;
+    REFUSES(kr_printf_format_parse_flags);
+    REFUSES(kr_printf_format_parse_width);
+    REFUSES(kr_printf_format_parse_precision);
+    REFUSES(kr_printf_format_parse_size_mod);
+    REFUSES(kr_printf_format_pointer);
+    REFUSES(kr_printf_format_kr_pointer);
+    REFUSES(kr_printf_format_sguid);
+    REFUSES(kr_printf_format_ipv4);
+    REFUSES(kr_printf_format_sr);
+    REFUSES(kr_printf_format_tr_descr);
+    REFUSES(kr_printf_format_uint);
+    REFUSES(kr_printf_format_uint_internal);
+    REFUSES(kr_printf_format_sint);
+    REFUSES(kr_printf_format_string);
+    REFUSES(kr_printf_format_ustring);
+    REFUSES(kr_printf_format_char);
+    EXPECT_EQ(with_list([](va_list a) { return kr_printf_format(nullptr, 0, nullptr, a, nullptr); }),
+              invalid);
+    EXPECT_EQ(with_list([](va_list a) {
+                  size_t size = 0;
+                  return kr_printf_get_required_buffer_size(nullptr, a, &size);
+              }),
+              invalid);
+    EXPECT_EQ(with_list([](va_list a) { return kr_string_format_va(nullptr, 1, "", a); }), invalid);
+    EXPECT_EQ(kr_printf_format2(nullptr, 0, nullptr, nullptr), invalid);
+    EXPECT_EQ(kr_printf_format2_checked(nullptr, 0, nullptr, "%_r", static_cast<kr_result*>(nullptr)),
+              invalid);
+    EXPECT_EQ(kr_string_format(nullptr, 1, "%u", 1u), invalid);
+    EXPECT_EQ(kr_string_format_checked(nullptr, 1, "%u", 1u), invalid);
+}
+
+} // namespace
