@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <optional>
 
 #include "base/text/short_text.h"
 #include "base/text/wide_string.h"
@@ -75,11 +74,11 @@ public:
             kr_thread_context_query() == 0) {
             return;
         }
-        guard_.emplace(output.lock);
+        EnterCriticalSection(kr::detail::section_of(&output.lock));
         label_ = &label_of(thread_id_);
         if (label_->muted) {
             label_ = nullptr;
-            guard_.reset();
+            LeaveCriticalSection(kr::detail::section_of(&output.lock));
             return;
         }
         inside.store(thread_id_, std::memory_order_relaxed);
@@ -89,6 +88,7 @@ public:
     ~log_visit() {
         if (admitted()) {
             inside.store(0, std::memory_order_relaxed);
+            LeaveCriticalSection(kr::detail::section_of(&output.lock));
         }
     }
 
@@ -98,7 +98,7 @@ public:
 
 private:
     u32 thread_id_;
-    std::optional<kr::detail::mutex_guard> guard_;
+    /// Set while the lock is held.
     const thread_label* label_ = nullptr;
 };
 
