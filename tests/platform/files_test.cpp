@@ -5,21 +5,26 @@ namespace {
 
 using namespace kr::test;
 
+constexpr DWORD all = FILE_SHARE_READ | FILE_SHARE_WRITE;
+
 class Files : public testing::Test {
 protected:
-    void SetUp() override { ASSERT_TRUE(CreateDirectoryW(root.c_str(), nullptr)); }
-    void TearDown() override {
-        DeleteFileW(path.c_str());
-        EXPECT_TRUE(RemoveDirectoryW(root.c_str()));
-    }
+    void SetUp() override { ASSERT_TRUE(create_directory(native_path(root))); }
+    void TearDown() override { remove_all(native_path(root)); }
 
-    [[nodiscard]] HANDLE open(DWORD access, DWORD sharing, DWORD disposition, DWORD attributes = 0) const {
-        return CreateFileW(path.c_str(), access, sharing, nullptr, disposition, attributes, nullptr);
+    [[nodiscard]] static HANDLE open(const wide& name, DWORD access, DWORD sharing, DWORD disposition) {
+        return CreateFileW(name.c_str(), access, sharing, nullptr, disposition, 0, nullptr);
     }
-    /// Opens, closes, and gives the error number of a failure.
-    static DWORD open_error(const wide& name, DWORD access, DWORD disposition) {
-        HANDLE file = CreateFileW(name.c_str(), access, FILE_SHARE_READ, nullptr, disposition, 0, nullptr);
-        return file == INVALID_HANDLE_VALUE ? GetLastError() : (CloseHandle(file), 0);
+    /// The last error of an open, which is closed again; 1000 more when it failed.
+    static DWORD open_error(const wide& name, DWORD access, DWORD sharing, DWORD disposition,
+                            const char* bytes = "") {
+        SetLastError(77);
+        const HANDLE file = open(name, access, sharing, disposition);
+        const DWORD error = GetLastError();
+        if (file == INVALID_HANDLE_VALUE) { return 1000 + error; }
+        if (*bytes != '\0') { write(file, bytes); }
+        EXPECT_TRUE(CloseHandle(file));
+        return error;
     }
     static void write(HANDLE file, const char* bytes) {
         const DWORD size = static_cast<DWORD>(std::strlen(bytes));
@@ -32,62 +37,67 @@ protected:
     const wide path = root + KR_TEXT("\\file.txt");
 };
 
-TEST_F(Files, EveryDispositionKeepsItsPromise) {
-    EXPECT_EQ(open_error(path, GENERIC_WRITE, TRUNCATE_EXISTING), 2u);
-    EXPECT_EQ(open_error(path, GENERIC_WRITE, CREATE_NEW), 0u);
-    EXPECT_EQ(open_error(path, GENERIC_WRITE, CREATE_NEW), 80u);
-    EXPECT_EQ(open_error(path, GENERIC_WRITE, 6), 87u);
-    HANDLE file = open(GENERIC_WRITE, 0, OPEN_ALWAYS);
-    EXPECT_EQ(GetLastError(), 183u);
-    write(file, "0123456789");
-    CloseHandle(file);
-    EXPECT_EQ(open_error(path, GENERIC_WRITE, OPEN_EXISTING), 0u);
-    EXPECT_EQ(read_file(path), "0123456789");
-    file = open(GENERIC_READ | GENERIC_WRITE, 0, CREATE_ALWAYS);
-    EXPECT_EQ(GetLastError(), 183u);
-    CloseHandle(file);
-    EXPECT_EQ(read_file(path), "");
-}
-
-TEST_F(Files, NamesWhatIsWrongWithAPath) {
-    EXPECT_EQ(open_error(path, GENERIC_READ, OPEN_EXISTING), 2u);
-    EXPECT_EQ(open_error(root + KR_TEXT("\\none\\file"), GENERIC_READ, OPEN_EXISTING), 3u);
-    EXPECT_EQ(open_error(root, GENERIC_READ, OPEN_EXISTING), 5u);
-    EXPECT_EQ(open_error(root + KR_TEXT("\\a<b"), GENERIC_READ, OPEN_EXISTING), 123u);
-    EXPECT_EQ(open_error(wide(), GENERIC_READ, OPEN_EXISTING), 3u);
+TEST_F(Files, EveryDispositionKeepsItsPromiseAndNamesWhatIsWrong) {
+    const struct {
+        int line;
+        wide name;
+        DWORD access, disposition, error;
+        const char* bytes = "";
+        const char* content = "no such file";
+    } rows[] = {
+        {__LINE__, path, GENERIC_READ, OPEN_EXISTING, 1002},
+        {__LINE__, path, GENERIC_WRITE, TRUNCATE_EXISTING, 1002},
+        {__LINE__, path, GENERIC_WRITE, 6, 1087},
+        {__LINE__, path, FILE_APPEND_DATA, OPEN_ALWAYS, 0, "", ""},
+        {__LINE__, path, GENERIC_WRITE, CREATE_NEW, 1080, "", ""},
+        {__LINE__, path, GENERIC_WRITE, OPEN_ALWAYS, 183, "0123456789", "0123456789"},
+        {__LINE__, path + KR_TEXT(". ."), GENERIC_WRITE, OPEN_EXISTING, 0, "x", "x123456789"},
+        {__LINE__, path, GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS, 183, "y", "y"},
+        {__LINE__, path, GENERIC_WRITE, TRUNCATE_EXISTING, 0, "", ""},
+        {__LINE__, root + KR_TEXT("\\none\\file"), GENERIC_READ, OPEN_EXISTING, 1003},
+        {__LINE__, root + KR_TEXT("\\a<b"), GENERIC_READ, OPEN_EXISTING, 1123},
+        {__LINE__, root, GENERIC_READ, OPEN_EXISTING, 1005},
+        {__LINE__, {}, GENERIC_READ, OPEN_EXISTING, 1003},
+    };
+    for (const auto& r : rows) {
+        EXPECT_EQ(open_error(r.name, r.access, all, r.disposition, r.bytes), r.error) << r.line;
+        if (r.name.starts_with(path)) { EXPECT_EQ(read_file(path), r.content) << r.line; }
+    }
+    EXPECT_TRUE(DeleteFileW(path.c_str()));
     EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 2u);
     EXPECT_EQ(error_of(DeleteFileW(root.c_str())), 5u);
-    EXPECT_EQ(error_of(CreateDirectoryW(root.c_str(), nullptr)), 183u);
-    EXPECT_EQ(error_of(CreateDirectoryW((root + KR_TEXT("\\none\\folder")).c_str(), nullptr)), 3u);
-    EXPECT_EQ(error_of(RemoveDirectoryW((root + KR_TEXT("\\none")).c_str())), 2u);
 }
 
 TEST_F(Files, SharingExcludesOtherHandles) {
-    constexpr DWORD all = FILE_SHARE_READ | FILE_SHARE_WRITE;
     const struct {
         int line;
         DWORD access, sharing, second_access, second_sharing, error;
     } rows[] = {
-        {__LINE__, GENERIC_WRITE, 0, GENERIC_READ, all, 32},
-        {__LINE__, GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, all, 32},
+        {__LINE__, GENERIC_WRITE, 0, GENERIC_READ, all, 1032},
+        {__LINE__, GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, all, 1032},
+        {__LINE__, GENERIC_READ, all, DELETE, all, 1032},
+        {__LINE__, DELETE, all, FILE_APPEND_DATA, all, 1032},
+        {__LINE__, DELETE, all, GENERIC_READ, all | FILE_SHARE_DELETE, 0},
         {__LINE__, FILE_APPEND_DATA, all, FILE_APPEND_DATA, all, 0},
-        {__LINE__, FILE_APPEND_DATA, all, GENERIC_READ, FILE_SHARE_READ, 32},
+        {__LINE__, FILE_APPEND_DATA, all, GENERIC_READ, FILE_SHARE_READ, 1032},
+        // A handle that neither reads nor writes nor deletes is nobody's concern.
+        {__LINE__, 0, 0, GENERIC_WRITE, 0, 0},
+        {__LINE__, GENERIC_WRITE, 0, 0, 0, 0},
     };
-    CloseHandle(open(GENERIC_WRITE, 0, CREATE_NEW));
+    EXPECT_EQ(open_error(path, GENERIC_WRITE, 0, CREATE_NEW), 0u);
     for (const auto& r : rows) {
-        HANDLE first = open(r.access, r.sharing, OPEN_EXISTING);
-        HANDLE second = open(r.second_access, r.second_sharing, OPEN_EXISTING);
-        EXPECT_EQ(second == INVALID_HANDLE_VALUE ? GetLastError() : (CloseHandle(second), 0), r.error)
-            << r.line;
-        EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 32u) << r.line;
-        CloseHandle(first);
+        const HANDLE first = open(path, r.access, r.sharing, OPEN_EXISTING);
+        EXPECT_EQ(open_error(path, r.second_access, r.second_sharing, OPEN_EXISTING), r.error) << r.line;
+        EXPECT_TRUE(CloseHandle(first)) << r.line;
     }
+    const HANDLE reader = open(path, GENERIC_READ, all, OPEN_EXISTING);
+    EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 32u);
+    CloseHandle(reader);
 }
 
 TEST_F(Files, AppendingWritesAtTheEndWhateverHappensBetween) {
-    HANDLE one = open(FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS);
-    EXPECT_EQ(GetLastError(), 0u);
-    HANDLE two = open(FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING);
+    const HANDLE one = open(path, FILE_APPEND_DATA, all, OPEN_ALWAYS);
+    const HANDLE two = open(path, FILE_APPEND_DATA, all, OPEN_EXISTING);
     write(one, "a\n");
     write(two, "b\n");
     write(one, "c");
@@ -97,33 +107,25 @@ TEST_F(Files, AppendingWritesAtTheEndWhateverHappensBetween) {
 }
 
 TEST_F(Files, HandlesAndAttributesAllowWhatTheySay) {
-    char byte = 0;
     DWORD count = 99;
-    HANDLE file = open(GENERIC_WRITE, 0, CREATE_NEW, FILE_ATTRIBUTE_READONLY);
-    write(file, "0123456789");
-    EXPECT_EQ(error_of(ReadFile(file, &byte, 1, &count, nullptr)), 5u);
+    HANDLE file = open(path, GENERIC_WRITE, 0, CREATE_NEW);
     EXPECT_TRUE(CloseHandle(file));
     EXPECT_EQ(error_of(CloseHandle(file)), 6u);
     EXPECT_EQ(error_of(WriteFile(file, "x", 1, &count, nullptr)), 6u);
-    EXPECT_EQ(error_of(ReadFile(file, &byte, 1, &count, nullptr)), 6u);
-    file = open(GENERIC_READ, 0, OPEN_EXISTING);
+    set_read_only(path, true);
+    EXPECT_EQ(open_error(path, FILE_APPEND_DATA, 0, OPEN_ALWAYS), 1005u) << "whoever runs the test";
+    EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 5u);
+    file = open(path, GENERIC_READ, 0, OPEN_EXISTING);
     EXPECT_EQ(error_of(WriteFile(file, "x", 1, &count, nullptr)), 5u);
     CloseHandle(file);
-    EXPECT_EQ(read_file(path), "0123456789");
-    EXPECT_NE(GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY, 0u);
-    EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 5u);
-    EXPECT_TRUE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL));
+    set_read_only(path, false);
     EXPECT_TRUE(DeleteFileW(path.c_str()));
-    EXPECT_EQ(error_of(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL)), 2u);
-    EXPECT_EQ(GetFileAttributesW(path.c_str()), DWORD{INVALID_FILE_ATTRIBUTES});
-    EXPECT_EQ(GetFileAttributesW(root.c_str()) & FILE_ATTRIBUTE_DIRECTORY, DWORD{FILE_ATTRIBUTE_DIRECTORY});
 }
 
 TEST(SystemFolder, ExistsAndHasADriversFolder) {
     kr_char folder[MAX_PATH];
     ASSERT_EQ(SHGetFolderPathW(nullptr, CSIDL_SYSTEM, nullptr, SHGFP_TYPE_CURRENT, folder), S_OK);
-    EXPECT_NE(GetFileAttributesW((folder + wide(KR_TEXT("\\drivers"))).c_str()) & FILE_ATTRIBUTE_DIRECTORY,
-              0u);
+    EXPECT_TRUE(is_directory(native_path(folder + wide(KR_TEXT("\\drivers")))));
     EXPECT_EQ(_wcsicmp(folder, KR_TEXT("C:\\Windows\\System32")), 0);
 }
 

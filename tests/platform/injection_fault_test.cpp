@@ -1,6 +1,5 @@
 /// Injected faults, recorded calls, and the parts of the stand-in's world that only it has.
-#include "platform/host/fault.h"
-#include "platform/host/world.h"
+#include "support/host/world.h"
 #include "support/system.h"
 
 #include <thread>
@@ -9,15 +8,6 @@ namespace {
 
 using namespace kr::host;
 using namespace kr::test;
-
-class World : public testing::Test {
-protected:
-    void SetUp() override { reset_world(); }
-    void TearDown() override {
-        reset_world();
-        clear_resources();
-    }
-};
 
 LSTATUS delete_value() { return RegDeleteValueW(HKEY_CURRENT_USER, u"none"); }
 
@@ -74,21 +64,31 @@ TEST_F(World, ARecorderKeepsNamesAndArgumentsInOrder) {
 }
 
 TEST_F(World, DrivePathsIgnoreLetterCaseAndStayBelowTheirRoot) {
-    ASSERT_TRUE(CreateDirectoryW(u"C:\\Some \u00C4", nullptr));
-    CloseHandle(CreateFileW(u"C:\\some \u00E4\\File.TXT", GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                            FILE_ATTRIBUTE_READONLY, nullptr));
+    const std::filesystem::path folder = kr::test::native_path(u"C:\\Some \u00C4");
+    ASSERT_TRUE(create_directory(folder));
+    CloseHandle(CreateFileW(u"C:\\some \u00E4\\File.TXT", GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
     for (const WCHAR* same : {u"c:/SOME \u00C4/file.txt", u"\\\\?\\C:\\Some \u00E4\\FILE.txt",
                               u"\\??\\C:\\..\\..\\Some \u00E4\\.\\x\\..\\file.txt"}) {
-        EXPECT_EQ(GetFileAttributesW(same), FILE_ATTRIBUTE_READONLY) << to_utf8(same);
+        EXPECT_EQ(kr::host::native_path(same), (folder / "File.TXT").string());
     }
-    EXPECT_EQ(
-        CreateFileW(u"C:\\Some \u00E4\\file.txt", FILE_APPEND_DATA, 0, nullptr, OPEN_ALWAYS, 0, nullptr),
-        INVALID_HANDLE_VALUE);
-    EXPECT_EQ(GetLastError(), 5u) << "whoever runs the test";
-    SetFileAttributesW(u"C:\\Some \u00E4\\File.txt", FILE_ATTRIBUTE_NORMAL);
-    EXPECT_EQ(error_of(RemoveDirectoryW(u"C:\\Some \u00E4")), 145u);
-    EXPECT_TRUE(DeleteFileW(u"C:\\Some \u00E4\\File.txt"));
-    EXPECT_TRUE(RemoveDirectoryW(u"C:\\Some \u00E4"));
+    remove_all(folder);
+}
+
+TEST_F(World, NamesResolveFromItsTableBothWays) {
+    add_host_name("two.test", {0x0A000001, 0x0A000002});
+    add_host_name("later.test", {0x0A000002});
+    WSADATA data;
+    ASSERT_EQ(WSAStartup(MAKEWORD(2, 2), &data), 0);
+    const hostent* const two = gethostbyname("TWO.test");
+    ASSERT_NE(two, nullptr);
+    const u32 second = htonl(0x0A000002);
+    EXPECT_EQ(std::memcmp(two->h_addr_list[1], &second, two->h_length), 0);
+    EXPECT_EQ(two->h_addr_list[2], nullptr);
+    EXPECT_STREQ(gethostbyaddr(reinterpret_cast<const char*>(&second), 4, AF_INET)->h_name, "two.test");
+    reset_host_names();
+    EXPECT_EQ(gethostbyname("two.test"), nullptr);
+    EXPECT_EQ(WSAGetLastError(), 11001);
+    EXPECT_EQ(WSACleanup(), 0);
 }
 
 TEST_F(World, ResourcesAreFoundByTypeAndNameUntilTheyGo) {
@@ -123,7 +123,7 @@ TEST_F(World, TheInvalidParameterHandlerIsCalledAndGivenBack) {
     EXPECT_EQ(handler_calls, 3u);
 }
 
-struct late_note : kr::test::pinned {
+struct late_note : pinned {
     std::atomic<bool>* target = nullptr;
     ~late_note() {
         Sleep(20);

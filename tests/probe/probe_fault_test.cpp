@@ -201,8 +201,8 @@ const fault_row fault_rows[] = {
      load + "Unable to create driver service, error code = 1072"},
     {__LINE__, {"StartServiceW", 577}, not_started, not_supported},
     {__LINE__, {"StartServiceW", 1450}, not_started, load + "Unable to start the driver, error code = 1450"},
-    // Loaded for good: service and file stay until the system restarts, and the verdict stands.
-    {__LINE__, {"ControlService", 1061}, {0, whole_cleanup, loaded.messages, 1, whole, {u"krdummy"}}},
+    // Loaded for good: the service stays until the system restarts, and the verdict stands.
+    {__LINE__, {"ControlService", 1061}, {0, whole_cleanup, loaded.messages, 1, -1, {u"krdummy"}}},
     {__LINE__, {"DeleteService", 5}, {0, whole_cleanup, loaded.messages, 1, -1, {u"krdummy"}}},
     {__LINE__, {"CloseServiceHandle", 6, 2}, loaded},
     {__LINE__, {"RegCreateKeyExW", 5}, {1, "file stop delete service manager erase", stores_nothing},

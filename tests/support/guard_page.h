@@ -39,4 +39,17 @@ private:
     u8* pages_;
 };
 
+/// Calls `check(text, length)` for every length below `limit`, twice: the text, `length` times `unit`
+/// and a terminator, begins with the first byte that can be read, and ends with the last one.
+template <typename Char, typename Check>
+void at_page_edges(std::size_t limit, Char unit, Check check) {
+    const guarded_page page;
+    for (std::size_t length = 0; length < limit; ++length) {
+        SCOPED_TRACE(length);
+        const std::basic_string<Char> text(length, unit);
+        check(page.put_first(text.c_str(), length + 1), length);
+        check(page.put_last(text.c_str(), length + 1), length);
+    }
+}
+
 } // namespace kr::test

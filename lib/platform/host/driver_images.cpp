@@ -66,7 +66,7 @@ bool has_signature_block(std::span<const u8> image, std::size_t optional_header)
 
 } // namespace
 
-DWORD check_driver_image(const std::string& path, driver_image* image) {
+DWORD check_driver_image(const std::string& path) {
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) {
         return error_from_errno(errno, path);
@@ -83,11 +83,7 @@ DWORD check_driver_image(const std::string& path, driver_image* image) {
     if (optional_header == 0) {
         return ERROR_BAD_EXE_FORMAT;
     }
-    if (!has_signature_block(bytes, optional_header)) {
-        return ERROR_INVALID_IMAGE_HASH;
-    }
-    *image = {status.st_dev, status.st_ino};
-    return NO_ERROR;
+    return has_signature_block(bytes, optional_header) ? NO_ERROR : ERROR_INVALID_IMAGE_HASH;
 }
 
 } // namespace kr::host::detail

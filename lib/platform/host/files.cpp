@@ -1,4 +1,4 @@
-/// Opening, writing, reading and closing files.
+/// Opening, writing, closing and deleting files.
 #include "platform/host/files.h"
 
 #include "platform/host/descriptors.h"
@@ -23,13 +23,25 @@ constexpr bool wants_write(DWORD access) {
     return (access & (WRITES | FILE_APPEND_DATA)) != 0;
 }
 
-/// 32 when the file is open in a way that excludes the new access, or the other way round.
-bool sharing_allows(const open_file& old, DWORD access, DWORD sharing) {
-    const auto excluded = [](DWORD wanted, DWORD shared) {
-        return ((wanted & READS) != 0 && (shared & FILE_SHARE_READ) == 0) ||
-               (wants_write(wanted) && (shared & FILE_SHARE_WRITE) == 0);
-    };
-    return !excluded(access, old.sharing) && !excluded(old.access, sharing);
+/// What the other handles of the file have to share. Nothing for a handle that neither reads nor
+/// writes nor deletes: sharing does not concern it.
+constexpr DWORD needed_sharing(DWORD access) {
+    return ((access & READS) != 0 ? FILE_SHARE_READ : 0) |
+           (wants_write(access) ? FILE_SHARE_WRITE : 0) |
+           ((access & DELETE) != 0 ? FILE_SHARE_DELETE : 0);
+}
+
+/// Whether an open handle of the file excludes the new access, or the other way round. With the
+/// lock of the open files held.
+bool is_excluded(const struct stat& status, DWORD access, DWORD sharing) {
+    const DWORD needed = needed_sharing(access);
+    return needed != 0 && std::ranges::any_of(files().by_descriptor, [&](const auto& entry) {
+               const open_file& other = entry.second;
+               const DWORD others_need = needed_sharing(other.access);
+               return other.device == status.st_dev && other.inode == status.st_ino &&
+                      others_need != 0 &&
+                      ((needed & ~other.sharing) != 0 || (others_need & ~sharing) != 0);
+           });
 }
 
 int open_flags(DWORD access, DWORD disposition) {
@@ -69,11 +81,8 @@ DWORD admit(int descriptor, const char* path, DWORD access, DWORD sharing, bool 
     }
     const std::lock_guard hold(files().lock);
     if (S_ISREG(status.st_mode)) {
-        for (const auto& [number, file] : files().by_descriptor) {
-            if (file.device == status.st_dev && file.inode == status.st_ino &&
-                !sharing_allows(file, access, sharing)) {
-                return ERROR_SHARING_VIOLATION;
-            }
+        if (is_excluded(status, access, sharing)) {
+            return ERROR_SHARING_VIOLATION;
         }
         if (truncate && ftruncate(descriptor, 0) != 0) {
             return error_from_errno(errno);
@@ -88,7 +97,7 @@ DWORD admit(int descriptor, const char* path, DWORD access, DWORD sharing, bool 
 } // namespace
 
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD sharing, SECURITY_ATTRIBUTES*,
-                   DWORD disposition, DWORD attributes, HANDLE) {
+                   DWORD disposition, DWORD, HANDLE) {
     if (injected_failure(__func__, text_argument, path)) {
         return INVALID_HANDLE_VALUE;
     }
@@ -108,8 +117,7 @@ HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD sharing, SECURITY_ATTR
     }
     // Emptying an existing file needs the right to write, whatever was asked for.
     const DWORD opened_for = truncate && !wants_write(access) ? access | FILE_WRITE_DATA : access;
-    const mode_t mode = (attributes & FILE_ATTRIBUTE_READONLY) != 0 ? 0444 : 0666;
-    const int descriptor = open(native->c_str(), open_flags(opened_for, disposition), mode);
+    const int descriptor = open(native->c_str(), open_flags(opened_for, disposition), 0666);
     if (descriptor < 0) {
         return fail(error_from_errno(errno, *native), INVALID_HANDLE_VALUE);
     }
@@ -119,9 +127,8 @@ HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD sharing, SECURITY_ATTR
         close(descriptor);
         return fail(refused, INVALID_HANDLE_VALUE);
     }
-    if (disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS) {
-        SetLastError(existed ? ERROR_ALREADY_EXISTS : NO_ERROR);
-    }
+    const bool may_create = disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS;
+    SetLastError(existed && may_create ? ERROR_ALREADY_EXISTS : NO_ERROR);
     return handle_of(descriptor);
 }
 
@@ -153,27 +160,6 @@ BOOL WriteFile(HANDLE file, const void* data, DWORD size_bytes, DWORD* written, 
     return TRUE;
 }
 
-BOOL ReadFile(HANDLE file, void* buffer, DWORD size_bytes, DWORD* read_bytes, OVERLAPPED*) {
-    if (injected_failure(__func__, file_argument, file)) {
-        return FALSE;
-    }
-    const open_descriptor source = descriptor_of(file);
-    if ((source.flags & READABLE) == 0) {
-        return fail(source.flags == 0 ? ERROR_INVALID_HANDLE : ERROR_ACCESS_DENIED);
-    }
-    ssize_t count = 0;
-    do {
-        count = read(source.number, buffer, size_bytes);
-    } while (count < 0 && errno == EINTR);
-    if (count < 0) {
-        return fail(error_from_errno(errno));
-    }
-    if (read_bytes != nullptr) {
-        *read_bytes = static_cast<DWORD>(count);
-    }
-    return TRUE;
-}
-
 BOOL CloseHandle(HANDLE handle) {
     const auto argument = [&] {
         return is_thread_handle(handle) ? std::string("thread") : file_argument(handle);
@@ -196,4 +182,26 @@ BOOL CloseHandle(HANDLE handle) {
     files().by_descriptor.erase(file.number);
     close(file.number);
     return TRUE;
+}
+
+BOOL DeleteFileW(const WCHAR* path) {
+    if (injected_failure(__func__, text_argument, path)) {
+        return FALSE;
+    }
+    const std::optional<std::string> native = host_path(path);
+    if (!native) {
+        return FALSE;
+    }
+    struct stat status {};
+    if (lstat(native->c_str(), &status) != 0) {
+        return fail(error_from_errno(errno, *native));
+    }
+    if (S_ISDIR(status.st_mode) || is_read_only(status)) {
+        return fail(ERROR_ACCESS_DENIED);
+    }
+    const std::lock_guard hold(files().lock);
+    if (is_excluded(status, DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE)) {
+        return fail(ERROR_SHARING_VIOLATION);
+    }
+    return unlink(native->c_str()) == 0 ? TRUE : fail(error_from_errno(errno, *native));
 }

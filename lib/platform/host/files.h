@@ -3,7 +3,8 @@
 /// Drive paths (`C:\a\b`, also behind `\\?\` or `\??\`) are found below the folder that the
 /// environment variable KR_HOST_ROOT names, in a folder per drive; when it is not set, below a
 /// fresh temporary folder that goes away with the process. There letter case is ignored, as on
-/// Windows. Other paths are used as they are, with '\' read as '/'.
+/// Windows. Other paths are used as they are, with '\' read as '/'. Dots and blanks at the end of
+/// a name count for nothing, except behind a prefix.
 #pragma once
 
 #include "platform/host/win_types.h"
@@ -13,6 +14,7 @@ inline constexpr DWORD GENERIC_WRITE = 0x40000000;
 inline constexpr DWORD FILE_READ_DATA = 0x0001;
 inline constexpr DWORD FILE_WRITE_DATA = 0x0002;
 inline constexpr DWORD FILE_APPEND_DATA = 0x0004;
+inline constexpr DWORD DELETE = 0x10000;
 inline constexpr DWORD FILE_SHARE_READ = 0x1;
 inline constexpr DWORD FILE_SHARE_WRITE = 0x2;
 inline constexpr DWORD FILE_SHARE_DELETE = 0x4;
@@ -21,37 +23,25 @@ inline constexpr DWORD CREATE_ALWAYS = 2;
 inline constexpr DWORD OPEN_EXISTING = 3;
 inline constexpr DWORD OPEN_ALWAYS = 4;
 inline constexpr DWORD TRUNCATE_EXISTING = 5;
-inline constexpr DWORD FILE_ATTRIBUTE_READONLY = 0x01;
-inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
 inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
-inline constexpr DWORD INVALID_FILE_ATTRIBUTES = 0xFFFFFFFF;
 
 /// Opens or creates a file. Rights other than the ones above, attributes and flags are accepted
-/// and have no effect, except that FILE_ATTRIBUTE_READONLY makes a new file read-only. Access
-/// with FILE_APPEND_DATA and without FILE_WRITE_DATA or GENERIC_WRITE writes at the end always.
-/// INVALID_HANDLE_VALUE and 2, 3, 5, 32, 80, 87, 112, 123, 206 or 4; CREATE_ALWAYS and
-/// OPEN_ALWAYS set 183 with success when the file was there.
+/// and have no effect. Access with FILE_APPEND_DATA and without FILE_WRITE_DATA or GENERIC_WRITE
+/// writes at the end always. A handle without any right to read, write or delete neither excludes
+/// others nor is excluded. INVALID_HANDLE_VALUE and 2, 3, 5, 32, 80, 87, 112, 123, 206 or 4.
+/// Success sets the last error to 0, CREATE_ALWAYS and OPEN_ALWAYS to 183 when the file was there.
 HANDLE CreateFileW(const WCHAR* path, DWORD access, DWORD sharing, SECURITY_ATTRIBUTES* security,
                    DWORD disposition, DWORD attributes, HANDLE template_file);
 /// Writes all bytes, or fails with 5 (not opened for writing), 6, 112, 232 or 1117; `written` then
 /// holds what was written before the failure.
 BOOL WriteFile(HANDLE file, const void* data, DWORD size_bytes, DWORD* written,
                OVERLAPPED* overlapped);
-/// Reads up to `size_bytes`; 0 bytes at the end of the file.
-BOOL ReadFile(HANDLE file, void* buffer, DWORD size_bytes, DWORD* read, OVERLAPPED* overlapped);
 /// Releases a handle of a file or of a thread; 6 when it is neither.
 BOOL CloseHandle(HANDLE handle);
 
-/// 2 and 3 when missing, 5 for a directory, a read-only file or the image of a loaded driver, 32
-/// while a handle that does not share deletion is open.
+/// 2 and 3 when missing, 5 for a directory or a read-only file, 32 while a handle is open that does
+/// not share deletion.
 BOOL DeleteFileW(const WCHAR* path);
-DWORD GetFileAttributesW(const WCHAR* path);
-BOOL SetFileAttributesW(const WCHAR* path, DWORD attributes);
-BOOL CreateDirectoryW(const WCHAR* path, SECURITY_ATTRIBUTES* security);
-BOOL RemoveDirectoryW(const WCHAR* path);
-/// The temporary folder with a separator at its end. Returns the length without the terminator,
-/// or the room needed with it when `room_chars` is too small.
-DWORD GetTempPathW(DWORD room_chars, WCHAR* buffer);
 
 inline constexpr DWORD STD_INPUT_HANDLE = static_cast<DWORD>(-10);
 inline constexpr DWORD STD_OUTPUT_HANDLE = static_cast<DWORD>(-11);

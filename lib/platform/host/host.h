@@ -9,6 +9,7 @@
 #include "platform/host/clock.h"
 #include "platform/host/crt.h"
 #include "platform/host/files.h"
+#include "platform/host/lock.h"
 #include "platform/host/messages.h"
 #include "platform/host/net.h"
 #include "platform/host/registry.h"

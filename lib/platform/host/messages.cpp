@@ -116,7 +116,7 @@ HANDLE RegisterEventSourceW(const WCHAR*, const WCHAR* source) {
     if (injected_failure(__func__, text_argument, source)) {
         return nullptr;
     }
-    if (source == nullptr) {
+    if (source == nullptr || *source == 0) {
         return fail(ERROR_INVALID_PARAMETER, nullptr);
     }
     return immortal<event_sources>().add(std::make_shared<event_source>(event_source{source}));

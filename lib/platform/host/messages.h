@@ -20,9 +20,8 @@ DWORD FormatMessageW(DWORD flags, const void* source, DWORD id, DWORD language, 
 /// environment variable KR_HOST_DEBUG is "stderr", else nowhere. Leaves the last error alone.
 void OutputDebugStringW(const WCHAR* text);
 
-inline constexpr WORD EVENTLOG_SUCCESS = 0;
 inline constexpr WORD EVENTLOG_INFORMATION_TYPE = 4;
-/// `server` is null; null with 87 when `source` is null.
+/// `server` is null; null with 87 when `source` is null or empty.
 HANDLE RegisterEventSourceW(const WCHAR* server, const WCHAR* source);
 /// Appends a record to the event log in memory (read through world.h).
 BOOL ReportEventW(HANDLE log, WORD type, WORD category, DWORD event_id, PSID user,

@@ -1,10 +1,13 @@
-/// Name resolution with Winsock's interface: start-up count, per-thread answers.
+/// Name resolution with Winsock's interface: start-up count, a table of names, answers per thread.
 #include "platform/host/net.h"
 
+#include "platform/host/handle_table.h"
 #include "platform/host/intercept.h"
-#include "platform/host/resolver.h"
+#include "platform/host/world.h"
 
+#include <algorithm>
 #include <cstring>
+#include <strings.h>
 
 namespace {
 
@@ -13,20 +16,39 @@ using namespace kr::host::detail;
 
 std::atomic<int> starts{0};
 
-/// The calling thread's last answer and the pointers into it.
-struct answer {
-    resolved_host host;
-    std::vector<char*> addresses;
-    char* no_aliases[1] = {nullptr};
-    hostent entry{};
+struct known_host {
+    std::string name;
+    /// In network order, as the answers have them.
+    std::vector<u32> addresses;
 };
 
-hostent* give(resolved_host host) {
-    if (host.error != 0) {
-        return fail(host.error, nullptr);
+struct host_table {
+    std::mutex lock;
+    std::vector<known_host> hosts{{"localhost", {htonl(INADDR_LOOPBACK)}}};
+};
+
+/// Fails with 10093 outside start-up and clean-up.
+bool started() {
+    return starts.load() > 0 || fail(WSANOTINITIALISED, false);
+}
+
+/// Puts the first host that `matches` into the calling thread's buffer.
+template <typename Predicate>
+hostent* answer(Predicate matches) {
+    struct buffer {
+        known_host host;
+        std::vector<char*> addresses;
+        char* no_aliases[1] = {nullptr};
+        hostent entry{};
+    };
+    thread_local buffer last;
+    auto& table = immortal<host_table>();
+    const std::lock_guard hold(table.lock);
+    const auto found = std::ranges::find_if(table.hosts, matches);
+    if (found == table.hosts.end()) {
+        return fail(WSAHOST_NOT_FOUND, nullptr);
     }
-    thread_local answer last;
-    last.host = std::move(host);
+    last.host = *found;
     last.addresses.clear();
     for (u32& address : last.host.addresses) {
         last.addresses.push_back(reinterpret_cast<char*>(&address));
@@ -35,13 +57,6 @@ hostent* give(resolved_host host) {
     last.entry = {last.host.name.data(), last.no_aliases, AF_INET, sizeof(u32),
                   last.addresses.data()};
     return &last.entry;
-}
-
-bool started() {
-    if (starts.load() > 0) {
-        return true;
-    }
-    return fail(WSANOTINITIALISED, false);
 }
 
 } // namespace
@@ -59,7 +74,7 @@ int WSAStartup(WORD version, WSADATA* data) {
 }
 
 int WSACleanup() {
-    if (!started()) {
+    if (injected_failure(__func__) || !started()) {
         return -1;
     }
     --starts;
@@ -71,13 +86,14 @@ int WSAGetLastError() {
 }
 
 hostent* gethostbyname(const char* name) {
+    if (injected_failure(__func__, [&] { return std::string(name == nullptr ? "" : name); }) ||
+        !started()) {
+        return nullptr;
+    }
     if (name == nullptr) {
         return fail(WSAEFAULT, nullptr);
     }
-    if (injected_failure(__func__, [&] { return std::string(name); }) || !started()) {
-        return nullptr;
-    }
-    return give(resolve_name(name));
+    return answer([&](const known_host& host) { return strcasecmp(host.name.c_str(), name) == 0; });
 }
 
 hostent* gethostbyaddr(const char* address, int length, int type) {
@@ -90,7 +106,27 @@ hostent* gethostbyaddr(const char* address, int length, int type) {
     if (address == nullptr || length != static_cast<int>(sizeof(u32))) {
         return fail(WSAEFAULT, nullptr);
     }
-    u32 number = 0;
-    std::memcpy(&number, address, sizeof number);
-    return give(resolve_address(number));
+    u32 wanted = 0;
+    std::memcpy(&wanted, address, sizeof wanted);
+    return answer([&](const known_host& host) {
+        return std::ranges::find(host.addresses, wanted) != host.addresses.end();
+    });
 }
+
+namespace kr::host {
+
+void add_host_name(std::string_view name, const std::vector<u32>& addresses) {
+    known_host host{std::string(name), addresses};
+    std::ranges::transform(addresses, host.addresses.begin(), htonl);
+    auto& table = immortal<host_table>();
+    const std::lock_guard hold(table.lock);
+    table.hosts.push_back(std::move(host));
+}
+
+void reset_host_names() {
+    auto& table = immortal<host_table>();
+    const std::lock_guard hold(table.lock);
+    table.hosts = host_table().hosts;
+}
+
+} // namespace kr::host

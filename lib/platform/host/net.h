@@ -1,5 +1,6 @@
-/// The stand-in's name resolution. The answers stand in a buffer of the calling thread until its
-/// next call, as with Winsock.
+/// The stand-in's name resolution: a table in memory that knows "localhost" and what world.h adds,
+/// so that nothing depends on the machine's resolver. The answers stand in a buffer of the calling
+/// thread until its next call, as with Winsock.
 #pragma once
 
 #include "platform/host/win_types.h"
@@ -25,8 +26,6 @@ inline constexpr int WSAEFAULT = 10014;
 inline constexpr int WSAEAFNOSUPPORT = 10047;
 inline constexpr int WSANOTINITIALISED = 10093;
 inline constexpr int WSAHOST_NOT_FOUND = 11001;
-inline constexpr int WSATRY_AGAIN = 11002;
-inline constexpr int WSANO_RECOVERY = 11003;
 
 constexpr WORD MAKEWORD(BYTE low, BYTE high) {
     return static_cast<WORD>(low | high << 8);
@@ -38,7 +37,7 @@ int WSACleanup();
 /// The calling thread's error; the same word as GetLastError().
 int WSAGetLastError();
 
-/// Null with 10093, 11001 (unknown), 11002 or 11003.
+/// Null with 10093, 11001 (unknown) or 10014. Letter case is ignored.
 hostent* gethostbyname(const char* name);
 /// `address` is 4 bytes in network order, `type` AF_INET; other arguments fail with 10047 or
 /// 10014.

@@ -1,10 +1,14 @@
-/// Windows paths on the host: drives below one folder, letter case ignored there.
+/// Windows paths on the host: drives below one folder, letter case ignored there; the system's
+/// folder.
 #include "platform/host/paths.h"
 
+#include "platform/host/files.h"
 #include "platform/host/fold.h"
+#include "platform/host/intercept.h"
 #include "platform/host/text.h"
 #include "platform/host/world.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -100,6 +104,13 @@ std::string drive_path(WCHAR letter, std::u16string_view rest) {
     return way.back().string();
 }
 
+/// The path without the dots and blanks that its last name ends in, unless that is "." or "..".
+std::u16string_view without_trailing_dots(std::u16string_view path) {
+    const std::size_t name = path.find_last_of(u"\\/:") + 1;
+    const std::size_t kept = path.find_last_not_of(u". ") + 1;
+    return kept > name ? path.substr(0, kept) : path;
+}
+
 std::string plain_path(std::u16string_view path) {
     std::u16string slashed(path);
     for (WCHAR& unit : slashed) {
@@ -128,16 +139,16 @@ std::optional<std::string> host_path(const WCHAR* path) {
     std::u16string_view rest = path == nullptr ? u"" : path;
     if (rest.starts_with(u"\\\\?\\") || rest.starts_with(u"\\??\\")) {
         rest.remove_prefix(4);
+    } else {
+        rest = without_trailing_dots(rest);
     }
     if (rest.empty()) {
-        SetLastError(ERROR_PATH_NOT_FOUND);
-        return std::nullopt;
+        return fail(ERROR_PATH_NOT_FOUND, std::nullopt);
     }
     const bool has_drive = rest.size() >= 2 && rest[1] == u':' && is_letter(rest[0]);
     const std::u16string_view names = has_drive ? rest.substr(2) : rest;
     if (names.find_first_of(u"<>\"|?*") != std::u16string_view::npos) {
-        SetLastError(ERROR_INVALID_NAME);
-        return std::nullopt;
+        return fail(ERROR_INVALID_NAME, std::nullopt);
     }
     if (!has_drive) {
         return plain_path(rest);
@@ -148,45 +159,33 @@ std::optional<std::string> host_path(const WCHAR* path) {
 }
 
 DWORD error_from_errno(int error) {
-    switch (error) {
-    case ENOENT:
-        return ERROR_FILE_NOT_FOUND;
-    case ENOTDIR:
-    case ELOOP:
-        return ERROR_PATH_NOT_FOUND;
-    case EACCES:
-    case EPERM:
-    case EISDIR:
-    case ETXTBSY:
-        return ERROR_ACCESS_DENIED;
-    case EROFS:
-        return ERROR_WRITE_PROTECT;
-    case EEXIST:
-        return ERROR_FILE_EXISTS;
-    case ENOSPC:
-    case EDQUOT:
-    case EFBIG:
-        return ERROR_DISK_FULL;
-    case EMFILE:
-    case ENFILE:
-        return ERROR_TOO_MANY_OPEN_FILES;
-    case ENOMEM:
-        return ERROR_NOT_ENOUGH_MEMORY;
-    case EINVAL:
-        return ERROR_INVALID_PARAMETER;
-    case ENOTEMPTY:
-        return ERROR_DIR_NOT_EMPTY;
-    case ENAMETOOLONG:
-        return ERROR_FILENAME_EXCED_RANGE;
-    case EBADF:
-        return ERROR_INVALID_HANDLE;
-    case EPIPE:
-        return ERROR_NO_DATA;
-    case EIO:
-        return ERROR_IO_DEVICE;
-    default:
-        return ERROR_GEN_FAILURE;
-    }
+    constexpr struct {
+        int error;
+        LONG meaning;
+    } rows[] = {
+        {ENOENT, ERROR_FILE_NOT_FOUND},
+        {ENOTDIR, ERROR_PATH_NOT_FOUND},
+        {ELOOP, ERROR_PATH_NOT_FOUND},
+        {EACCES, ERROR_ACCESS_DENIED},
+        {EPERM, ERROR_ACCESS_DENIED},
+        {EISDIR, ERROR_ACCESS_DENIED},
+        {ETXTBSY, ERROR_ACCESS_DENIED},
+        {EROFS, ERROR_WRITE_PROTECT},
+        {EEXIST, ERROR_FILE_EXISTS},
+        {ENOSPC, ERROR_DISK_FULL},
+        {EDQUOT, ERROR_DISK_FULL},
+        {EFBIG, ERROR_DISK_FULL},
+        {EMFILE, ERROR_TOO_MANY_OPEN_FILES},
+        {ENFILE, ERROR_TOO_MANY_OPEN_FILES},
+        {ENOMEM, ERROR_NOT_ENOUGH_MEMORY},
+        {EINVAL, ERROR_INVALID_PARAMETER},
+        {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
+        {EBADF, ERROR_INVALID_HANDLE},
+        {EPIPE, ERROR_NO_DATA},
+        {EIO, ERROR_IO_DEVICE},
+    };
+    const auto* const row = std::ranges::find(rows, error, [](const auto& r) { return r.error; });
+    return static_cast<DWORD>(row == std::end(rows) ? ERROR_GEN_FAILURE : row->meaning);
 }
 
 DWORD error_from_errno(int error, const std::string& path) {
@@ -207,3 +206,23 @@ std::string native_path(const WCHAR* path) {
 }
 
 } // namespace kr::host
+
+HRESULT SHGetFolderPathW(HWND, int folder, HANDLE, DWORD, WCHAR* path) {
+    using namespace kr::host::detail;
+    if (const LONG fault = injected_status(__func__, [&] { return std::to_string(folder); })) {
+        return fault;
+    }
+    if (folder != CSIDL_SYSTEM || path == nullptr) {
+        return E_INVALIDARG;
+    }
+    constexpr std::u16string_view system = u"C:\\Windows\\System32";
+    std::error_code error;
+    std::filesystem::create_directories(*host_path(u"C:\\Windows\\System32\\drivers"), error);
+    if (error) {
+        return E_FAIL;
+    }
+    // What stands behind the terminator is no business of the caller's.
+    std::fill_n(path, MAX_PATH, u'?');
+    path[system.copy(path, system.size())] = 0;
+    return S_OK;
+}

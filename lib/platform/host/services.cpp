@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -20,20 +21,17 @@ using namespace kr::host::detail;
 
 struct service {
     std::u16string name;
-    std::u16string display_name;
     std::u16string image_path;
-    std::optional<driver_image> loaded;
-    u32 handles = 0;
+    bool disabled = false;
+    bool loaded = false;
     bool marked_for_deletion = false;
+    u32 handles = 0;
 };
 
 /// What a handle stands for: the manager when `target` is null.
 struct service_handle {
     std::shared_ptr<service> target;
-    DWORD access;
 };
-
-using service_handles = handle_table<SC_HANDLE, service_handle>;
 
 bool policy_from_environment() {
     const char* const policy = std::getenv("KR_HOST_DRIVER_POLICY");
@@ -44,7 +42,7 @@ struct service_table {
     std::mutex lock;
     /// In the order of their creation.
     std::vector<std::shared_ptr<service>> services;
-    service_handles handles;
+    handle_table<SC_HANDLE, service_handle> handles;
     bool refuses_drivers = policy_from_environment();
 
     service* find(std::u16string_view name) {
@@ -73,23 +71,11 @@ std::string handle_argument(SC_HANDLE handle) {
     return found->target == nullptr ? "manager" : "service " + to_utf8(found->target->name);
 }
 
-/// The object of an open handle of the right kind that grants `access`; else null, with the last
-/// error set.
-std::shared_ptr<service_handle> open_as(SC_HANDLE handle, bool manager, DWORD access) {
-    auto found = table().handles.find(handle);
-    if (found == nullptr || (found->target == nullptr) != manager) {
-        return fail(ERROR_INVALID_HANDLE, nullptr);
-    }
-    if ((found->access & access) != access) {
-        return fail(ERROR_ACCESS_DENIED, nullptr);
-    }
-    return found;
-}
-
-/// With the table's lock held.
-SC_HANDLE new_handle(const std::shared_ptr<service>& target, DWORD access) {
-    ++target->handles;
-    return table().handles.add(std::make_shared<service_handle>(service_handle{target, access}));
+/// The service behind an open handle; null with the last error set when there is none.
+std::shared_ptr<service> open_service(SC_HANDLE handle) {
+    const auto found = table().handles.find(handle);
+    return found != nullptr && found->target != nullptr ? found->target
+                                                        : fail(ERROR_INVALID_HANDLE, nullptr);
 }
 
 bool is_service_name(std::u16string_view name) {
@@ -97,26 +83,23 @@ bool is_service_name(std::u16string_view name) {
 }
 
 /// 0, or why no service of these names may be created. With the table's lock held.
-DWORD check_new_names(std::u16string_view name, std::u16string_view display_name) {
+LONG check_new_names(std::u16string_view name, std::u16string_view display_name) {
     if (!is_service_name(name) || display_name.size() > 256) {
         return ERROR_INVALID_NAME;
     }
     if (const service* const old = table().find(name); old != nullptr) {
         return old->marked_for_deletion ? ERROR_SERVICE_MARKED_FOR_DELETE : ERROR_SERVICE_EXISTS;
     }
-    for (const auto& each : table().services) {
-        if (equal_folded(each->display_name, display_name) ||
-            equal_folded(each->name, display_name)) {
-            return ERROR_DUPLICATE_SERVICE_NAME;
-        }
-    }
-    return NO_ERROR;
+    return table().find(display_name) == nullptr ? ERROR_SUCCESS : ERROR_DUPLICATE_SERVICE_NAME;
 }
 
 /// 0, or why the driver is not loaded. With the table's lock held.
 DWORD load(service& target) {
     if (target.marked_for_deletion) {
         return ERROR_SERVICE_MARKED_FOR_DELETE;
+    }
+    if (target.disabled) {
+        return ERROR_SERVICE_DISABLED;
     }
     if (target.loaded) {
         return ERROR_SERVICE_ALREADY_RUNNING;
@@ -125,111 +108,104 @@ DWORD load(service& target) {
     if (!path) {
         return GetLastError();
     }
-    driver_image image;
-    if (const DWORD error = check_driver_image(*path, &image); error != NO_ERROR) {
-        return error;
-    }
-    if (table().refuses_drivers) {
+    const DWORD error = check_driver_image(*path);
+    if (error == NO_ERROR && table().refuses_drivers) {
         return ERROR_INVALID_IMAGE_HASH;
     }
-    target.loaded = image;
-    return NO_ERROR;
-}
-
-SERVICE_STATUS status_of(const service& target) {
-    SERVICE_STATUS status{};
-    status.dwServiceType = SERVICE_KERNEL_DRIVER;
-    status.dwCurrentState = target.loaded ? SERVICE_RUNNING : SERVICE_STOPPED;
-    status.dwControlsAccepted = target.loaded ? SERVICE_ACCEPT_STOP : 0;
-    return status;
+    target.loaded = error == NO_ERROR;
+    return error;
 }
 
 } // namespace
 
-SC_HANDLE OpenSCManagerW(const WCHAR*, const WCHAR*, DWORD access) {
+SC_HANDLE OpenSCManagerW(const WCHAR*, const WCHAR*, DWORD) {
     if (injected_failure(__func__)) {
         return nullptr;
     }
-    return table().handles.add(std::make_shared<service_handle>(service_handle{nullptr, access}));
+    return table().handles.add(std::make_shared<service_handle>());
 }
 
-SC_HANDLE CreateServiceW(SC_HANDLE manager, const WCHAR* name, const WCHAR* display_name,
-                         DWORD access, DWORD type, DWORD, DWORD, const WCHAR* image_path,
-                         const WCHAR*, DWORD*, const WCHAR*, const WCHAR*, const WCHAR*) {
-    if (injected_failure(__func__, text_argument, name) ||
-        open_as(manager, true, SC_MANAGER_CREATE_SERVICE) == nullptr) {
+SC_HANDLE CreateServiceW(SC_HANDLE manager, const WCHAR* name, const WCHAR* display_name, DWORD,
+                         DWORD type, DWORD start_type, DWORD, const WCHAR* image_path, const WCHAR*,
+                         DWORD*, const WCHAR*, const WCHAR*, const WCHAR*) {
+    if (injected_failure(__func__, text_argument, name)) {
         return nullptr;
     }
-    if (name == nullptr || image_path == nullptr || type != SERVICE_KERNEL_DRIVER) {
+    if (name == nullptr || image_path == nullptr) {
+        return fail(ERROR_INVALID_ADDRESS, nullptr);
+    }
+    const auto opened = table().handles.find(manager);
+    if (opened == nullptr || opened->target != nullptr) {
+        return fail(ERROR_INVALID_HANDLE, nullptr);
+    }
+    if (type != SERVICE_KERNEL_DRIVER) {
         return fail(ERROR_INVALID_PARAMETER, nullptr);
     }
-    const WCHAR* const shown = display_name == nullptr ? name : display_name;
     const std::lock_guard hold(table().lock);
-    if (const DWORD error = check_new_names(name, shown); error != NO_ERROR) {
+    if (const LONG error = check_new_names(name, display_name == nullptr ? name : display_name)) {
         return fail(error, nullptr);
     }
-    auto created = std::make_shared<service>();
-    created->name = name;
-    created->display_name = shown;
-    created->image_path = image_path;
+    auto created = std::make_shared<service>(service{name, image_path});
+    created->disabled = start_type == SERVICE_DISABLED;
+    created->handles = 1;
     table().services.push_back(created);
-    return new_handle(created, access);
+    return table().handles.add(std::make_shared<service_handle>(service_handle{created}));
 }
 
-BOOL StartServiceW(SC_HANDLE service_to_start, DWORD, const WCHAR**) {
-    if (injected_failure(__func__, handle_argument, service_to_start)) {
+BOOL StartServiceW(SC_HANDLE handle, DWORD, const WCHAR**) {
+    if (injected_failure(__func__, handle_argument, handle)) {
         return FALSE;
     }
-    const auto opened = open_as(service_to_start, false, SERVICE_START);
-    if (opened == nullptr) {
+    const std::shared_ptr<service> target = open_service(handle);
+    if (target == nullptr) {
         return FALSE;
     }
     std::unique_lock hold(table().lock);
-    if (const DWORD error = load(*opened->target); error != NO_ERROR) {
+    if (const DWORD error = load(*target); error != NO_ERROR) {
         return fail(error);
     }
     hold.unlock();
-    debug_print_kernel(u"driver " + opened->target->name + u" loaded\n");
+    debug_print_kernel(u"driver " + target->name + u" loaded\n");
     return TRUE;
 }
 
-BOOL ControlService(SC_HANDLE service_to_stop, DWORD control, SERVICE_STATUS* status) {
-    if (injected_failure(__func__, handle_argument, service_to_stop)) {
+BOOL ControlService(SC_HANDLE handle, DWORD control, SERVICE_STATUS* status) {
+    if (injected_failure(__func__, handle_argument, handle)) {
         return FALSE;
     }
     if (control != SERVICE_CONTROL_STOP || status == nullptr) {
         return fail(ERROR_INVALID_PARAMETER);
     }
-    const auto opened = open_as(service_to_stop, false, SERVICE_STOP);
-    if (opened == nullptr) {
+    const std::shared_ptr<service> target = open_service(handle);
+    if (target == nullptr) {
         return FALSE;
     }
     std::unique_lock hold(table().lock);
-    service& target = *opened->target;
-    if (!target.loaded) {
+    if (!target->loaded) {
         return fail(ERROR_SERVICE_NOT_ACTIVE);
     }
-    target.loaded.reset();
-    *status = status_of(target);
-    table().drop_if_done(opened->target);
+    target->loaded = false;
+    *status = {};
+    status->dwServiceType = SERVICE_KERNEL_DRIVER;
+    status->dwCurrentState = SERVICE_STOPPED;
+    table().drop_if_done(target);
     hold.unlock();
-    debug_print_kernel(u"driver " + target.name + u" unloaded\n");
+    debug_print_kernel(u"driver " + target->name + u" unloaded\n");
     return TRUE;
 }
 
-BOOL DeleteService(SC_HANDLE service_to_delete) {
-    if (injected_failure(__func__, handle_argument, service_to_delete)) {
+BOOL DeleteService(SC_HANDLE handle) {
+    if (injected_failure(__func__, handle_argument, handle)) {
         return FALSE;
     }
-    const auto opened = open_as(service_to_delete, false, DELETE);
-    if (opened == nullptr) {
+    const std::shared_ptr<service> target = open_service(handle);
+    if (target == nullptr) {
         return FALSE;
     }
     const std::lock_guard hold(table().lock);
-    if (opened->target->marked_for_deletion) {
+    if (std::exchange(target->marked_for_deletion, true)) {
         return fail(ERROR_SERVICE_MARKED_FOR_DELETE);
     }
-    opened->target->marked_for_deletion = true;
     return TRUE;
 }
 
@@ -250,18 +226,6 @@ BOOL CloseServiceHandle(SC_HANDLE handle) {
 }
 
 namespace kr::host {
-
-namespace detail {
-
-bool is_loaded_image(const driver_image& image) {
-    const std::lock_guard hold(table().lock);
-    return std::ranges::any_of(table().services, [&image](const auto& each) {
-        return each->loaded && each->loaded->device == image.device &&
-               each->loaded->inode == image.inode;
-    });
-}
-
-} // namespace detail
 
 void reset_services() {
     const std::lock_guard hold(table().lock);

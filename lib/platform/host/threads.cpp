@@ -1,4 +1,4 @@
-/// Locks, threads and priorities on POSIX threads.
+/// Threads and priorities on POSIX threads.
 #include "platform/host/threads.h"
 
 #include "platform/host/handle_table.h"
@@ -8,11 +8,8 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
-#include <linux/futex.h>
 #include <memory>
 #include <sched.h>
-#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 
@@ -20,20 +17,6 @@ namespace {
 
 using namespace kr::host;
 using namespace kr::host::detail;
-
-/// What a lock operation cannot report: it was used outside its life, or left by another thread.
-void must(bool sound) {
-    if (!sound) {
-        std::abort();
-    }
-}
-
-/// Sleeps while `word` holds `value`, or wakes as many as `value` says. Not the standard's wait and
-/// notify, which spin first. What fails is tried again by the loop around a wait.
-void futex(std::atomic<DWORD>& word, int operation, DWORD value) {
-    static_assert(sizeof word == sizeof value && std::atomic<DWORD>::is_always_lock_free);
-    syscall(SYS_futex, &word, operation, value, nullptr, nullptr, 0);
-}
 
 /// One started thread; shared by the thread itself and its handle.
 struct thread_object {
@@ -88,63 +71,6 @@ std::string thread_argument() {
 }
 
 } // namespace
-
-void InitializeCriticalSection(CRITICAL_SECTION* section) {
-    std::construct_at(section);
-}
-
-// A thread that finds the lock taken stays away from it for a while before it looks again, and goes
-// to sleep when it was unlucky a few times. While it looks all the time, it keeps taking the lock's
-// cache line, and what the lock guards, from the thread that works; while it sleeps at once, each
-// change of hands costs two system calls. Between two threads at one pool that is 25 ns for each
-// pair of calls against several hundred and 130.
-
-namespace {
-
-constexpr int looks = 3;
-/// A microsecond or two: the work of many short sections.
-constexpr int pauses_before_look = 64;
-
-void stay_away() {
-    for (int i = 0; i < pauses_before_look; ++i) {
-#if defined(__x86_64__)
-        __builtin_ia32_pause();
-#else
-        std::atomic_signal_fence(std::memory_order_seq_cst); // keeps the loop
-#endif
-    }
-}
-
-} // namespace
-
-void kr::host::detail::enter_contended(CRITICAL_SECTION* section) {
-    const DWORD self = GetCurrentThreadId();
-    for (int i = 0; i < looks; ++i) {
-        stay_away();
-        if (section->state.load(std::memory_order_relaxed) == 0 && take(section->state, self)) {
-            return;
-        }
-    }
-    // Taken as a lock that others may sleep on: whoever leaves it wakes one.
-    for (DWORD seen = 0; !section->state.compare_exchange_strong(
-             seen, self | sleepers_bit, std::memory_order_acquire, std::memory_order_relaxed);
-         seen = 0) {
-        if ((seen & sleepers_bit) != 0 ||
-            section->state.compare_exchange_strong(seen, seen | sleepers_bit,
-                                                   std::memory_order_relaxed)) {
-            futex(section->state, FUTEX_WAIT_PRIVATE, seen | sleepers_bit);
-        }
-    }
-}
-
-void kr::host::detail::wake_one(CRITICAL_SECTION* section) {
-    futex(section->state, FUTEX_WAKE_PRIVATE, 1);
-}
-
-void DeleteCriticalSection(CRITICAL_SECTION* section) {
-    must(section->state.load(std::memory_order_relaxed) == 0);
-    std::destroy_at(section);
-}
 
 std::uintptr_t _beginthreadex(void*, unsigned, unsigned (*start)(void*), void* argument, unsigned,
                               unsigned* thread_id) {
@@ -249,6 +175,9 @@ BOOL SetThreadPriority(HANDLE thread, int priority) {
 }
 
 int GetThreadPriority(HANDLE thread) {
+    if (injected_failure(__func__, thread_argument)) {
+        return THREAD_PRIORITY_ERROR_RETURN;
+    }
     const std::shared_ptr<thread_object> object = find_thread(thread);
     if (object == nullptr) {
         return fail(ERROR_INVALID_HANDLE, THREAD_PRIORITY_ERROR_RETURN);

@@ -10,6 +10,7 @@ void reset_world() {
     set_debug_sink({});
     run_clock();
     use_system_offset();
+    reset_host_names();
 }
 
 } // namespace kr::host

@@ -61,6 +61,12 @@ void run_clock();
 void fix_local_offset(i32 seconds);
 void use_system_offset();
 
+/// Lets name resolution know a host, its addresses as numbers (0x7F000001 is 127.0.0.1); the one
+/// added first answers for a name or an address that several have.
+void add_host_name(std::string_view name, const std::vector<u32>& addresses);
+/// "localhost" alone, as at the start.
+void reset_host_names();
+
 /// The host system's path for a path given to the file calls.
 std::string native_path(const WCHAR* path);
 
@@ -69,7 +75,7 @@ std::string to_utf8(std::u16string_view text);
 std::u16string to_utf16(std::string_view text);
 
 /// All of the above at their start: an empty registry in memory, no services, the default policy,
-/// sink and clocks, no events. Files and resources stay.
+/// sink, clocks and host names, no events. Files and resources stay.
 void reset_world();
 
 } // namespace kr::host
