@@ -39,6 +39,10 @@ TEST(WideNumbers, LongIs32BitsWideAndStopsAtItsLimits) {
     } rows[] = {
         {__LINE__, KR_TEXT("0X1Fg"), 0, 31, 4},
         {__LINE__, KR_TEXT("08"), 0, 0, 1},
+        {__LINE__, KR_TEXT("0b1"), 0, 0, 1},
+        {__LINE__, KR_TEXT("\u00A0-\u0664\u0660\uFF15.1"), 10, -405, 5},
+        {__LINE__, KR_TEXT("\u0660x1\u1819"), 16, 0x19, 4},
+        {__LINE__, KR_TEXT("1\u066A"), 10, 1, 1},
         {__LINE__, KR_TEXT(" \t\n-12x"), 0, -12, 6},
         {__LINE__, KR_TEXT("  -"), 10, 0, 0},
         {__LINE__, KR_TEXT("zZ"), 36, 35 * 36 + 35, 2},

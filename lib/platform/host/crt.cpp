@@ -3,23 +3,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cctype>
 #include <concepts>
 #include <cstdarg>
 #include <limits>
-#include <memory>
 #include <string>
 #include <type_traits>
-
-namespace {
-
-template <typename Char>
-constexpr Char fold_ascii(Char unit, char first, char last, int distance) {
-    return unit >= static_cast<Char>(first) && unit <= static_cast<Char>(last)
-               ? static_cast<Char>(unit + distance)
-               : unit;
-}
-
-} // namespace
 
 int _wcsicmp(const WCHAR* a, const WCHAR* b) {
     return _wcsnicmp(a, b, std::numeric_limits<std::size_t>::max());
@@ -36,7 +25,7 @@ int _wcsnicmp(const WCHAR* a, const WCHAR* b, std::size_t count) {
 }
 
 WCHAR towlower(WCHAR unit) {
-    return fold_ascii(unit, 'A', 'Z', 'a' - 'A');
+    return unit >= u'A' && unit <= u'Z' ? static_cast<WCHAR>(unit + (u'a' - u'A')) : unit;
 }
 
 namespace {
@@ -97,49 +86,32 @@ errno_t wcscat_s(WCHAR* target, std::size_t size_chars, const WCHAR* text) {
 
 namespace {
 
-constexpr int NO_DIGIT = 36;
-
+/// The unit as a number may hold it: as ASCII, with the decimal digits of all scripts that the
+/// runtime of Windows knows and the no-break space as it takes them; 0 for one that ends any
+/// number.
 template <typename Char>
-constexpr int digit_value(Char unit) {
-    if (unit >= '0' && unit <= '9') {
-        return static_cast<int>(unit - '0');
+char number_unit(Char unit) {
+    constexpr u16 zeros[] = {0x0660, 0x06F0, 0x0966, 0x09E6, 0x0A66, 0x0AE6, 0x0B66, 0x0C66, 0x0CE6,
+                             0x0D66, 0x0E50, 0x0ED0, 0x0F20, 0x1040, 0x17E0, 0x1810, 0xFF10};
+    if (unit > 0 && unit < 0x80) {
+        const char ascii = static_cast<char>(unit);
+        return std::isalnum(ascii) != 0 || std::isspace(ascii) != 0 || ascii == '+' || ascii == '-'
+                   ? ascii
+                   : '\0';
     }
-    const Char lower = fold_ascii(unit, 'A', 'Z', 'a' - 'A');
-    return lower >= 'a' && lower <= 'z' ? static_cast<int>(lower - 'a') + 10 : NO_DIGIT;
+    if constexpr (sizeof(Char) == 2) {
+        for (const u16 zero : zeros) {
+            if (unit >= zero && unit - zero < 10) {
+                return static_cast<char>('0' + (unit - zero));
+            }
+        }
+        return unit == 0xA0 ? ' ' : '\0';
+    }
+    return '\0';
 }
 
-template <typename Char>
-constexpr bool is_blank(Char unit) {
-    return unit == ' ' || (unit >= '\t' && unit <= '\r');
-}
-
-/// Takes the prefix that the base allows and settles base 0.
-template <typename Char>
-void take_prefix(const Char*& at, int& base) {
-    const bool hex =
-        at[0] == '0' && fold_ascii(at[1], 'A', 'Z', 'a' - 'A') == 'x' && digit_value(at[2]) < 16;
-    if (base == 0) {
-        base = hex ? 16 : at[0] == '0' ? 8 : 10;
-    }
-    if (base == 16 && hex) {
-        at += 2;
-    }
-}
-
-/// Reads digits into `magnitude`; returns whether they exceeded `limit`. `at` passes all of them.
-template <typename Char>
-bool take_digits(const Char*& at, int base, u64 limit, u64& magnitude) {
-    bool overflow = false;
-    const u64 radix = static_cast<u64>(base);
-    for (int digit = 0; (digit = digit_value(*at)) < base; ++at) {
-        const u64 added = static_cast<u64>(digit);
-        overflow = overflow || magnitude > (limit - added) / radix;
-        magnitude = magnitude * radix + added;
-    }
-    return overflow;
-}
-
-/// One conversion for every width: unsigned types take a sign too and wrap, as C has it.
+/// One conversion for every width, on the C library's widest: unsigned types take a sign too and
+/// wrap, as C has it.
 template <std::integral Value, typename Char>
 Value number_from_text(const Char* text, Char** end, int base) {
     if (end != nullptr) {
@@ -149,30 +121,23 @@ Value number_from_text(const Char* text, Char** end, int base) {
         errno = EINVAL;
         return 0;
     }
-    const Char* at = text;
-    while (is_blank(*at)) {
-        ++at;
+    std::string ascii;
+    while (const char unit = number_unit(text[ascii.size()])) {
+        ascii.push_back(unit);
     }
-    const bool negative = *at == '-';
-    if (negative || *at == '+') {
-        ++at;
+    char* stop = nullptr;
+    const i64 value = std::strtoll(ascii.c_str(), &stop, base);
+    if (end != nullptr) {
+        *end = const_cast<Char*>(text + (stop - ascii.c_str()));
     }
-    take_prefix(at, base);
-
     using limits = std::numeric_limits<Value>;
-    const u64 limit =
-        static_cast<u64>(limits::max()) + (std::is_signed_v<Value> && negative ? 1U : 0U);
-    const Char* const digits = at;
-    u64 magnitude = 0;
-    const bool overflow = take_digits(at, base, limit, magnitude);
-    if (at != digits && end != nullptr) {
-        *end = const_cast<Char*>(at);
-    }
-    if (overflow) {
+    constexpr i64 highest = limits::max();
+    constexpr i64 lowest = std::is_signed_v<Value> ? i64{limits::min()} : -highest;
+    if (value < lowest || value > highest) {
         errno = ERANGE;
-        return std::is_signed_v<Value> && negative ? limits::min() : limits::max();
+        return std::is_signed_v<Value> && value < 0 ? limits::min() : limits::max();
     }
-    return static_cast<Value>(negative ? 0 - magnitude : magnitude);
+    return static_cast<Value>(value);
 }
 
 } // namespace
@@ -196,16 +161,14 @@ i64 _strtoi64(const char* text, char** end, int base) {
 int _snprintf(char* buffer, std::size_t room, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    char* whole = nullptr;
+    const int length = vasprintf(&whole, format, arguments);
     va_end(arguments);
-    const std::size_t whole_bytes = length < 0 ? 0 : static_cast<std::size_t>(length) + 1;
-    const auto whole = std::make_unique<char[]>(whole_bytes);
-    if (length >= 0) {
-        std::vsnprintf(whole.get(), whole_bytes, format, again);
-        std::memcpy(buffer, whole.get(), std::min(room, whole_bytes));
+    if (length < 0) {
+        return -1;
     }
-    va_end(again);
-    return length < 0 || static_cast<std::size_t>(length) > room ? -1 : length;
+    const std::size_t length_bytes = static_cast<std::size_t>(length);
+    std::memcpy(buffer, whole, std::min(room, length_bytes + 1));
+    std::free(whole);
+    return length_bytes > room ? -1 : length;
 }

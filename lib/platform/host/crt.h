@@ -31,9 +31,10 @@ errno_t wcscpy_s(WCHAR* target, std::size_t size_chars, const WCHAR* text);
 /// Appends likewise; 22 also when the target has no terminator within `size_chars`.
 errno_t wcscat_s(WCHAR* target, std::size_t size_chars, const WCHAR* text);
 
-/// Number from text: blanks, a sign, for base 0 or 16 a prefix, digits. `end` (may be null)
-/// receives the first character not used, or `text` when there was no number. Out of range: the
-/// nearest limit, errno ERANGE. A base other than 0 and 2..36: 0, errno EINVAL.
+/// Number from text: blanks, a sign, for base 0 or 16 a prefix, digits; wide text may have the
+/// decimal digits of other scripts and no-break spaces too. `end` (may be null) receives the first
+/// character not used, or `text` when there was no number. Out of range: the nearest limit, errno
+/// ERANGE. A base other than 0 and 2..36: 0, errno EINVAL.
 LONG wcstol(const WCHAR* text, WCHAR** end, int base);
 ULONG wcstoul(const WCHAR* text, WCHAR** end, int base);
 i64 _wcstoi64(const WCHAR* text, WCHAR** end, int base);
