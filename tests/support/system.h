@@ -24,7 +24,8 @@ inline wide scratch_path(const wide& name) {
 
 /// The file's bytes, or "no such file".
 inline std::string read_native_file(const std::filesystem::path& path) {
-    if (!is_regular_file(path)) { return "no such file"; }
+    std::error_code none; // whatever is wrong with the path, there is no such file
+    if (!is_regular_file(path, none)) { return "no such file"; }
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
