@@ -18,7 +18,8 @@
 #define KR_READS_WHOLE_VECTORS
 #endif
 
-/// Builds with a sanitizer that watches reads prefer the plain loops, which it can check.
+/// Builds with a sanitizer that watches reads prefer the plain loops, which it can check; a build
+/// for Valgrind asks for them (KR_PLAIN_WALKS).
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define KR_READS_ARE_WATCHED 1
 #elif defined(__has_feature)
