@@ -8,7 +8,7 @@ static void krdummy_unload(PDRIVER_OBJECT driver) {
     DbgPrint("krdummy unloaded.\n");
 }
 
-/* The unload routine is set first: a driver without one cannot be stopped, and its service and file
+/* The unload routine is set first: a driver without one cannot be stopped, and it and its service
  * would stay until the next restart. */
 NTSTATUS DriverEntry(PDRIVER_OBJECT driver, PUNICODE_STRING registry_path) {
     UNREFERENCED_PARAMETER(registry_path);
