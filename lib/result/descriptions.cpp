@@ -152,18 +152,22 @@ kr_result kr_get_result_code_description(kr_result result, kr_char* buffer, size
         return kr_result_win32_message(kr_result_code(result), buffer, size);
     }
     const description_text text = code_text(result);
-    const size_t room = *size;
-    *size = size_of_text(text.size());
-    if (*size > room) {
+    const size_t needed = size_of_text(text.size());
+    const bool fits = needed <= *size;
+    if (fits && buffer == nullptr) {
+        return invalid_argument();
+    }
+    *size = needed;
+    if (!fits) {
         return kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH);
     }
     // The terminator comes along: the texts are literals.
-    std::memcpy(buffer, text.data(), *size);
+    std::memcpy(buffer, text.data(), needed);
     return KR_SUCCESS;
 }
 
 kr_result kr_result_win32_message(u16 error, kr_char* buffer, size_t* size) {
-    if (size == nullptr) {
+    if (size == nullptr || (buffer == nullptr && *size >= sizeof(kr_char))) {
         return invalid_argument();
     }
     // The system takes no more than 64 KiB.

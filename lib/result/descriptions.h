@@ -12,10 +12,9 @@
 /// so. Sets `*size` to the size of the text, whether or not it fitted; for a Win32 error on success
 /// only.
 ///  - KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: nothing was written; for a Win32 error the beginning
-///  of
-///    the text, as in kr_result_win32_message;
+///    of the text, as in kr_result_win32_message;
 ///  - KR_GENERIC: the system has no text for the Win32 error;
-///  - KR_INVALID_ARGUMENT_TO_FUNCTION: a null `size`.
+///  - KR_INVALID_ARGUMENT_TO_FUNCTION: a null `size`, or a null buffer with room for the text.
 [[nodiscard]] kr_result kr_get_result_code_description(kr_result result, kr_char* buffer,
                                                        size_t* size);
 
@@ -37,8 +36,7 @@
 /// The system's text for a Win32 error number in the user's language, written into `buffer` of
 /// `*size` bytes. Sets `*size` to the size of the text on success only.
 ///  - KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: it does not fit. The system may have written what
-///  does,
-///    cut to the room and terminated;
+///    does, cut to the room and terminated;
 ///  - KR_GENERIC: the system has no text for the number, or refuses the buffer;
-///  - KR_INVALID_ARGUMENT_TO_FUNCTION: a null `size`.
+///  - KR_INVALID_ARGUMENT_TO_FUNCTION: a null `size`, or a null buffer with room.
 [[nodiscard]] kr_result kr_result_win32_message(u16 error, kr_char* buffer, size_t* size);

@@ -121,7 +121,7 @@ kr_result make_names(u32 count, std::size_t name_size_bytes, kr::owned_names& ou
 
 kr_result enumerate(const enumeration& what, kr_settings_handle settings, kr_char*** names,
                     u32* count) {
-    if (names == nullptr || count == nullptr) {
+    if (settings == nullptr || names == nullptr || count == nullptr) {
         return invalid_argument();
     }
     DWORD found = 0;
@@ -187,7 +187,8 @@ kr_result kr_settings_domain_open(const kr_char* domain, kr_settings_handle* out
 }
 
 kr_result kr_settings_domain_close(kr_settings_handle domain) {
-    return generic_unless_done(RegCloseKey(key_of(domain)));
+    return domain == nullptr ? invalid_argument()
+                             : generic_unless_done(RegCloseKey(key_of(domain)));
 }
 
 kr_result kr_settings_domain_delete(const kr_char* domain) {
@@ -205,7 +206,7 @@ kr_result kr_settings_group_exists(kr_settings_handle parent, const kr_char* nam
 
 kr_result kr_settings_group_open(kr_settings_handle parent, const kr_char* name,
                                  kr_settings_handle* out) {
-    if (!names_a_key(name) || out == nullptr) {
+    if (parent == nullptr || !names_a_key(name) || out == nullptr) {
         return invalid_argument();
     }
     HKEY key = nullptr;
@@ -220,11 +221,11 @@ kr_result kr_settings_group_open(kr_settings_handle parent, const kr_char* name,
 }
 
 kr_result kr_settings_group_close(kr_settings_handle group) {
-    return generic_unless_done(RegCloseKey(key_of(group)));
+    return group == nullptr ? invalid_argument() : generic_unless_done(RegCloseKey(key_of(group)));
 }
 
 kr_result kr_settings_group_delete(kr_settings_handle parent, const kr_char* name) {
-    if (!names_a_key(name)) {
+    if (parent == nullptr || !names_a_key(name)) {
         return invalid_argument();
     }
     return not_found_or_generic_unless_done(RegDeleteKeyW(key_of(parent), name));
@@ -250,7 +251,7 @@ void kr_settings_free_names(kr_char** names, u32 count) {
 
 kr_result kr_settings_get_string(kr_settings_handle settings, const kr_char* name, u32 capacity,
                                  kr_char* buffer) {
-    if (name == nullptr || buffer == nullptr) {
+    if (settings == nullptr || name == nullptr || buffer == nullptr) {
         return invalid_argument();
     }
     // The buffer is written only when the text is known to be good, so the value is read into a
@@ -287,7 +288,7 @@ kr_result kr_settings_get_string(kr_settings_handle settings, const kr_char* nam
 
 kr_result kr_settings_get_string_alloc(kr_settings_handle settings, const kr_char* name,
                                        kr_char** out) {
-    if (name == nullptr || out == nullptr) {
+    if (settings == nullptr || name == nullptr || out == nullptr) {
         return invalid_argument();
     }
     DWORD type = REG_NONE;
@@ -320,7 +321,7 @@ kr_result kr_settings_get_string_alloc(kr_settings_handle settings, const kr_cha
 
 kr_result kr_settings_set_string(kr_settings_handle settings, const kr_char* name,
                                  const kr_char* value) {
-    if (name == nullptr || value == nullptr) {
+    if (settings == nullptr || name == nullptr || value == nullptr) {
         return invalid_argument();
     }
     // The registry takes 32-bit byte counts; a longer text must not be stored cut.
@@ -334,7 +335,7 @@ kr_result kr_settings_set_string(kr_settings_handle settings, const kr_char* nam
 }
 
 kr_result kr_settings_delete_entry(kr_settings_handle settings, const kr_char* name) {
-    if (name == nullptr) {
+    if (settings == nullptr || name == nullptr) {
         return invalid_argument();
     }
     return not_found_or_generic_unless_done(RegDeleteValueW(key_of(settings), name));

@@ -3,11 +3,10 @@
 /// settings; keeps no state and no lock, so that any thread may use it with its own handles.
 ///
 /// Common to all operations: names and values are NUL-terminated and compared by the registry
-/// without regard to letter case. A null pointer, an empty domain or group name, and a domain name
-/// that begins with a backslash are answered with KR_INVALID_ARGUMENT_TO_FUNCTION before the
-/// registry is touched. Handles are judged by the registry: one that is not open, null included, is
-/// KR_GENERIC. Outputs are written on success only. Nothing is logged except where the comment says
-/// so.
+/// without regard to letter case. A null pointer or handle, an empty domain or group name, and a
+/// domain name that begins with a backslash are answered with KR_INVALID_ARGUMENT_TO_FUNCTION
+/// before the registry is touched. A handle that is not open is KR_GENERIC. Outputs are written on
+/// success only. Nothing is logged except where the comment says so.
 #pragma once
 
 #include "../platform/types.h"
@@ -30,7 +29,7 @@ using kr_settings_handle = kr_settings_key*;
 /// registry is not touched.
 [[nodiscard]] kr_result kr_settings_domain_open(const kr_char* domain, kr_settings_handle* out);
 
-/// KR_SUCCESS, or KR_GENERIC when the platform refuses the handle.
+/// KR_SUCCESS; KR_GENERIC when the registry refuses the handle.
 kr_result kr_settings_domain_close(kr_settings_handle domain);
 
 /// Deletes a domain that has no groups, with its entries. KR_SUCCESS; KR_GENERIC when it is
@@ -46,7 +45,7 @@ kr_result kr_settings_domain_close(kr_settings_handle domain);
 [[nodiscard]] kr_result kr_settings_group_open(kr_settings_handle parent, const kr_char* name,
                                                kr_settings_handle* out);
 
-/// KR_SUCCESS, or KR_GENERIC when the platform refuses the handle.
+/// KR_SUCCESS; KR_GENERIC when the registry refuses the handle.
 kr_result kr_settings_group_close(kr_settings_handle group);
 
 /// Deletes a group that has no groups of its own, with its entries. KR_SUCCESS; KR_NOT_FOUND when

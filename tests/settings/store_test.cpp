@@ -41,7 +41,6 @@ TEST_F(SettingsStore, LooksWithoutCreatingAndDeletesLeavesOnly) {
     EXPECT_EQ(kr_settings_set_string(group, KR_TEXT("x"), KR_TEXT("")), generic);
     EXPECT_EQ(kr_settings_domain_delete(domain), ok);
     EXPECT_EQ(kr_settings_domain_exists(domain), no);
-    EXPECT_EQ(kr_settings_domain_close(nullptr), generic);
 }
 
 TEST_F(SettingsStore, RefusesPathsThatDoNotFit) {
@@ -56,7 +55,7 @@ TEST_F(SettingsStore, RefusesPathsThatDoNotFit) {
         kr_settings_handle handle = nullptr;
         EXPECT_EQ(kr_settings_domain_open(domain.c_str(), &handle), row.result);
         EXPECT_EQ(kr_settings_domain_exists(domain.c_str()), handle != nullptr ? yes : no);
-        EXPECT_EQ(kr_settings_domain_close(handle), row.result == ok ? row.result : generic);
+        EXPECT_EQ(kr_settings_domain_close(handle), row.result == ok ? ok : invalid);
         EXPECT_EQ(kr_settings_domain_delete(domain.c_str()), row.result);
     }
 }
@@ -110,10 +109,6 @@ TEST_F(SettingsStore, WritesReplacesAndDeletes) {
         EXPECT_EQ(kr_settings_delete_entry(settings, wide_name.c_str()), ok);
         EXPECT_EQ(kr_settings_delete_entry(settings, wide_name.c_str()), not_found);
     }
-    kr_char* text = nullptr;
-    EXPECT_EQ(kr_settings_get_string(settings, KR_TEXT("e"), 1, nullptr), invalid);
-    EXPECT_EQ(kr_settings_get_string_alloc(nullptr, KR_TEXT("e"), &text), generic);
-    EXPECT_EQ(kr_settings_delete_entry(nullptr, KR_TEXT("e")), generic);
 }
 
 TEST_F(SettingsStore, ListsNamesWhole) {
@@ -131,8 +126,6 @@ TEST_F(SettingsStore, ListsNamesWhole) {
                 UnorderedElementsAre("x", longest, "Two words"));
     EXPECT_THAT(names_of(kr_settings_enum_entries, settings, &result),
                 UnorderedElementsAre("", "x", longest, "Two words"));
-    EXPECT_THAT(names_of(kr_settings_enum_entries, nullptr, &result), IsEmpty());
-    EXPECT_EQ(result, generic);
 }
 
 TEST_F(SettingsStore, ListsAllOrNothingWhileAnotherThreadWrites) {

@@ -148,7 +148,10 @@ TEST_F(TypedSettings, MissingEntriesAndOddValues) {
     const kr_ip_subnet refused = {0x0A000001, 256};
     (void)log_.take();
     EXPECT_EQ(kr_settings_set_ip_subnet(settings_, KR_TEXT("to"), &refused), invalid);
-    const auto refuses = [](auto set, auto value) { EXPECT_EQ(set(nullptr, KR_TEXT("to"), value), generic); };
+    const auto unopened = reinterpret_cast<kr_settings_handle>(0x7FFF0004);
+    const auto refuses = [=](auto set, auto value) {
+        EXPECT_EQ(set(unopened, KR_TEXT("to"), value), generic);
+    };
     refuses(kr_settings_set_INT8, i8{-1});
     refuses(kr_settings_set_BOOL, 5);
     const kr_time second = {KR_TIME_UNIT_SECONDS, 1, 1};
@@ -159,7 +162,7 @@ TEST_F(TypedSettings, MissingEntriesAndOddValues) {
     const KRGUID nil{};
     refuses(kr_settings_set_guid, &nil);
     kr_settings_handle group = nullptr;
-    EXPECT_EQ(kr_settings_group_open(nullptr, KR_TEXT("g"), &group), generic);
+    EXPECT_EQ(kr_settings_group_open(unopened, KR_TEXT("g"), &group), generic);
     const std::string end = " Result is 0x82000000\n", store = "kr_settings_set_string";
     EXPECT_EQ(said(log_, "07"),
               "W kr_settings_set_ip_subnet: invalid subnet mask\n"
