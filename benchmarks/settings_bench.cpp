@@ -40,8 +40,9 @@ public:
     filled_group& operator=(const filled_group&) = delete;
     ~filled_group() {
         kr_settings_group_close(group_);
+        (void)kr_settings_group_delete(domain_, KR_TEXT("log"));
         kr_settings_domain_close(domain_);
-        RegDeleteTreeW(HKEY_LOCAL_MACHINE, KR_TEXT("SOFTWARE\\Korinth\\tools\\krbench"));
+        (void)kr_settings_domain_delete(KR_TEXT("krbench"));
     }
 
     [[nodiscard]] kr_settings_handle get() const { return group_; }

@@ -1,22 +1,12 @@
 /// Any text as a multi-string: an array that parsing fails on stays as it was, and what was parsed
 /// survives composing and parsing again.
-#include <cstdlib>
 #include <string>
 
-#include "base/memory/memory.h"
-#include "base/product.h"
-#include "base/text/array_string.h"
+#include "owners.h"
 #include "settings/multi_string.h"
-
-constinit const kr_product_record kr_product = {"krfuzz", KR_TEXT("tools"), KR_TEXT("Korinth")};
+#include "text_input.h"
 
 namespace {
-
-void require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
 
 class string_array {
 public:

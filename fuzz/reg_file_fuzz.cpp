@@ -1,41 +1,19 @@
-/// Any bytes as a `.reg` text: refused with the registry as it was, or read; and what is read comes
-/// back the same from its own text.
-#include "base/product.h"
-#include "platform/host/world.h"
-#include "platform/platform.h"
-
-#include <cstdlib>
-
-constinit const kr_product_record kr_product = {"fuzz", KR_TEXT("tools"), KR_TEXT("Korinth")};
-
-namespace {
-
-using namespace kr::host;
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
-
-constexpr std::string_view first = "Windows Registry Editor Version 5.00\n"
-                                   "[HKEY_CURRENT_USER\\k\\leaf]\n@=\"kept\"\n\"n\"=dword:1\n";
-
-} // namespace
+/// Any bytes as a `.reg` text: refused with the line and the reason, or read; and what is read
+/// comes back the same from its own text.
+#include "platform/host/reg_text.h"
+#include "text_input.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
-    reset_registry();
-    require(import_reg({reinterpret_cast<const u8*>(first.data()), first.size()}, nullptr) == 0);
-    const std::vector<u8> before = export_reg();
-    std::string problem;
-    const u32 status = import_reg({data, size}, &problem);
-    const std::vector<u8> after = export_reg();
-    if (status != 0) {
-        require(after == before && problem.starts_with("line "));
+    using namespace kr::host::detail;
+    const auto first = make_root();
+    const std::string problem = read_reg({reinterpret_cast<const char*>(data), size}, first);
+    if (!problem.empty()) {
+        require(problem.starts_with("line ") && problem.find(": ") != std::string::npos);
         return 0;
     }
-    reset_registry();
-    require(import_reg(after, &problem) == 0);
-    require(export_reg() == after);
+    const std::string text = write_reg(*first);
+    const auto second = make_root();
+    require(read_reg(text, second).empty());
+    require(write_reg(*second) == text);
     return 0;
 }

@@ -14,14 +14,14 @@ constinit const kr_product_record kr_product = {"krfuzz", KR_TEXT("tools"), KR_T
 
 namespace {
 
-void require(bool condition) {
+inline void require(bool condition) {
     if (!condition) {
         std::abort();
     }
 }
 
 /// The input up to its first NUL.
-std::string_view text_of(const u8* data, size_t size) {
+inline std::string_view text_of(const u8* data, size_t size) {
     const std::string_view all(reinterpret_cast<const char*>(data), size);
     return all.substr(0, all.find('\0'));
 }

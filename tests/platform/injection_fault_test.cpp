@@ -9,7 +9,7 @@ namespace {
 using namespace kr::host;
 using namespace kr::test;
 
-LSTATUS delete_value() { return RegDeleteValueW(HKEY_CURRENT_USER, u"none"); }
+LSTATUS delete_value() { return RegDeleteValueW(HKEY_LOCAL_MACHINE, u"none"); }
 
 TEST_F(World, AFaultHitsTheCallsItIsMeantFor) {
     const struct {
@@ -41,7 +41,7 @@ TEST_F(World, AFaultHitsTheCallsItIsMeantFor) {
 TEST_F(World, ARecorderKeepsNamesAndArgumentsInOrder) {
     const call_recorder outer;
     HKEY key = nullptr;
-    RegCreateKeyW(HKEY_CURRENT_USER, u"a\\\u00E4", &key);
+    RegCreateKeyW(HKEY_LOCAL_MACHINE, u"a\\\u00E4", &key);
     {
         call_recorder inner;
         inner.clear();
@@ -56,7 +56,7 @@ TEST_F(World, ARecorderKeepsNamesAndArgumentsInOrder) {
     CloseServiceHandle(manager);
     CloseHandle(CreateFileW(u"C:\\f.txt", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
     DeleteFileW(u"C:\\f.txt");
-    const std::string at = " HKEY_CURRENT_USER\\a\\\xC3\xA4";
+    const std::string at = " HKEY_LOCAL_MACHINE\\a\\\xC3\xA4";
     EXPECT_THAT(outer.lines(),
                 ElementsAre("RegCreateKeyW" + at, "RegCloseKey" + at, "RegCloseKey" + at, "OpenSCManagerW",
                             "CloseServiceHandle manager", "CloseServiceHandle ?", "CreateFileW C:\\f.txt",
@@ -154,9 +154,9 @@ TEST_F(World, ServesManyThreadsAtOnce) {
             for (BYTE i = 0; i < 200; ++i) {
                 const armed_fault fault({.call = "RegDeleteKeyW", .error = 5, .nth = 1000});
                 HKEY key = nullptr;
-                EXPECT_EQ(RegCreateKeyW(HKEY_CURRENT_USER, (u"k\\" + name).c_str(), &key), 0);
+                EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, (u"k\\" + name).c_str(), &key), 0);
                 EXPECT_EQ(RegSetValueExW(key, name.c_str(), 0, REG_BINARY, &i, 1), 0);
-                EXPECT_EQ(RegDeleteKeyW(HKEY_CURRENT_USER, (u"k\\" + name).c_str()), 0);
+                EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, (u"k\\" + name).c_str()), 0);
                 EXPECT_EQ(RegDeleteValueW(key, name.c_str()), 1018);
                 EXPECT_EQ(RegCloseKey(key), 0);
                 OutputDebugStringW(u"");

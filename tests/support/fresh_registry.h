@@ -9,13 +9,32 @@
 
 namespace kr::test {
 
-class fresh_registry : pinned {
+/// Deletes a key with all below it, where there is one. False when a key cannot be deleted.
+inline bool delete_tree(HKEY parent, const kr_char* path) {
+    HKEY key = nullptr;
+    if (RegOpenKeyW(parent, path, &key) != ERROR_SUCCESS) { return true; }
+    kr_char name[256];
+    bool deleted = true;
+    while (deleted && RegEnumKeyW(key, 0, name, 256) == ERROR_SUCCESS) { deleted = delete_tree(key, name); }
+    RegCloseKey(key);
+    return deleted && RegDeleteKeyW(parent, path) == ERROR_SUCCESS;
+}
+
+/// A key that is not there before and after.
+class fresh_key : pinned {
 public:
-    fresh_registry() { wipe(); }
-    ~fresh_registry() { wipe(); }
+    fresh_key(HKEY parent, const kr_char* path) : parent_(parent), path_(path) {
+        delete_tree(parent_, path_);
+    }
+    ~fresh_key() { EXPECT_TRUE(delete_tree(parent_, path_)); }
 
 private:
-    static void wipe() { RegDeleteTreeW(HKEY_LOCAL_MACHINE, KR_TEXT("SOFTWARE\\Korinth\\tools\\krtest")); }
+    HKEY parent_;
+    const kr_char* path_;
+};
+
+struct fresh_registry : fresh_key {
+    fresh_registry() : fresh_key(HKEY_LOCAL_MACHINE, KR_TEXT("SOFTWARE\\Korinth\\tools\\krtest")) {}
 };
 
 /// The suite's domain, or a group, open for the scope.

@@ -1,41 +1,33 @@
-/// Writing `.reg` text, laid out as the system's own export does.
+/// Writing `.reg` text as the system's own export does, but that a list of bytes stays on one line.
 #include "platform/host/reg_text.h"
 
 #include "platform/host/registry.h"
 
+#include <cstdio>
 #include <cstring>
+#include <optional>
 
 namespace kr::host::detail {
 
 namespace {
 
-constexpr std::u16string_view LINE_END = u"\r\n";
-/// Lists of bytes are broken before they pass this column.
-constexpr std::size_t LAST_COLUMN = 77;
+constexpr std::u16string_view line_end = u"\r\n";
 
-void append_hex(std::u16string& out, u64 number, int digits) {
-    for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) {
-        out.push_back(u"0123456789abcdef"[number >> shift & 0xF]);
-    }
+/// At least so many digits.
+void append_hex(std::u16string& out, u32 number, int digits) {
+    char text[16];
+    const int length = std::snprintf(text, sizeof text, "%0*x", digits, number);
+    out.append(text, text + length);
 }
 
 void append_quoted(std::u16string& out, std::u16string_view text) {
     out.push_back(u'"');
     for (const WCHAR unit : text) {
-        switch (unit) {
-        case u'\\':
-        case u'"':
-            out.push_back(u'\\');
+        const std::size_t which = reg_escaped.find(unit);
+        if (which == std::u16string_view::npos) {
             out.push_back(unit);
-            break;
-        case u'\r':
-            out.append(u"\\r");
-            break;
-        case u'\n':
-            out.append(u"\\n");
-            break;
-        default:
-            out.push_back(unit);
+        } else {
+            out.append({u'\\', reg_escapes[which]});
         }
     }
     out.push_back(u'"');
@@ -57,33 +49,25 @@ std::optional<std::u16string> plain_string(const registry_value& value) {
     return text;
 }
 
-void append_bytes(std::u16string& out, std::size_t line_start, const registry_value& value) {
+void append_bytes(std::u16string& out, const registry_value& value) {
     out.append(u"hex");
     if (value.type != REG_BINARY) {
         out.push_back(u'(');
-        int digits = 1;
-        while (digits < 8 && value.type >> (4 * digits) != 0) {
-            ++digits;
-        }
-        append_hex(out, value.type, digits);
+        append_hex(out, value.type, 1);
         out.push_back(u')');
     }
-    out.push_back(u':');
-    for (std::size_t i = 0; i < value.data.size(); ++i) {
-        if (out.size() - line_start >= LAST_COLUMN - 1) {
-            out.append(u"\\").append(LINE_END);
-            line_start = out.size();
-            out.append(u"  ");
-        }
-        append_hex(out, value.data[i], 2);
-        if (i + 1 < value.data.size()) {
-            out.push_back(u',');
-        }
+    WCHAR before = u':';
+    for (const u8 byte : value.data) {
+        out.push_back(before);
+        append_hex(out, byte, 2);
+        before = u',';
+    }
+    if (value.data.empty()) {
+        out.push_back(before);
     }
 }
 
 void append_value(std::u16string& out, const registry_value& value) {
-    const std::size_t line_start = out.size();
     if (value.name.empty()) {
         out.push_back(u'@');
     } else {
@@ -98,35 +82,32 @@ void append_value(std::u16string& out, const registry_value& value) {
         out.append(u"dword:");
         append_hex(out, number, 8);
     } else {
-        append_bytes(out, line_start, value);
+        append_bytes(out, value);
     }
-    out.append(LINE_END);
+    out.append(line_end);
 }
 
 /// A key that has something to show, its values and all below it.
 void append_tree(std::u16string& out, const registry_key& key, const std::u16string& path) {
     if (key.parent != nullptr || !key.values().empty()) {
-        out.append(LINE_END).append(u"[").append(path).append(u"]").append(LINE_END);
+        out.append(line_end).append(u"[").append(path).append(u"]").append(line_end);
         for (const auto& value : key.values()) {
-            append_value(out, *value);
+            append_value(out, value);
         }
     }
-    for (const auto& subkey : key.subkeys()) {
+    for (const auto& [_, subkey] : key.subkeys()) {
         append_tree(out, *subkey, path + u'\\' + subkey->name);
     }
 }
 
 } // namespace
 
-std::vector<u8> write_reg(const registry_tree& tree) {
-    std::u16string text = u"\uFEFFWindows Registry Editor Version 5.00";
-    text.append(LINE_END);
-    append_tree(text, *tree.current_user, tree.current_user->name);
-    append_tree(text, *tree.local_machine, tree.local_machine->name);
-    text.append(LINE_END);
-    std::vector<u8> bytes(text.size() * sizeof(WCHAR));
-    std::memcpy(bytes.data(), text.data(), bytes.size());
-    return bytes;
+std::string write_reg(const registry_key& root) {
+    std::u16string text = u"\uFEFF";
+    text.append(reg_header).append(line_end);
+    append_tree(text, root, root.name);
+    text.append(line_end);
+    return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(WCHAR)};
 }
 
 } // namespace kr::host::detail

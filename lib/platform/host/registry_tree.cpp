@@ -9,104 +9,110 @@ namespace kr::host::detail {
 
 namespace {
 
-bool folded_less(std::u16string_view a, std::u16string_view b) {
-    return std::ranges::lexicographical_compare(a, b, {}, fold, fold);
+std::u16string folded(std::u16string_view name) {
+    std::u16string upper(name);
+    std::ranges::transform(upper, upper.begin(), fold);
+    return upper;
 }
 
-/// Where a subkey called `name` stands or would stand.
-auto place_of(const std::vector<std::shared_ptr<registry_key>>& subkeys, std::u16string_view name) {
-    return std::ranges::lower_bound(
-        subkeys, name, folded_less,
-        [](const auto& key) -> std::u16string_view { return key->name; });
+/// Takes the first name off a path, empty when there is none left.
+std::u16string_view take_key_name(std::u16string_view& path) {
+    path.remove_prefix(std::min(path.find_first_not_of(u'\\'), path.size()));
+    const std::u16string_view name = path.substr(0, path.find(u'\\'));
+    path.remove_prefix(name.size());
+    return name;
 }
 
 } // namespace
 
-std::size_t folded_hash::operator()(std::u16string_view name) const {
-    std::size_t hash = 0xCBF29CE484222325;
-    for (const WCHAR unit : name) {
-        hash = (hash ^ fold(unit)) * 0x100000001B3;
-    }
-    return hash ^ hash >> 29;
-}
-
-bool folded_equal::operator()(std::u16string_view a, std::u16string_view b) const {
-    return a.size() == b.size() && equal_folded(a, b);
-}
-
 std::shared_ptr<registry_key> registry_key::find_subkey(std::u16string_view subkey) const {
-    const auto place = place_of(subkeys_, subkey);
-    return place != subkeys_.end() && equal_folded((*place)->name, subkey) ? *place : nullptr;
+    const auto found = subkeys_.find(folded(subkey));
+    return found == subkeys_.end() ? nullptr : found->second;
 }
 
-void registry_key::insert_subkey(std::shared_ptr<registry_key> subkey) {
-    subkeys_.insert(place_of(subkeys_, subkey->name), std::move(subkey));
+std::shared_ptr<registry_key> registry_key::make_subkey(std::u16string_view subkey) {
+    auto made = std::make_shared<registry_key>(this, subkey);
+    subkeys_.emplace(folded(subkey), made);
+    subkey_walk_.restart();
+    return made;
 }
 
-void registry_key::remove_subkey(const registry_key& subkey) {
-    subkeys_.erase(place_of(subkeys_, subkey.name));
+void registry_key::remove_subkey(registry_key& subkey) {
+    subkey.mark_deleted();
+    subkeys_.erase(folded(subkey.name));
+    subkey_walk_.restart();
 }
 
-registry_value* registry_key::find_value(std::u16string_view value) const {
-    const auto found = index_.find(value);
-    return found == index_.end() ? nullptr : found->second;
+const registry_value* registry_key::find_value(std::u16string_view value) const {
+    const auto found = value_index_.find(folded(value));
+    return found == value_index_.end() ? nullptr : &*found->second;
 }
 
-registry_value& registry_key::insert_value(std::unique_ptr<registry_value> value,
-                                           std::size_t index) {
-    registry_value& inserted = *value;
-    index_.emplace(inserted.name, &inserted);
-    const auto place = static_cast<std::ptrdiff_t>(std::min(index, values_.size()));
-    values_.insert(values_.begin() + place, std::move(value));
-    return inserted;
-}
-
-std::unique_ptr<registry_value> registry_key::take_value(const registry_value& value,
-                                                         std::size_t* index) {
-    index_.erase(value.name);
-    const auto place =
-        std::ranges::find(values_, &value, [](const auto& each) { return each.get(); });
-    if (index != nullptr) {
-        *index = static_cast<std::size_t>(place - values_.begin());
-    }
-    std::unique_ptr<registry_value> taken = std::move(*place);
-    values_.erase(place);
-    return taken;
-}
-
-void registry_key::swap_contents(registry_key& other) {
-    subkeys_.swap(other.subkeys_);
-    values_.swap(other.values_);
-    index_.swap(other.index_);
-}
-
-void registry_key::mark_deleted(bool value) {
-    deleted = value;
-    for (const auto& subkey : subkeys_) {
-        subkey->mark_deleted(value);
+void registry_key::set_value(registry_value value) {
+    const auto [found, made] = value_index_.try_emplace(folded(value.name), values_.end());
+    if (made) {
+        found->second = values_.insert(values_.end(), std::move(value));
+        value_walk_.restart();
+    } else {
+        found->second->type = value.type;
+        found->second->data = std::move(value.data);
     }
 }
 
-bool is_key_name(std::u16string_view name) {
-    return !name.empty() && name.size() <= MAX_KEY_NAME_CHARS &&
-           name.find_first_of(u"\\\r\n") == std::u16string_view::npos;
+bool registry_key::remove_value(std::u16string_view value) {
+    const auto found = value_index_.find(folded(value));
+    if (found == value_index_.end()) {
+        return false;
+    }
+    values_.erase(found->second);
+    value_index_.erase(found);
+    value_walk_.restart();
+    return true;
+}
+
+std::u16string registry_key::path() const {
+    return parent == nullptr ? name : parent->path() + u'\\' + name;
+}
+
+void registry_key::mark_deleted() {
+    deleted = true;
+    for (const auto& [_, subkey] : subkeys_) {
+        subkey->mark_deleted();
+    }
 }
 
 bool is_key_path(std::u16string_view path) {
     std::size_t depth = 0;
     for (auto name = take_key_name(path); !name.empty(); name = take_key_name(path)) {
-        if (!is_key_name(name) || ++depth > MAX_KEY_DEPTH) {
+        if (name.size() > max_key_name_chars ||
+            name.find_first_of(u"\r\n") != std::u16string_view::npos || ++depth > max_key_depth) {
             return false;
         }
     }
     return true;
 }
 
-std::u16string_view take_key_name(std::u16string_view& path) {
-    path.remove_prefix(std::min(path.find_first_not_of(u'\\'), path.size()));
-    const std::u16string_view name = path.substr(0, path.find(u'\\'));
-    path.remove_prefix(name.size());
-    return name;
+std::shared_ptr<registry_key> walk_down(std::shared_ptr<registry_key> key,
+                                        std::u16string_view& path) {
+    while (true) {
+        std::u16string_view rest = path;
+        const std::u16string_view name = take_key_name(rest);
+        auto subkey = name.empty() ? nullptr : key->find_subkey(name);
+        if (subkey == nullptr) {
+            path = name.empty() ? std::u16string_view() : path;
+            return key;
+        }
+        key = std::move(subkey);
+        path = rest;
+    }
+}
+
+std::shared_ptr<registry_key> make_below(std::shared_ptr<registry_key> key,
+                                         std::u16string_view path) {
+    for (auto name = take_key_name(path); !name.empty(); name = take_key_name(path)) {
+        key = key->make_subkey(name);
+    }
+    return key;
 }
 
 } // namespace kr::host::detail

@@ -4,6 +4,9 @@
 
 #include "platform/host/win_types.h"
 
+#include <iterator>
+#include <list>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -12,85 +15,105 @@
 
 namespace kr::host::detail {
 
-/// Names without regard to case, as hash keys.
-struct folded_hash {
-    std::size_t operator()(std::u16string_view name) const;
-};
-struct folded_equal {
-    bool operator()(std::u16string_view a, std::u16string_view b) const;
-};
+inline constexpr std::size_t max_key_name_chars = 255;
+/// Levels below the root.
+inline constexpr std::size_t max_key_depth = 512;
+inline constexpr std::size_t max_value_name_chars = 16383;
 
 struct registry_value {
     std::u16string name;
     DWORD type = 0;
     std::vector<u8> data;
-
-    bool operator==(const registry_value&) const = default;
 };
 
-/// One key. Finding a subkey costs log n, a value a hash; either by its index a single step.
+/// Elements by index in a container without one: as many steps as the index is away from the last
+/// look, or from the first element after a change. So a walk takes a step each.
+template <typename Container>
+class index_walk {
+public:
+    explicit index_walk(const Container& all) : all_(all) { restart(); }
+
+    const typename Container::value_type& at(std::size_t index) {
+        std::advance(place_, static_cast<std::ptrdiff_t>(index - index_));
+        index_ = index;
+        return *place_;
+    }
+    /// After a change.
+    void restart() {
+        place_ = all_.begin();
+        index_ = 0;
+    }
+
+private:
+    const Container& all_;
+    typename Container::const_iterator place_;
+    std::size_t index_ = 0;
+};
+
+/// One key. Finding, making and deleting costs a hash for a value, log n for a subkey.
 class registry_key {
 public:
+    /// By the name without regard to case.
+    using subkey_map = std::map<std::u16string, std::shared_ptr<registry_key>>;
+
     registry_key(registry_key* above, std::u16string_view own_name)
         : parent(above), name(own_name) {}
 
-    [[nodiscard]] const std::vector<std::shared_ptr<registry_key>>& subkeys() const {
-        return subkeys_;
-    }
-    [[nodiscard]] std::shared_ptr<registry_key> find_subkey(std::u16string_view subkey) const;
-    /// `subkey` must not be there yet.
-    void insert_subkey(std::shared_ptr<registry_key> subkey);
-    void remove_subkey(const registry_key& subkey);
-
-    [[nodiscard]] const std::vector<std::unique_ptr<registry_value>>& values() const {
-        return values_;
+    [[nodiscard]] const subkey_map& subkeys() const { return subkeys_; }
+    [[nodiscard]] const registry_key& subkey_at(std::size_t index) {
+        return *subkey_walk_.at(index).second;
     }
     /// Null when there is none.
-    [[nodiscard]] registry_value* find_value(std::u16string_view value) const;
-    /// A new value at `index`, or at the end; the name must not be there yet.
-    registry_value& insert_value(std::unique_ptr<registry_value> value,
-                                 std::size_t index = static_cast<std::size_t>(-1));
-    /// Takes a value out; `index` (may be null) receives where it stood.
-    std::unique_ptr<registry_value> take_value(const registry_value& value, std::size_t* index);
+    [[nodiscard]] std::shared_ptr<registry_key> find_subkey(std::u16string_view subkey) const;
+    /// The subkey must not be there yet.
+    std::shared_ptr<registry_key> make_subkey(std::u16string_view subkey);
+    /// Takes `subkey` and all below it out of the tree and marks them deleted.
+    void remove_subkey(registry_key& subkey);
 
-    /// Exchanges everything below the two keys, to take contents away and perhaps put them back:
-    /// the subkeys keep the parent that they had.
-    void swap_contents(registry_key& other);
-    /// Sets or clears `deleted` here and in every key below.
-    void mark_deleted(bool value);
+    [[nodiscard]] const std::list<registry_value>& values() const { return values_; }
+    [[nodiscard]] const registry_value& value_at(std::size_t index) {
+        return value_walk_.at(index);
+    }
+    /// Null when there is none.
+    [[nodiscard]] const registry_value* find_value(std::u16string_view value) const;
+    /// Makes a value behind the others, or changes one in its place.
+    void set_value(registry_value value);
+    /// False when there is none.
+    bool remove_value(std::u16string_view value);
 
-    /// Null for a root and meaningless once deleted.
+    /// From the root on.
+    [[nodiscard]] std::u16string path() const;
+
+    /// Null for the root and meaningless once deleted.
     registry_key* parent;
     std::u16string name;
     bool deleted = false;
 
 private:
-    std::vector<std::shared_ptr<registry_key>> subkeys_;
-    std::vector<std::unique_ptr<registry_value>> values_;
-    /// The views are of the values' own names.
-    std::unordered_map<std::u16string_view, registry_value*, folded_hash, folded_equal> index_;
+    void mark_deleted();
+
+    subkey_map subkeys_;
+    std::list<registry_value> values_;
+    /// By the name without regard to case.
+    std::unordered_map<std::u16string, std::list<registry_value>::iterator> value_index_;
+    index_walk<subkey_map> subkey_walk_{subkeys_};
+    index_walk<std::list<registry_value>> value_walk_{values_};
 };
 
-inline constexpr std::size_t MAX_KEY_NAME_CHARS = 255;
-/// Levels below a root.
-inline constexpr std::size_t MAX_KEY_DEPTH = 512;
-inline constexpr std::size_t MAX_VALUE_NAME_CHARS = 16383;
-/// 1 to 255 characters without a backslash; line ends are kept out because `.reg` text cannot
-/// carry them in a key.
-bool is_key_name(std::u16string_view name);
+inline std::shared_ptr<registry_key> make_root() {
+    return std::make_shared<registry_key>(nullptr, u"HKEY_LOCAL_MACHINE");
+}
 
-/// Whether every name of a path is one and the depth is in bounds.
+// Paths are names between backslashes; backslashes at either end and doubled ones are passed over.
+
+/// Whether every name is one and the depth is in bounds: 1 to 255 characters; line ends are kept
+/// out because `.reg` text cannot carry them in a key.
 bool is_key_path(std::u16string_view path);
-
-/// Takes the first name off a path, empty when there is none left. Backslashes at either end and
-/// doubled ones are passed over.
-std::u16string_view take_key_name(std::u16string_view& path);
-
-struct registry_tree {
-    std::shared_ptr<registry_key> local_machine =
-        std::make_shared<registry_key>(nullptr, u"HKEY_LOCAL_MACHINE");
-    std::shared_ptr<registry_key> current_user =
-        std::make_shared<registry_key>(nullptr, u"HKEY_CURRENT_USER");
-};
+/// Goes from `key` down `path` as far as it leads; `path` keeps what is missing.
+std::shared_ptr<registry_key> walk_down(std::shared_ptr<registry_key> key,
+                                        std::u16string_view& path);
+/// Makes the keys of `path`, none of which is there, below `key`; gives the lowest.
+std::shared_ptr<registry_key> make_below(std::shared_ptr<registry_key> key,
+                                         std::u16string_view path);
 
 } // namespace kr::host::detail

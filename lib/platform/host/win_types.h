@@ -76,6 +76,7 @@ inline constexpr LONG ERROR_NO_MORE_ITEMS = 259;
 inline constexpr LONG ERROR_MR_MID_NOT_FOUND = 317;
 inline constexpr LONG ERROR_INVALID_ADDRESS = 487;
 inline constexpr LONG ERROR_INVALID_IMAGE_HASH = 577;
+inline constexpr LONG ERROR_NOACCESS = 998;
 inline constexpr LONG ERROR_BADDB = 1009;
 inline constexpr LONG ERROR_KEY_DELETED = 1018;
 inline constexpr LONG ERROR_SERVICE_ALREADY_RUNNING = 1056;

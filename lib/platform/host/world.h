@@ -19,13 +19,6 @@ void reset_registry();
 /// KR_HOST_REGISTRY named it. It is read at the next use.
 void reset_registry_to_file(const std::string& path);
 
-/// Imports `.reg` text (UTF-16 with byte-order mark, UTF-8, or bytes of Windows-1252 in the old
-/// form) into the registry: all of it, or on a broken text nothing. Returns 0; 1009 with the reason
-/// and its line in `problem` (may be null); or what saving the file gave.
-u32 import_reg(std::span<const u8> text, std::string* problem);
-/// The whole registry as `.reg` text: UTF-16LE with byte-order mark and CR LF.
-std::vector<u8> export_reg();
-
 /// No services, the default driver policy (or what KR_HOST_DRIVER_POLICY says).
 void reset_services();
 /// true: every start is refused with 577, as on a system that does not accept the signature. At the
