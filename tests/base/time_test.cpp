@@ -2,6 +2,7 @@
 #include "base/time/time.h"
 
 #include <ctime>
+#include <random>
 
 #include "base/time/local_date.h"
 #include "support/captured_log.h"
@@ -12,7 +13,6 @@ using namespace kr::test;
 
 constexpr i32 s = KR_TIME_UNIT_SECONDS;
 constexpr i32 ms = KR_TIME_UNIT_MILLISECONDS;
-constexpr i32 us = KR_TIME_UNIT_MICROSECONDS;
 constexpr i32 ns = KR_TIME_UNIT_NANOSECONDS;
 constexpr u64 maximum = ~u64{0};
 
@@ -24,85 +24,103 @@ bool same(const kr_time& a, const kr_time& b) {
     return a.unit == b.unit && a.count == b.count && a.relative == b.relative;
 }
 
+// NOLINTNEXTLINE(*-reserved-identifier): what both compilers call it
+using u128 = unsigned __int128;
+
+constexpr u64 factors[] = {1, 1'000, 1'000'000, 1'000'000'000};
+u128 in_nanoseconds(const kr_time& t) { return u128{t.count} * factors[3 + t.unit]; }
+
+/// What a count is in another unit: the model of the conversions.
+kr_result expected_count(const kr_time& t, i32 unit, u64* out) {
+    const u128 count = in_nanoseconds(t) / factors[3 + unit];
+    if (count > maximum) { return overflow; }
+    *out = static_cast<u64>(count);
+    return count == 0 ? zero : ok;
+}
+
+/// The edges of every conversion, and counts of every length.
+std::vector<u64> telling_counts() {
+    std::vector<u64> counts = {0, 1, maximum};
+    for (const u64 factor : factors) {
+        counts.insert(counts.end(), {factor - 1, factor, factor + 1, maximum / factor, maximum / factor + 1});
+    }
+    std::mt19937_64 random(1); // NOLINT(*-msc51-cpp): the same counts in every run
+    for (u32 bits = 0; bits < 64; ++bits) { counts.push_back(random() >> bits); }
+    return counts;
+}
+
+constexpr kr_result (*getters[])(const kr_time*, u64*) = {kr_time_getNanoseconds, kr_time_getMicroseconds,
+                                                          kr_time_getMilliseconds, kr_time_getSeconds};
+constexpr void (*makers[])(kr_time*, u64) = {kr_time_fromNanoseconds, kr_time_fromMicroseconds,
+                                             kr_time_fromMilliseconds, kr_time_fromSeconds};
+
 TEST(Time, ConvertsBetweenUnitsOrChangesNothing) {
-    constexpr struct {
-        int line;
-        i32 from;
-        u64 count;
-        i32 to;
-        kr_result result;
-        u64 converted;
-    } rows[] = {
-        {__LINE__, s, maximum, s, ok, maximum},
-        {__LINE__, ms, 1'999, s, ok, 1},
-        {__LINE__, ns, 999'999'999, s, zero, 0},
-        {__LINE__, ns, maximum, s, ok, 18'446'744'073},
-        {__LINE__, s, 18'446'744'073'709'551, ms, ok, 18'446'744'073'709'551'000u},
-        {__LINE__, s, 18'446'744'073'709'552, ms, overflow, 0},
-        {__LINE__, ms, 18'446'744'073'709, ns, ok, 18'446'744'073'709'000'000u},
-        {__LINE__, ms, 18'446'744'073'710, ns, overflow, 0},
-        {__LINE__, s, 18'446'744'073, ns, ok, 18'446'744'073'000'000'000u},
-        {__LINE__, s, 18'446'744'074, ns, overflow, 0},
-        {__LINE__, s, 0, s, zero, 0},
-        {__LINE__, 5, 0, ns, zero, 0},
-        {__LINE__, s, 0, 1, unexpected, 0},
-        {__LINE__, 1, 1, s, unexpected, 0},
-        {__LINE__, -4, 1, s, unexpected, 0},
-    };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.line);
-        for (const u32 relative : {0u, 1u}) {
-            const kr_time before{.unit = r.from, .count = r.count, .relative = relative};
-            kr_time t = before;
-            EXPECT_EQ(kr_time_convert(&t, r.to), r.result);
-            EXPECT_TRUE(same(t, r.result == ok ? kr_time{r.to, r.converted, relative} : before));
+    for (const u64 count : telling_counts()) {
+        for (i32 from = ns; from <= s; ++from) {
+            for (i32 to = ns; to <= s; ++to) {
+                kr_time t{};
+                makers[3 + from](&t, count);
+                ASSERT_TRUE(same(t, duration(from, count)));
+                t.relative = count & 1;
+                const kr_time before = t;
+                u64 expected = 9, got = 9;
+                const kr_result result = expected_count(t, to, &expected);
+                ASSERT_EQ(getters[3 + to](&t, &got), result) << count << ' ' << from << ' ' << to;
+                ASSERT_EQ(got, result == ok ? expected : 9);
+                ASSERT_EQ(kr_time_convert(&t, to), result);
+                ASSERT_TRUE(same(t, result == ok ? kr_time{to, expected, before.relative} : before));
+            }
         }
     }
-    const kr_time t = duration(ms, 61'000);
-    u64 count = 0;
-    EXPECT_EQ(kr_time_getSeconds(&t, &count), ok);
-    EXPECT_EQ(count, 61u);
-    EXPECT_EQ(kr_time_getMicroseconds(&t, &count), ok);
-    EXPECT_EQ(count, 61'000'000u);
-    const kr_time nothing = duration(ms, 0);
-    EXPECT_EQ(kr_time_getNanoseconds(&nothing, &count), zero);
-    EXPECT_EQ(count, 61'000'000u);
+    // No unit, or no count: the wanted unit is looked at first, then the count, then its own unit.
+    for (const auto& [from, count, to, result] : {std::tuple{s, u64{0}, 1, unexpected},
+                                                  {5, u64{0}, ns, zero},
+                                                  {1, u64{1}, s, unexpected},
+                                                  {-4, u64{1}, s, unexpected},
+                                                  {s, u64{1}, -4, unexpected}}) {
+        kr_time t = duration(from, count);
+        EXPECT_EQ(kr_time_convert(&t, to), result) << from << ' ' << to;
+        EXPECT_TRUE(same(t, duration(from, count)));
+    }
+}
+
+/// Both orders at once: the distance is the same and the direction turns.
+void expect_difference(const kr_time& a, const kr_time& b, kr_result result, const kr_time& distance,
+                       i32 direction) {
+    const kr_time untouched = point(9, 9);
+    kr_time got = untouched;
+    i32 way = 9;
+    const bool failed = kr_result_failed(result);
+    EXPECT_EQ(kr_time_diff(&a, &b, &got, &way), result);
+    EXPECT_TRUE(same(got, failed ? untouched : distance));
+    EXPECT_EQ(way, failed ? 9 : direction);
+    EXPECT_EQ(kr_time_diff_reversed(&a, &b, nullptr, &way), result);
+    EXPECT_EQ(way, failed ? 9 : -direction);
+    EXPECT_EQ(kr_time_is_equal(&a, &b),
+              failed ? result : kr_result_make_success(direction == 0 ? KR_YES : KR_NO));
 }
 
 TEST(Time, SubtractsInTheFinerUnit) {
-    const kr_result equal = kr_result_make_success(KR_ZERO);
-    const struct {
-        int line;
-        kr_time a, b;
-        kr_result result;
-        kr_time distance;
-        i32 direction;
-    } rows[] = {
-        {__LINE__, duration(s, 1), duration(ms, 1'500), ok, duration(ms, 500), 1},
-        {__LINE__, duration(ms, 1'500), duration(s, 1), ok, duration(ms, 500), -1},
-        {__LINE__, point(ns, 5), point(ns, 3), ok, duration(ns, 2), -1},
-        {__LINE__, duration(s, 1), duration(ms, 1'000), equal, duration(ms, 0), 0},
-        {__LINE__, duration(s, 0), duration(ms, 5), ok, duration(ms, 5), 1},
-        {__LINE__, point(s, 0), point(s, maximum), ok, duration(s, maximum), 1},
-        {__LINE__, point(s, 1), duration(s, 1), invalid, {}, 0},
-        {__LINE__, point(s, 18'446'744'074), point(ns, 1), overflow, {}, 0},
-        {__LINE__, duration(s, 1), duration(-4, 1), unexpected, {}, 0},
+    const std::vector<u64> counts = telling_counts();
+    std::mt19937 random(1); // NOLINT(*-msc51-cpp): the same pairs in every run
+    const auto any = [&](u32 relative) {
+        return kr_time{-static_cast<i32>(random() % 4), counts[random() % counts.size()], relative};
     };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.line);
-        const kr_time untouched = point(9, 9);
-        kr_time distance = untouched;
-        i32 direction = 9;
-        EXPECT_EQ(kr_time_diff(&r.a, &r.b, &distance, &direction), r.result);
-        const bool failed = kr_result_failed(r.result);
-        EXPECT_TRUE(same(distance, failed ? untouched : r.distance));
-        EXPECT_EQ(direction, failed ? 9 : r.direction);
-        EXPECT_EQ(kr_time_diff_reversed(&r.a, &r.b, nullptr, &direction), r.result);
-        EXPECT_EQ(direction, failed ? 9 : -r.direction);
-        const kr_result answer =
-            failed ? r.result : kr_result_make_success(r.direction == 0 ? KR_YES : KR_NO);
-        EXPECT_EQ(kr_time_is_equal(&r.a, &r.b), answer);
+    for (u32 i = 0; i < 20'000; ++i) {
+        const kr_time a = any(i & 1);
+        const kr_time b = i % 16 < 2 ? a : any(i & 1);
+        const i32 finer = std::min(a.unit, b.unit);
+        const u128 first = in_nanoseconds(a) / factors[3 + finer],
+                   second = in_nanoseconds(b) / factors[3 + finer];
+        const kr_result result = std::max(first, second) > maximum ? overflow
+                                 : first == second                 ? kr_result_make_success(KR_ZERO)
+                                                                   : ok;
+        const u64 distance = static_cast<u64>(first < second ? second - first : first - second);
+        expect_difference(a, b, result, duration(finer, distance), (first < second) - (first > second));
+        if (HasFailure()) { FAIL() << a.unit << ' ' << a.count << ", " << b.unit << ' ' << b.count; }
     }
+    expect_difference(point(s, 1), duration(s, 1), invalid, {}, 0);
+    expect_difference(duration(s, 1), duration(-4, 1), unexpected, {}, 0);
 }
 
 TEST(Time, ScalesDurationsOnly) {
@@ -133,10 +151,6 @@ TEST(Time, ScalesDurationsOnly) {
         EXPECT_TRUE(same(t, r.result == ok ? duration(ms, r.count) : r.from)) << r.line;
     }
     kr_time made{};
-    kr_time_fromMicroseconds(&made, 5);
-    EXPECT_TRUE(same(made, duration(us, 5)));
-    kr_time_fromMilliseconds(&made, 6);
-    EXPECT_TRUE(same(made, duration(ms, 6)));
     kr_time_set_zero(&made);
     EXPECT_TRUE(same(made, duration(s, 0)));
     for (const kr_time& none : {duration(ms, 0), point(ms, 0)}) {

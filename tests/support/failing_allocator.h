@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 #include <mutex>
-#include <unordered_set>
+#include <unordered_map>
 
 #include "base/memory/memory.h"
 #include "support/suite.h"
@@ -37,6 +37,8 @@ public:
     /// Size that was asked for last.
     [[nodiscard]] std::size_t last_size() const { return locked(last_size_); }
     [[nodiscard]] std::size_t live() const { return locked(live_).size(); }
+    /// The blocks that came back, in order, by the number of their allocation.
+    [[nodiscard]] std::vector<u32> released() const { return locked(released_); }
 
 private:
     template <typename T>
@@ -58,7 +60,7 @@ private:
             return out_of_memory;
         }
         std::memset(block, 0xA5, size);
-        self.live_.insert(block);
+        self.live_.emplace(block, self.allocations_);
         *out = block;
         return ok;
     }
@@ -66,7 +68,9 @@ private:
     static void deallocate(void* ptr) {
         const std::lock_guard guard(current_->lock_);
         // A block from before the scope came from the runtime heap just the same.
-        current_->live_.erase(ptr);
+        if (const auto block = current_->live_.extract(ptr)) {
+            current_->released_.push_back(block.mapped());
+        }
         std::free(ptr);
     }
 
@@ -77,7 +81,8 @@ private:
     repeat repeated_;
     u32 allocations_ = 0, failures_ = 0;
     std::size_t last_size_ = 0;
-    std::unordered_set<void*> live_;
+    std::unordered_map<void*, u32> live_;
+    std::vector<u32> released_;
 };
 
 /// Runs `operation`, which returns a kr_result, with its first allocation failing, then its second,

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -51,7 +52,7 @@ struct kr_mempool {
     u32 max_count = 0;
     kr_time time_out{};
 
-    kr_mutex lock{};
+    kr_mutex lock;
     // Everything below is guarded by the lock. Waiting threads read `used` without it.
     u32 flags = 0;
     std::atomic<u32> used = 0;
@@ -248,7 +249,7 @@ kr_result kr_mempool_create(const kr_char* name, u64 element_size, u32 flags, u3
     }
     // Whole as far as it goes at every step, so that the ordinary end also undoes half a creation.
     kr::owner<kr_mempool*, kr_mempool_destroy> owned(
-        std::construct_at(static_cast<kr_mempool*>(record)));
+        new (record) kr_mempool);
     kr_mempool* const pool = owned.get();
     result = kr_mutex_init(&pool->lock);
     pool->element_size = element_size;
