@@ -9,6 +9,7 @@
 #include <fstream>
 #include <functional>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -146,6 +147,8 @@ TEST_F(RegFile, ListsValuesInTheOrderOfTheirMaking) {
 
 TEST_F(RegFile, HoldsEveryChangeForTheNextProcess) {
     use("");
+    const std::string other = folder + "/other";
+    fs::create_symlink(other, file + "." + std::to_string(getpid()) + ".new");
     HKEY key = nullptr;
     const struct {
         int line;
@@ -165,6 +168,7 @@ TEST_F(RegFile, HoldsEveryChangeForTheNextProcess) {
         EXPECT_EQ(row.change(), 0) << row.line;
         EXPECT_EQ(plain(got()), row.written + "\n") << row.line;
     }
+    EXPECT_FALSE(fs::exists(other)) << "written through a link";
     reset_registry_to_file(file);
     EXPECT_EQ(RegCloseKey(key), 6) << "the handle is of the time before";
     EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"K"), 0);

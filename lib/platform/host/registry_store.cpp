@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <sstream>
 #include <unistd.h>
@@ -34,9 +35,16 @@ LONG read_file(const std::string& path, std::string& bytes) {
     return content.bad() ? last_errno() : LONG{ERROR_SUCCESS};
 }
 
-/// Beside the file first, then in its place, so that it is never half written.
+/// Beside the file first, then in its place, so that it is never half written; never through a link
+/// that somebody laid there under the fresh file's name.
 LONG replace_file(const std::string& path, const std::string& bytes) {
     const std::string fresh = path + "." + std::to_string(getpid()) + ".new";
+    std::remove(fresh.c_str());
+    const int made = open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (made < 0) {
+        return last_errno();
+    }
+    close(made);
     std::ofstream file(fresh, std::ios::binary);
     file << bytes;
     file.close();
