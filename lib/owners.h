@@ -21,7 +21,7 @@
 #include "base/memory/owner.h"
 #include "base/text/array_string.h"
 #include "log/startup/module.h"
-#include "settings/owners.h"
+#include "settings/handles.h"
 
 namespace kr {
 

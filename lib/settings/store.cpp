@@ -10,7 +10,7 @@
 #include "log/log.h"
 #include "platform/platform.h"
 #include "printf/printf.h"
-#include "settings/owners.h"
+#include "settings/handles.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "log/core.h"
 #include "log/destinations/destinations.h"
 #include "log/log.h"
-#include "settings/owners.h"
+#include "settings/handles.h"
 #include "settings/typed.h"
 
 namespace {
