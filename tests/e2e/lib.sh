@@ -34,9 +34,23 @@ finish() {
 # fresh: no stored verdict, no settings, no service, no file, an empty driver log.
 fresh() {
   wine reg delete 'HKLM\SOFTWARE\Korinth' /f >/dev/null 2>&1
+  wine sc stop krdummy >/dev/null 2>&1
   wine sc delete krdummy >/dev/null 2>&1
   rm -f "$WINEPREFIX/drive_c/windows/system32/drivers/krdummy.sys"
   : >"$driver_log"
+}
+
+# notes HEADING: the commands that the administrators' notes give below a line that ends so, as a batch file.
+notes() {
+  tr -d '\r' <"$BUILD/ADMINS.txt" | awk -v heading="$1" '
+    on && /^  / { print substr($0, 3) "\r" }
+    on && /^[^ ]/ { exit }
+    substr($0, length($0) - length(heading) + 1) == heading { on = 1 }'
+}
+
+# batch FILE ARGUMENT...: runs a batch file in the prefix; its exit status.
+batch() {
+  timeout 60 wine cmd /c "$(winepath -w "$1" | tr -d '\r')" "${@:2}" </dev/null >"$work/output" 2>/dev/null
 }
 
 # import_settings FILE: a .reg file, as an administrator would.
@@ -44,11 +58,11 @@ import_settings() {
   wine reg import "$1" >/dev/null 2>&1 || check "reg import $1" failed imported
 }
 
-# probe [PROGRAM]: runs the program as its debugger. Afterwards: exit_code, debug_output (the
-# debugger output, without CR), standard_output is not told apart from it.
+# probe [PROGRAM [N CALL...]]: runs the program as its debugger, killed before its N-th call of those named.
+# Afterwards: exit_code, debug_output (the debugger output, without CR), standard_output is not told apart from it.
 probe() {
   exit_code=0
-  timeout 60 wine "$BUILD/tools/debugrun/debugrun.exe" "${1:-$BUILD/tools/loadprobe/loadprobe.exe}" \
+  timeout 60 wine "$BUILD/tools/debugrun/debugrun.exe" "${1:-$BUILD/tools/loadprobe/loadprobe.exe}" "${@:2}" \
     >"$work/output" 2>"$work/errors" </dev/null || exit_code=$?
   debug_output=$(tr -d '\r' <"$work/output")
 }

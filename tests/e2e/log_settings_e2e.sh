@@ -43,13 +43,21 @@ reset() { echo "STAMP; loadprobe:THREAD; F(01); $1; kr_log_reset()"; }
 category() { echo "STAMP; loadprobe:THREAD; F(01); Overriding $1; kr_log_conf_category()"; }
 
 fresh
-log_file=$WINEPREFIX/drive_c/windows/temp/loadprobe.log
+log_file=$WINEPREFIX/drive_c/windows/logs/loadprobe.log
+mkdir -p "$(dirname "$log_file")" # which Windows has
 rm -f "$log_file"
 import_settings "$samples/log_to_file.reg"
 says 'log_to_file.reg' "$found
-$(reset 'Overriding log destination -> file://C:\Windows\Temp\loadprobe.log')"
-check 'log_to_file.reg: lines end in CR LF' "$(grep -c $'\r$' "$log_file")" 2
+$(reset 'Overriding log destination -> file://C:\Windows\Logs\loadprobe.log')"
+check 'log_to_file.reg: lines end in CR LF, no mark stands first' \
+  "$(grep -c $'\r$' "$log_file") $(head -c 1 "$log_file" | tr -d 0-9)" '2 '
 check 'log_to_file.reg: file' "$(comparable <"$log_file")" "$compatible
+$stored"
+
+import_settings "$samples/log_to_console.reg"
+says 'log_to_console.reg' "$found
+$(reset 'Overriding log destination -> stdout')
+$compatible
 $stored"
 
 import_settings "$samples/log_everything_to_console.reg"
@@ -101,13 +109,15 @@ $(reset 'Setting profile threshold -> 4294967295' | sed 's/^STAMP; //')
 $(reset 'Using tags filter -> timer;________' | sed 's/^STAMP; //')"
 
 generic='Result is 0x82000000 (error "Generic" from "Unknown source")'
-settings '"destination"=dword:00000001' '"main"="65536"' '"memory"=dword:00000001' \
-  '"profile_min"=hex(1):31,00' '"settings"="7"' '"unknown"="7"'
+settings '"all"="7 or so"' '"destination"=dword:00000001' '"main"="65536"' '"memory"=hex(2):37,00' \
+  '"other"="hello"' '"profile_min"=hex(1):31,00' '"settings"="7"' '"unknown"="7"'
 says 'bad values' "$found
+$(category 'all category levels to 7')
 STAMP; loadprobe:THREAD; W(01); Keeping log destination because the value of 'destination' cannot be read as a string $generic; kr_log_reset()
 STAMP; loadprobe:THREAD; W(01); Ignoring log conf category key 'main' because its value cannot be converted to 16 bit integer Result is 0x8200004D (error \"Overflow\" from \"Unknown source\"); kr_log_conf_category()
 STAMP; loadprobe:THREAD; W(07); kr_settings_get_string_alloc() failed for name=memory $generic; kr_settings_get_unsigned_int()
 STAMP; loadprobe:THREAD; W(01); Ignoring log conf category key 'memory' because its value cannot be converted to 16 bit integer $generic; kr_log_conf_category()
+$(category 'category other level to 0')
 $(reset 'Setting profile threshold -> 1')
 $(category 'category settings level to 7')
 $compatible

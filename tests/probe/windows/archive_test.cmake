@@ -14,7 +14,7 @@ file(ARCHIVE_EXTRACT INPUT ${work}/${name}.zip DESTINATION ${work}/content)
 file(GLOB_RECURSE files RELATIVE ${work}/content ${work}/content/*)
 list(SORT files)
 set(expected ADMINS.txt LICENSE.txt loadprobe.exe log_defaults.reg log_everything_to_console.reg
-  log_quiet.reg log_to_file.reg)
+  log_quiet.reg log_to_console.reg log_to_event_log.reg log_to_file.reg)
 list(TRANSFORM expected PREPEND ${name}/)
 if(NOT files STREQUAL expected)
   message(FATAL_ERROR "the archive holds ${files}\nexpected     ${expected}")
