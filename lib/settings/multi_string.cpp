@@ -7,10 +7,14 @@
 #include "base/memory/owner.h"
 #include "base/text/array_string.h"
 #include "base/text/wide_string.h"
-#include "log/log.h"
 #include "log/trace.h"
+#include "result/failures.h"
+#include "settings/report.h"
 
 namespace {
+
+using kr::detail::invalid_argument;
+using kr::detail::report;
 
 constexpr kr_char separator = KR_TEXT(';');
 constexpr kr_char escape = KR_TEXT('\\');
@@ -28,9 +32,8 @@ constexpr const char* compose_name = "kr_settings_compose_multi_string";
 kr_result append_item(kr_array_string* array, const kr_char* item) {
     const kr_result result = kr_array_string_add(array, item);
     if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, parse_name,
-                  "Unable to add string '%_s' to array string. Result is %_r (%_z)", item, &result,
-                  &result);
+        KR_LOG_FAILURE_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, parse_name, result,
+                          "Unable to add string '%_s' to array string.", item);
     }
     return result;
 }
@@ -68,10 +71,8 @@ void roll_back(kr_array_string* array, u32 count) {
         const u32 last = kr_array_string_count(array) - 1;
         const kr_result result = kr_array_string_remove(array, last);
         if (kr_result_failed(result)) {
-            KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, parse_name,
-                      "Unable to remove element at position %u after parse error. Result is %_r "
-                      "(%_z)",
-                      last, &result, &result);
+            KR_LOG_FAILURE_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, parse_name, result,
+                              "Unable to remove element at position %u after parse error.", last);
             return;
         }
     }
@@ -82,7 +83,7 @@ kr_result item_at(const kr_array_string* array, u32 index, const kr_char** item)
     if (*item == nullptr) {
         KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, compose_name,
                   "kr_array_string_get_item() return an invalid item.");
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     return KR_SUCCESS;
 }
@@ -126,23 +127,18 @@ kr_result write_text(const kr_array_string* array, kr_char* text) {
 kr_result get_items(const char* function, kr_settings_handle settings, const kr_char* name,
                     kr_array_string* array) {
     if (array == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     kr::owned_text text;
-    kr_result result = kr_settings_get_string_alloc(settings, name, text.out());
+    kr_result result = report(function, "kr_settings_get_string_alloc",
+                              kr_settings_get_string_alloc(settings, name, text.out()));
     if (kr_result_failed(result)) {
-        if (!kr_result_is(result, KR_NOT_FOUND)) {
-            KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                      "kr_settings_get_string_alloc() failed. Result is %_r (%_z)", &result,
-                      &result);
-        }
         return result;
     }
     result = kr_settings_parse_multi_string(text.get(), array);
     if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                  "Unable to parse multi string %_s Result is %_r (%_z)", text.get(), &result,
-                  &result);
+        KR_LOG_FAILURE_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function, result,
+                          "Unable to parse multi string %_s", text.get());
     }
     return result;
 }
@@ -150,33 +146,27 @@ kr_result get_items(const char* function, kr_settings_handle settings, const kr_
 kr_result set_items(const char* function, kr_settings_handle settings, const kr_char* name,
                     const kr_array_string* array) {
     kr::owned_text text;
-    kr_result result = kr_settings_compose_multi_string(array, text.out());
+    const kr_result result = kr_settings_compose_multi_string(array, text.out());
     if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                  "Unable to compose multi string from array of strings. Result is %_r (%_z)",
-                  &result, &result);
+        KR_LOG_FAILURE_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function, result,
+                          "Unable to compose multi string from array of strings.");
         return result;
     }
-    result = kr_settings_set_string(settings, name, text.get());
-    if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                  "kr_settings_set_string() failed. Result is %_r (%_z)", &result, &result);
-    }
-    return result;
+    return report(function, "kr_settings_set_string",
+                  kr_settings_set_string(settings, name, text.get()));
 }
 
 } // namespace
 
 kr_result kr_settings_parse_multi_string(const kr_char* text, kr_array_string* array) {
     if (text == nullptr || array == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     const u32 count_before = kr_array_string_count(array);
     kr::owned_block item;
     kr_result result = kr_memory_allocate_hook(item.out(), kr_string_bytesize(text));
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING, "Unable to allocate memory. Result is %_r (%_z)",
-               &result, &result);
+        KR_LOG_FAILURE(KR_LOG_SETTINGS, KR_LOG_WARNING, result, "Unable to allocate memory.");
         return result;
     }
     result = append_items(text, static_cast<kr_char*>(item.get()), array);
@@ -188,7 +178,7 @@ kr_result kr_settings_parse_multi_string(const kr_char* text, kr_array_string* a
 
 kr_result kr_settings_compose_multi_string(const kr_array_string* array, kr_char** out) {
     if (array == nullptr || out == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     u64 length_chars = 0;
     kr_result result = measure_text(array, &length_chars);
@@ -202,8 +192,8 @@ kr_result kr_settings_compose_multi_string(const kr_array_string* array, kr_char
     kr::owned_block text;
     result = kr_memory_allocate_hook(text.out(), size_bytes);
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING, "Unable to allocate %u bytes. Result is %_r (%_z)",
-               static_cast<u32>(size_bytes), &result, &result);
+        KR_LOG_FAILURE(KR_LOG_SETTINGS, KR_LOG_WARNING, result, "Unable to allocate %u bytes.",
+                       static_cast<u32>(size_bytes));
         return result;
     }
     result = write_text(array, static_cast<kr_char*>(text.get()));

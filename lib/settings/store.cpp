@@ -10,9 +10,12 @@
 #include "log/log.h"
 #include "platform/platform.h"
 #include "printf/printf.h"
+#include "result/failures.h"
 #include "settings/handles.h"
 
 namespace {
+
+using kr::detail::invalid_argument;
 
 constexpr std::size_t domain_path_capacity_chars = 256;
 /// Texts up to this length, terminator included, are read without a block.
@@ -35,10 +38,6 @@ bool names_a_key(const kr_char* name) {
 /// Behind the component's name, a backslash adds nothing to the path.
 bool names_a_domain(const kr_char* name) {
     return names_a_key(name) && name[0] != KR_TEXT('\\');
-}
-
-kr_result invalid_argument() {
-    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
 }
 
 kr_result generic_unless_done(LSTATUS error) {

@@ -8,31 +8,17 @@
 #include "base/convert/convert.h"
 #include "base/memory/owner.h"
 #include "base/time/time.h"
-#include "log/log.h"
 #include "log/trace.h"
 #include "printf/printf.h"
+#include "result/failures.h"
+#include "settings/report.h"
 
 namespace {
 
+using kr::detail::invalid_argument;
+using kr::detail::report;
+
 constexpr u32 number_capacity_chars = 64;
-
-kr_result invalid_argument() {
-    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
-}
-
-void log_conversion_failure(const char* function, const kr_char* text, i64 /*number*/,
-                            const kr_result* result) {
-    KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-              "kr_string_to_si64() failed for string=%_s Result is %_r (%_z)", text, result,
-              result);
-}
-
-void log_conversion_failure(const char* function, const kr_char* text, u64 /*number*/,
-                            const kr_result* result) {
-    KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-              "kr_string_to_ui64() failed for string=%_s Result is %_r (%_z)", text, result,
-              result);
-}
 
 /// Reads the entry's text and converts it; the low bits of the number go to `out`.
 template <typename Number, typename Out>
@@ -45,16 +31,17 @@ kr_result fetch_number(const char* function, kr_result (*convert)(const kr_char*
     kr_result result = kr_settings_get_string_alloc(settings, name, text.out());
     if (kr_result_failed(result)) {
         if (!kr_result_is(result, KR_NOT_FOUND)) {
-            KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                      "kr_settings_get_string_alloc() failed for name=%_s Result is %_r (%_z)",
-                      name, &result, &result);
+            KR_LOG_FAILURE_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function, result,
+                              "kr_settings_get_string_alloc() failed for name=%_s", name);
         }
         return result;
     }
     Number number = 0;
     result = convert(text.get(), &number);
     if (kr_result_failed(result)) {
-        log_conversion_failure(function, text.get(), number, &result);
+        KR_LOG_FAILURE_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function, result,
+                          "kr_string_to_%s64() failed for string=%_s",
+                          std::is_signed_v<Number> ? "si" : "ui", text.get());
         return result;
     }
     *out = static_cast<Out>(number);
@@ -72,23 +59,25 @@ kr_result get_number(const char* function, kr_result (*convert)(const kr_char*, 
     return result;
 }
 
-/// A base setter, after its entry line.
+/// A base setter: `entry` is its entry line, `format` the text that it stores.
 template <typename Value>
-kr_result store_number(const kr_trace& trace, const char* function, kr_settings_handle settings,
-                       const kr_char* name, kr_format<std::type_identity_t<Value>> format,
-                       Value value) {
+kr_result set_number(const char* function, kr_settings_handle settings, const kr_char* name,
+                     Value value, kr_format<const kr_char*, std::type_identity_t<Value>> entry,
+                     kr_format<std::type_identity_t<Value>> format) {
+    const kr_trace trace(KR_LOG_SETTINGS, function);
+    trace.enter(entry, name, value);
     kr_char text[number_capacity_chars];
-    kr_result result = kr_printf_format2_checked(text, sizeof(text), nullptr, format, value);
+    kr_result result =
+        report(function, "kr_printf_format2",
+               kr_printf_format2_checked(text, sizeof(text), nullptr, format, value));
     if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                  "kr_printf_format2() failed. Result is %_r (%_z)", &result, &result);
         return trace.leave(result);
     }
     result = kr_settings_set_string(settings, name, text);
     if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                  "kr_settings_set_string(name_ptr=%_s, value=%_s) failed. Result is %_r (%_z)",
-                  name, static_cast<const kr_char*>(text), &result, &result);
+        KR_LOG_FAILURE_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function, result,
+                          "kr_settings_set_string(name_ptr=%_s, value=%_s) failed.", name,
+                          static_cast<const kr_char*>(text));
     }
     return trace.leave(result);
 }
@@ -115,6 +104,17 @@ kr_result get_sized(const char* function,
     return trace.leave(result);
 }
 
+/// A sized setter: `store` takes the 32-bit number; the entry line shows it as `value`.
+template <typename Wide, typename Value>
+kr_result set_sized(const char* function,
+                    kr_result (*store)(kr_settings_handle, const kr_char*, Wide),
+                    kr_settings_handle settings, const kr_char* name, Value value,
+                    kr_format<const kr_char*, std::type_identity_t<Value>> entry) {
+    const kr_trace trace(KR_LOG_SETTINGS, function);
+    trace.enter(entry, name, value);
+    return trace.leave(store(settings, name, static_cast<Wide>(value)));
+}
+
 } // namespace
 
 kr_result kr_settings_get_signed_int(kr_settings_handle settings, const kr_char* name, i32* out) {
@@ -122,9 +122,7 @@ kr_result kr_settings_get_signed_int(kr_settings_handle settings, const kr_char*
 }
 
 kr_result kr_settings_set_signed_int(kr_settings_handle settings, const kr_char* name, i32 value) {
-    const kr_trace trace(KR_LOG_SETTINGS, __func__);
-    trace.enter("Enter (name=%_s, value=%d)", name, value);
-    return store_number(trace, __func__, settings, name, "%d", value);
+    return set_number(__func__, settings, name, value, "Enter (name=%_s, value=%d)", "%d");
 }
 
 kr_result kr_settings_get_unsigned_int(kr_settings_handle settings, const kr_char* name, u32* out) {
@@ -133,9 +131,7 @@ kr_result kr_settings_get_unsigned_int(kr_settings_handle settings, const kr_cha
 
 kr_result kr_settings_set_unsigned_int(kr_settings_handle settings, const kr_char* name,
                                        u32 value) {
-    const kr_trace trace(KR_LOG_SETTINGS, __func__);
-    trace.enter("Enter (name=%_s, value=%u)", name, value);
-    return store_number(trace, __func__, settings, name, "%u", value);
+    return set_number(__func__, settings, name, value, "Enter (name=%_s, value=%u)", "%u");
 }
 
 kr_result kr_settings_get_UINT64(kr_settings_handle settings, const kr_char* name, u64* out) {
@@ -143,9 +139,7 @@ kr_result kr_settings_get_UINT64(kr_settings_handle settings, const kr_char* nam
 }
 
 kr_result kr_settings_set_UINT64(kr_settings_handle settings, const kr_char* name, u64 value) {
-    const kr_trace trace(KR_LOG_SETTINGS, __func__);
-    trace.enter("Enter (name=%_s, value=%ll_u)", name, value);
-    return store_number(trace, __func__, settings, name, "%ll_u", value);
+    return set_number(__func__, settings, name, value, "Enter (name=%_s, value=%ll_u)", "%ll_u");
 }
 
 kr_result kr_settings_get_INT64(kr_settings_handle settings, const kr_char* name, i64* out) {
@@ -153,9 +147,7 @@ kr_result kr_settings_get_INT64(kr_settings_handle settings, const kr_char* name
 }
 
 kr_result kr_settings_set_INT64(kr_settings_handle settings, const kr_char* name, i64 value) {
-    const kr_trace trace(KR_LOG_SETTINGS, __func__);
-    trace.enter("Enter (name=%_s, value=%lld)", name, value);
-    return store_number(trace, __func__, settings, name, "%lld", value);
+    return set_number(__func__, settings, name, value, "Enter (name=%_s, value=%lld)", "%lld");
 }
 
 kr_result kr_settings_get_UINT8(kr_settings_handle settings, const kr_char* name, u8* out) {
@@ -163,9 +155,8 @@ kr_result kr_settings_get_UINT8(kr_settings_handle settings, const kr_char* name
 }
 
 kr_result kr_settings_set_UINT8(kr_settings_handle settings, const kr_char* name, u8 value) {
-    const kr_trace trace(KR_LOG_SETTINGS, __func__);
-    trace.enter("Enter (name=%_s, value=%u)", name, u32{value});
-    return trace.leave(kr_settings_set_unsigned_int(settings, name, value));
+    return set_sized(__func__, kr_settings_set_unsigned_int, settings, name, u32{value},
+                     "Enter (name=%_s, value=%u)");
 }
 
 kr_result kr_settings_get_INT8(kr_settings_handle settings, const kr_char* name, i8* out) {
@@ -173,9 +164,8 @@ kr_result kr_settings_get_INT8(kr_settings_handle settings, const kr_char* name,
 }
 
 kr_result kr_settings_set_INT8(kr_settings_handle settings, const kr_char* name, i8 value) {
-    const kr_trace trace(KR_LOG_SETTINGS, __func__);
-    trace.enter("Enter (name=%_s, value=%u)", name, static_cast<u32>(i32{value}));
-    return trace.leave(kr_settings_set_signed_int(settings, name, value));
+    return set_sized(__func__, kr_settings_set_signed_int, settings, name,
+                     static_cast<u32>(i32{value}), "Enter (name=%_s, value=%u)");
 }
 
 kr_result kr_settings_get_UINT16(kr_settings_handle settings, const kr_char* name, u16* out) {
@@ -183,9 +173,8 @@ kr_result kr_settings_get_UINT16(kr_settings_handle settings, const kr_char* nam
 }
 
 kr_result kr_settings_set_UINT16(kr_settings_handle settings, const kr_char* name, u16 value) {
-    const kr_trace trace(KR_LOG_SETTINGS, __func__);
-    trace.enter("Enter (name=%_s, value=%u)", name, u32{value});
-    return trace.leave(kr_settings_set_unsigned_int(settings, name, value));
+    return set_sized(__func__, kr_settings_set_unsigned_int, settings, name, u32{value},
+                     "Enter (name=%_s, value=%u)");
 }
 
 kr_result kr_settings_get_INT16(kr_settings_handle settings, const kr_char* name, i16* out) {
@@ -193,9 +182,8 @@ kr_result kr_settings_get_INT16(kr_settings_handle settings, const kr_char* name
 }
 
 kr_result kr_settings_set_INT16(kr_settings_handle settings, const kr_char* name, i16 value) {
-    const kr_trace trace(KR_LOG_SETTINGS, __func__);
-    trace.enter("Enter (name=%_s, value=%d)", name, i32{value});
-    return trace.leave(kr_settings_set_signed_int(settings, name, value));
+    return set_sized(__func__, kr_settings_set_signed_int, settings, name, i32{value},
+                     "Enter (name=%_s, value=%d)");
 }
 
 kr_result kr_settings_get_UINT32(kr_settings_handle settings, const kr_char* name, u32* out) {
@@ -203,9 +191,8 @@ kr_result kr_settings_get_UINT32(kr_settings_handle settings, const kr_char* nam
 }
 
 kr_result kr_settings_set_UINT32(kr_settings_handle settings, const kr_char* name, u32 value) {
-    const kr_trace trace(KR_LOG_SETTINGS, __func__);
-    trace.enter("Enter (name=%_s, value=%u)", name, value);
-    return trace.leave(kr_settings_set_unsigned_int(settings, name, value));
+    return set_sized(__func__, kr_settings_set_unsigned_int, settings, name, value,
+                     "Enter (name=%_s, value=%u)");
 }
 
 kr_result kr_settings_get_INT32(kr_settings_handle settings, const kr_char* name, i32* out) {
@@ -213,9 +200,8 @@ kr_result kr_settings_get_INT32(kr_settings_handle settings, const kr_char* name
 }
 
 kr_result kr_settings_set_INT32(kr_settings_handle settings, const kr_char* name, i32 value) {
-    const kr_trace trace(KR_LOG_SETTINGS, __func__);
-    trace.enter("Enter (name=%_s, value=%d)", name, value);
-    return trace.leave(kr_settings_set_signed_int(settings, name, value));
+    return set_sized(__func__, kr_settings_set_signed_int, settings, name, value,
+                     "Enter (name=%_s, value=%d)");
 }
 
 kr_result kr_settings_get_BOOL(kr_settings_handle settings, const kr_char* name, u32* out) {
@@ -225,12 +211,9 @@ kr_result kr_settings_get_BOOL(kr_settings_handle settings, const kr_char* name,
         return trace.leave(invalid_argument());
     }
     u8 number = 0;
-    const kr_result result = kr_settings_get_UINT8(settings, name, &number);
+    const kr_result result =
+        report(__func__, "kr_settings_get_UINT8", kr_settings_get_UINT8(settings, name, &number));
     if (kr_result_failed(result)) {
-        if (!kr_result_is(result, KR_NOT_FOUND)) {
-            KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING,
-                   "kr_settings_get_UINT8() failed. Result is %_r (%_z)", &result, &result);
-        }
         return trace.leave(result);
     }
     *out = number != 0 ? 1 : 0;
@@ -241,12 +224,8 @@ kr_result kr_settings_get_BOOL(kr_settings_handle settings, const kr_char* name,
 kr_result kr_settings_set_BOOL(kr_settings_handle settings, const kr_char* name, i32 value) {
     const kr_trace trace(KR_LOG_SETTINGS, __func__);
     trace.enter("Enter (name=%_s, value=%d)", name, value);
-    const kr_result result = kr_settings_set_UINT8(settings, name, value != 0 ? 1 : 0);
-    if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING,
-               "kr_settings_set_UINT8() failed. Result is %_r (%_z)", &result, &result);
-    }
-    return trace.leave(result);
+    return trace.leave(report(__func__, "kr_settings_set_UINT8",
+                              kr_settings_set_UINT8(settings, name, value != 0 ? 1 : 0)));
 }
 
 kr_result kr_settings_get_relative_time(kr_settings_handle settings, const kr_char* name,
@@ -257,15 +236,11 @@ kr_result kr_settings_get_relative_time(kr_settings_handle settings, const kr_ch
         return trace.leave(invalid_argument());
     }
     u64 nanoseconds = 0;
-    const kr_result result = kr_settings_get_UINT64(settings, name, &nanoseconds);
-    if (kr_result_failed(result)) {
-        if (!kr_result_is(result, KR_NOT_FOUND)) {
-            KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING,
-                   "kr_settings_get_UINT64() failed. Result is %_r (%_z)", &result, &result);
-        }
-        return trace.leave(result);
+    const kr_result result = report(__func__, "kr_settings_get_UINT64",
+                                    kr_settings_get_UINT64(settings, name, &nanoseconds));
+    if (kr_result_succeeded(result)) {
+        kr_time_fromNanoseconds(out, nanoseconds);
     }
-    kr_time_fromNanoseconds(out, nanoseconds);
     return trace.leave(result);
 }
 
@@ -277,16 +252,11 @@ kr_result kr_settings_set_relative_time(kr_settings_handle settings, const kr_ch
         return trace.leave(invalid_argument());
     }
     u64 nanoseconds = 0;
-    kr_result result = kr_time_getNanoseconds(value, &nanoseconds);
+    const kr_result result =
+        report(__func__, "kr_time_getNanoseconds", kr_time_getNanoseconds(value, &nanoseconds));
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING,
-               "kr_time_getNanoseconds() failed. Result is %_r (%_z)", &result, &result);
         return trace.leave(result);
     }
-    result = kr_settings_set_UINT64(settings, name, nanoseconds);
-    if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING,
-               "kr_settings_set_UINT64() failed. Result is %_r (%_z)", &result, &result);
-    }
-    return trace.leave(result);
+    return trace.leave(report(__func__, "kr_settings_set_UINT64",
+                              kr_settings_set_UINT64(settings, name, nanoseconds)));
 }

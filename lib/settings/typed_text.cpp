@@ -1,66 +1,50 @@
 /// Addresses, subnets and GUIDs as text.
 #include "settings/typed_text.h"
 
+#include <cstring>
+
 #include "base/convert/convert.h"
 #include "base/convert/guid.h"
-#include "log/log.h"
 #include "log/trace.h"
 #include "printf/printf.h"
+#include "result/failures.h"
+#include "settings/report.h"
 
 namespace {
+
+using kr::detail::invalid_argument;
+using kr::detail::report;
 
 constexpr u32 ip_address_capacity_chars = 16;
 /// The longest subnet, 255.255.255.255/255, and the terminator.
 constexpr u32 ip_subnet_capacity_chars = 20;
 constexpr u32 largest_prefix = 255;
 
-kr_result invalid_argument() {
-    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
-}
-
 kr_result fetch_string(const char* function, kr_settings_handle settings, const kr_char* name,
                        u32 capacity_chars, kr_char* text) {
-    const kr_result result = kr_settings_get_string(settings, name, capacity_chars, text);
-    if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                  "kr_settings_get_string() failed. Result is %_r (%_z)", &result, &result);
-    }
-    return result;
+    return report(function, "kr_settings_get_string",
+                  kr_settings_get_string(settings, name, capacity_chars, text));
 }
 
 template <u32 CapacityChars>
 kr_result fetch_ascii(const char* function, kr_settings_handle settings, const kr_char* name,
                       char (&text)[CapacityChars]) {
     kr_char wide[CapacityChars];
-    kr_result result = fetch_string(function, settings, name, CapacityChars, wide);
-    if (kr_result_failed(result)) {
-        return result;
-    }
-    result = kr_krchar_to_ascii(wide, text, sizeof(text));
-    if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                  "kr_krchar_to_ascii() failed. Result is %_r (%_z)", &result, &result);
-    }
-    return result;
+    const kr_result result = fetch_string(function, settings, name, CapacityChars, wide);
+    return kr_result_failed(result) ? result
+                                    : report(function, "kr_krchar_to_ascii",
+                                             kr_krchar_to_ascii(wide, text, sizeof(text)));
 }
 
 kr_result parse_ip_address(const char* function, const char* text, u32* address) {
-    const kr_result result = kr_string_to_ipv4(text, address);
-    if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                  "kr_string_to_ipv4() failed. Result is %_r (%_z)", &result, &result);
-    }
-    return result;
+    return report(function, "kr_string_to_ipv4", kr_string_to_ipv4(text, address));
 }
 
 kr_result parse_ip_subnet(const char* function, char* text, kr_ip_subnet* out) {
-    char* separator = text;
-    while (*separator != '/') {
-        if (*separator == 0) {
-            KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function, "Subnet separator not found.");
-            return kr_result_make_error(KR_GENERIC);
-        }
-        ++separator;
+    char* const separator = std::strchr(text, '/');
+    if (separator == nullptr) {
+        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function, "Subnet separator not found.");
+        return kr_result_make_error(KR_GENERIC);
     }
     *separator = 0;
     u32 address = 0;
@@ -69,10 +53,8 @@ kr_result parse_ip_subnet(const char* function, char* text, kr_ip_subnet* out) {
         return result;
     }
     u16 prefix = 0;
-    result = kr_string_to_ui16_a(separator + 1, &prefix);
+    result = report(function, "kr_string_to_ui16_a", kr_string_to_ui16_a(separator + 1, &prefix));
     if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                  "kr_string_to_ui16_a() failed. Result is %_r (%_z)", &result, &result);
         return result;
     }
     if (prefix > largest_prefix) {
@@ -85,12 +67,7 @@ kr_result parse_ip_subnet(const char* function, char* text, kr_ip_subnet* out) {
 
 kr_result store_string(const char* function, kr_settings_handle settings, const kr_char* name,
                        const kr_char* text) {
-    const kr_result result = kr_settings_set_string(settings, name, text);
-    if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function,
-                  "kr_settings_set_string() failed. Result is %_r (%_z)", &result, &result);
-    }
-    return result;
+    return report(function, "kr_settings_set_string", kr_settings_set_string(settings, name, text));
 }
 
 } // namespace
@@ -103,16 +80,13 @@ kr_result kr_settings_get_ip_address(kr_settings_handle settings, const kr_char*
     }
     char text[ip_address_capacity_chars];
     kr_result result = fetch_ascii(__func__, settings, name, text);
+    if (kr_result_succeeded(result)) {
+        result = parse_ip_address(__func__, text, out);
+    }
     if (kr_result_failed(result)) {
         return trace.leave(result);
     }
-    u32 address = 0;
-    result = parse_ip_address(__func__, text, &address);
-    if (kr_result_failed(result)) {
-        return trace.leave(result);
-    }
-    *out = address;
-    trace.leave_with("Return (%_k)", address);
+    trace.leave_with("Return (%_k)", *out);
     return result;
 }
 
@@ -134,10 +108,9 @@ kr_result kr_settings_get_ip_subnet(kr_settings_handle settings, const kr_char* 
     }
     char text[ip_subnet_capacity_chars];
     kr_result result = fetch_ascii(__func__, settings, name, text);
-    if (kr_result_failed(result)) {
-        return trace.leave(result);
+    if (kr_result_succeeded(result)) {
+        result = parse_ip_subnet(__func__, text, out);
     }
-    result = parse_ip_subnet(__func__, text, out);
     if (kr_result_failed(result)) {
         return trace.leave(result);
     }
@@ -159,17 +132,16 @@ kr_result kr_settings_set_ip_subnet(kr_settings_handle settings, const kr_char* 
         return trace.leave(invalid_argument());
     }
     kr_char text[ip_subnet_capacity_chars];
-    kr_result result = kr_printf_format2_checked(text, sizeof(text), nullptr, "%_k/%d",
-                                                 value->address, static_cast<i32>(value->prefix));
+    kr_result result =
+        report(__func__, "kr_printf_format2",
+               kr_printf_format2_checked(text, sizeof(text), nullptr, "%_k/%d", value->address,
+                                         static_cast<i32>(value->prefix)));
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING, "kr_printf_format2() failed. Result is %_r (%_z)",
-               &result, &result);
         return trace.leave(result);
     }
     result = kr_settings_set_string(settings, name, text);
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING,
-               "kr_settings_set_string() failed Result is %_r (%_z)", &result, &result);
+        KR_LOG_FAILURE(KR_LOG_SETTINGS, KR_LOG_WARNING, result, "kr_settings_set_string() failed");
     }
     return trace.leave(result);
 }
@@ -182,13 +154,11 @@ kr_result kr_settings_get_guid(kr_settings_handle settings, const kr_char* name,
     }
     kr_char text[KR_GUID_SIMPLE_CHARS];
     kr_result result = fetch_string(__func__, settings, name, KR_GUID_SIMPLE_CHARS, text);
-    if (kr_result_failed(result)) {
-        return trace.leave(result);
+    if (kr_result_succeeded(result)) {
+        result =
+            report(__func__, "kr_guid_from_string_simple", kr_guid_from_string_simple(text, out));
     }
-    result = kr_guid_from_string_simple(text, out);
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING,
-               "kr_guid_from_string_simple() failed. Result is %_r (%_z)", &result, &result);
         return trace.leave(result);
     }
     trace.leave_with("Return (%_g)", static_cast<const KRGUID*>(out));

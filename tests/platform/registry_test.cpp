@@ -198,7 +198,7 @@ TEST_F(Registry, CountsAndListsValuesInSomeOrder) {
         DWORD type = 0, bytes = 8, chars = 7;
         EXPECT_EQ(RegEnumValueW(key, i, name, &chars, nullptr, &type, data, &bytes), 0);
         EXPECT_EQ(chars, wide(name).size());
-        EXPECT_EQ(type, DWORD{chars == 6 ? REG_DWORD : REG_SZ});
+        EXPECT_EQ(type, static_cast<DWORD>(chars == 6 ? REG_DWORD : REG_SZ));
         EXPECT_EQ(bytes, chars == 6 ? 4u : 8u);
         listed.insert(name);
         bytes = bytes - 1, chars = 7;
