@@ -2,9 +2,9 @@
 /// change.
 #include "settings/multi_string.h"
 
-#include "base/text/array_string.h"
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
+#include "support/string_array.h"
 
 namespace {
 
@@ -12,26 +12,6 @@ using namespace kr::test;
 using items = std::vector<std::string>;
 
 constexpr const kr_char* entry = KR_TEXT("entry");
-
-struct string_array : kr::test::pinned {
-    explicit string_array(const items& content) {
-        for (const std::string& item : content) {
-            EXPECT_EQ(kr_array_string_add(&array, widen(item).c_str()), ok);
-        }
-    }
-    ~string_array() {
-        kr_array_string_clear(&array);
-        kr_memory_deallocate_hook(array.items);
-    }
-
-    [[nodiscard]] items content() const {
-        items copy;
-        for (u32 index = 0; index < array.count; ++index) { copy.push_back(utf8(array.items[index])); }
-        return copy;
-    }
-
-    kr_array_string array = {};
-};
 
 class MultiString : public testing::Test {
 protected:
@@ -41,10 +21,9 @@ protected:
 };
 
 TEST_F(MultiString, ReadsIntoAnArrayOrLeavesIt) {
-    const items before = {"p", "q"};
     const struct {
         int line;
-        const char* text;
+        std::string text;
         items added;
         const char* stored_again; ///< null: the text is broken
     } rows[] = {
@@ -58,33 +37,31 @@ TEST_F(MultiString, ReadsIntoAnArrayOrLeavesIt) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line);
-        settings_.plant("entry", row.text);
-        string_array read(before);
-        const kr_result result = kr_settings_get_multi_string(settings_, entry, &read.array);
-        EXPECT_EQ(result, row.stored_again == nullptr ? unexpected : ok);
-        items expected = before;
+        settings_.plant("entry", row.text.c_str());
+        const kr::owned_strings read = array_of({"p", "q"});
+        const kr_result result = kr_settings_get_multi_string(settings_, entry, read.get());
+        const bool reads = row.stored_again != nullptr;
+        EXPECT_EQ(result, reads ? ok : unexpected);
+        items expected = {"p", "q"};
         expected.insert(expected.end(), row.added.begin(), row.added.end());
-        EXPECT_EQ(read.content(), expected);
-        if (row.stored_again == nullptr) { continue; }
-        EXPECT_EQ(said(log_, "07"), "");
-        const string_array added(row.added);
-        EXPECT_EQ(kr_settings_set_multi_string(settings_, entry, &added.array), ok);
+        EXPECT_EQ(items_of(read), expected);
+        const std::string parse = "W kr_settings_parse_multi_string: Parsing error. String '";
+        EXPECT_EQ(said(log_, "07"),
+                  reads ? ""
+                        : parse + row.text +
+                              "' is not properly escaped.\n"
+                              "W kr_settings_get_multi_string: Unable to parse multi string " +
+                              row.text + " Result is 0x82000003\n");
+        if (!reads) { continue; }
+        EXPECT_EQ(kr_settings_set_multi_string(settings_, entry, array_of(row.added).get()), ok);
         EXPECT_EQ(settings_.text("entry"), row.stored_again);
     }
-    const std::string parse = "W kr_settings_parse_multi_string: Parsing error. String '";
-    const std::string get = "W kr_settings_get_multi_string: Unable to parse multi string ";
-    std::string lines;
-    for (const std::string text : {"a;b\\", "a;b;c\\x"}) {
-        lines.append(parse).append(text).append("' is not properly escaped.\n");
-        lines.append(get).append(text).append(" Result is 0x82000003\n");
-    }
-    EXPECT_EQ(said(log_, "07"), lines);
 }
 
 TEST_F(MultiString, RefusesWhatIsNotThere) {
-    string_array read({"p"});
-    EXPECT_EQ(kr_settings_get_multi_string(settings_, entry, &read.array), not_found);
-    EXPECT_EQ(read.content(), items{"p"});
+    const kr::owned_strings read = array_of({"p"});
+    EXPECT_EQ(kr_settings_get_multi_string(settings_, entry, read.get()), not_found);
+    EXPECT_EQ(items_of(read), items{"p"});
     EXPECT_EQ(said(log_, "07"), "");
     kr_char* null_item = nullptr;
     const kr_array_string holed = {1, 1, &null_item};
@@ -93,23 +70,23 @@ TEST_F(MultiString, RefusesWhatIsNotThere) {
 }
 
 TEST_F(MultiString, LeavesNothingBehindWhenMemoryRunsOut) {
-    const string_array source(items(12, "a;b\\c"));
-    kr_char* text = nullptr;
+    const kr::owned_strings source = array_of(items(12, "a;b\\c"));
     sweep_allocations([&] {
-        kr_char* out = nullptr;
-        const kr_result result = kr_settings_compose_multi_string(&source.array, &out);
-        EXPECT_EQ(out != nullptr, kr_result_succeeded(result));
-        kr_memory_deallocate_hook(out);
+        kr::owned_text out;
+        const kr_result result = kr_settings_compose_multi_string(source.get(), out.out());
+        EXPECT_EQ(out.get() != nullptr, kr_result_succeeded(result));
         return result;
     });
-    ASSERT_EQ(kr_settings_compose_multi_string(&source.array, &text), ok);
+    kr::owned_text text;
+    ASSERT_EQ(kr_settings_compose_multi_string(source.get(), text.out()), ok);
     sweep_allocations([&] {
-        string_array read({});
-        const kr_result result = kr_settings_parse_multi_string(text, &read.array);
-        EXPECT_EQ(read.array.count, kr_result_succeeded(result) ? 12u : 0u);
+        kr_array_string array = {};
+        const kr_result result = kr_settings_parse_multi_string(text.get(), &array);
+        EXPECT_EQ(array.count, kr_result_succeeded(result) ? 12u : 0u);
+        kr_array_string_clear(&array);
+        kr_memory_deallocate_hook(array.items);
         return result;
     });
-    kr_memory_deallocate_hook(text);
 }
 
 } // namespace

@@ -1,8 +1,6 @@
 /// The settings when the registry or the memory fails, call by call.
-#include "base/text/array_string.h"
+#include "owners.h"
 #include "platform/host/fault.h"
-#include "settings/multi_string.h"
-#include "settings/store.h"
 #include "settings/typed.h"
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
@@ -14,10 +12,9 @@ using namespace kr::test;
 using handle = kr_settings_handle;
 
 kr_result text(handle settings) {
-    kr_char* out = nullptr;
-    const kr_result result = kr_settings_get_string_alloc(settings, u"e", &out);
-    EXPECT_EQ(out != nullptr, kr_result_succeeded(result));
-    kr_memory_deallocate_hook(out);
+    kr::owned_text out;
+    const kr_result result = kr_settings_get_string_alloc(settings, u"e", out.out());
+    EXPECT_EQ(out.get() != nullptr, kr_result_succeeded(result));
     return result;
 }
 kr_result fixed(handle settings) {
@@ -36,14 +33,6 @@ constexpr auto entries = list<kr_settings_enum_entries>;
 kr_result number(handle settings) {
     u64 out = 0;
     return kr_settings_get_UINT64(settings, u"e", &out);
-}
-kr_result items(handle settings) {
-    kr_array_string out = {};
-    const kr_result result = kr_settings_get_multi_string(settings, u"e", &out);
-    EXPECT_EQ(out.count, kr_result_succeeded(result) ? 1u : 0u);
-    kr_array_string_clear(&out);
-    kr_memory_deallocate_hook(out.items);
-    return result;
 }
 kr_result remove(handle settings) { return kr_settings_delete_entry(settings, u"e"); }
 kr_result write(handle settings) { return kr_settings_set_string(settings, u"e", u""); }
@@ -139,7 +128,7 @@ TEST_F(SettingsFaults, ReadOneWholeValueWhileItChanges) {
 
 TEST_F(SettingsFaults, SurviveEveryFailedAllocation) {
     settings_.plant("e", REG_SZ, {'a', 0}); // no terminator: two blocks
-    for (const auto operation : {text, groups, entries, number, items}) {
+    for (const auto operation : {text, groups, entries, number}) {
         sweep_allocations([&] { return operation(settings_); });
     }
 }

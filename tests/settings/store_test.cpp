@@ -2,9 +2,6 @@
 /// stored, and its enumerations. Runs against the real registry of either system.
 #include "settings/store.h"
 
-#include <atomic>
-#include <thread>
-
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 #include "support/guarded_buffer.h"
@@ -126,28 +123,6 @@ TEST_F(SettingsStore, ListsNamesWhole) {
                 UnorderedElementsAre("x", longest, "Two words"));
     EXPECT_THAT(names_of(kr_settings_enum_entries, settings, &result),
                 UnorderedElementsAre("", "x", longest, "Two words"));
-}
-
-TEST_F(SettingsStore, ListsAllOrNothingWhileAnotherThreadWrites) {
-    const open_settings settings;
-    std::atomic<bool> done = false;
-    std::thread writer([&done] {
-        const open_settings own;
-        while (!done) {
-            for (const char* name : {"a", "b", "a name that is longer than the others"}) {
-                own.plant(name, "1");
-                (void)kr_settings_delete_entry(own, KR_TEXT("b"));
-            }
-            (void)kr_settings_delete_entry(own, KR_TEXT("a name that is longer than the others"));
-        }
-    });
-    for (int round = 0; round < 300; ++round) {
-        kr_result result = 0;
-        EXPECT_LE(names_of(kr_settings_enum_entries, settings, &result).size(), 3u);
-        EXPECT_TRUE(result == ok || result == generic);
-    }
-    done = true;
-    writer.join();
 }
 
 } // namespace

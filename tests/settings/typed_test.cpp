@@ -3,7 +3,9 @@
 #include "settings/typed.h"
 
 #include "base/convert/guid.h"
+#include "settings/multi_string.h"
 #include "support/fresh_registry.h"
+#include "support/string_array.h"
 
 namespace {
 
@@ -53,6 +55,13 @@ kr_result boolean(kr_settings_handle settings) {
     const kr_result result = kr_settings_get_BOOL(settings, KR_TEXT("from"), &read);
     return kr_result_failed(result) ? result
                                     : kr_settings_set_BOOL(settings, KR_TEXT("to"), read == 1 ? -7 : 0);
+}
+
+kr_result strings(kr_settings_handle settings) {
+    const kr::owned_strings read = array_of({});
+    const kr_result result = kr_settings_get_multi_string(settings, KR_TEXT("from"), read.get());
+    return kr_result_failed(result) ? result
+                                    : kr_settings_set_multi_string(settings, KR_TEXT("to"), read.get());
 }
 
 class TypedSettings : public testing::Test {
@@ -178,19 +187,44 @@ TEST_F(TypedSettings, MissingEntriesAndOddValues) {
                   "W kr_settings_group_open: Unable to open subkey 'g', error code = 6\n");
 }
 
-TEST_F(TypedSettings, TraceOfARead) {
-    settings_.plant("from", "2");
+/// Entry and return lines of a getter and of its setter; what they call is a level deeper.
+TEST_F(TypedSettings, TraceEntryAndReturn) {
+    const std::string success = "0x02000000 () success \"Generic\" from \"Unknown source\"";
+    const std::string digits = "00112233445566778899AABBCCDDEEFF";
+    const struct {
+        int line;
+        kr_result (*copy)(kr_settings_handle);
+        std::string type, from, shown = ", value=-2", returned = "()";
+    } rows[] = {
+        {__LINE__, signed_int, "signed_int", "-2", ", value=-2", success},
+        {__LINE__, unsigned_int, "unsigned_int", "2", ", value=2", success},
+        {__LINE__, int64, "INT64", "-2", ", value=-2", success},
+        {__LINE__, uint64, "UINT64", "2", ", value=2", success},
+        {__LINE__, int8, "INT8", "-2", ", value=4294967294"},
+        {__LINE__, uint8, "UINT8", "2", ", value=2"},
+        {__LINE__, int16, "INT16", "-2"},
+        {__LINE__, uint16, "UINT16", "2", ", value=2"},
+        {__LINE__, int32, "INT32", "-2"},
+        {__LINE__, uint32, "UINT32", "2", ", value=2"},
+        {__LINE__, boolean, "BOOL", "2", ", value=-7", "(1)"},
+        {__LINE__, duration, "relative_time", "2", ""},
+        {__LINE__, address, "ip_address", "1.2.3.4", ", value=1.2.3.4", "(1.2.3.4)"},
+        {__LINE__, subnet, "ip_subnet", "1.2.3.4/8", ", value=1.2.3.4/8", "(1.2.3.4 / 8)"},
+        {__LINE__, guid, "guid", digits, ", value=" + digits, "(" + digits + ")"},
+        {__LINE__, strings, "multi_string", "a;", "", success},
+    };
     log_.set_mask(KR_LOG_SETTINGS, KR_LOG_CALL);
-    u32 value = 0;
-    EXPECT_EQ(kr_settings_get_BOOL(settings_, KR_TEXT("from"), &value), ok);
-    EXPECT_THAT(log_.take(),
-                ElementsAre("C 07 kr_settings_get_BOOL: Enter (name = from)",
-                            "C 07 ..kr_settings_get_UINT8: Enter (name = from)",
-                            "C 07 ....kr_settings_get_unsigned_int: Enter (name = from)",
-                            "C 07 ....kr_settings_get_unsigned_int: Return 0x02000000 () success "
-                            "\"Generic\" from \"Unknown source\"",
-                            "C 07 ..kr_settings_get_UINT8: Return ()",
-                            "C 07 kr_settings_get_BOOL: Return (1)"));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.line);
+        settings_.plant("from", row.from.c_str());
+        EXPECT_EQ(row.copy(settings_), ok);
+        const std::string get = "C 07 kr_settings_get_" + row.type, set = "C 07 kr_settings_set_" + row.type;
+        std::vector<std::string> lines = log_.take();
+        std::erase_if(lines, [](const std::string& line) { return line[5] == '.'; });
+        EXPECT_THAT(lines, ElementsAre(get + ": Enter (name = from)", get + ": Return " + row.returned,
+                                       set + ": Enter (name=to" + row.shown + ")",
+                                       set + ": Return " + (row.type == "multi_string" ? success : "()")));
+    }
 }
 
 } // namespace
