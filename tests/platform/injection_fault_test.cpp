@@ -71,6 +71,11 @@ TEST_F(World, DrivePathsIgnoreLetterCaseAndStayBelowTheirRoot) {
                               u"\\??\\C:\\..\\..\\Some \u00E4\\.\\x\\..\\file.txt"}) {
         EXPECT_EQ(kr::host::native_path(same), (folder / "File.TXT").string());
     }
+    kr::test::set_read_only(u"C:\\some \u00E4\\file.txt", true);
+    EXPECT_EQ(
+        CreateFileW(u"C:\\Some \u00C4\\File.TXT", FILE_APPEND_DATA, 0, nullptr, OPEN_ALWAYS, 0, nullptr),
+        INVALID_HANDLE_VALUE);
+    EXPECT_EQ(GetLastError(), 5u) << "whoever runs the test";
     remove_all(folder);
 }
 

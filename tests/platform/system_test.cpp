@@ -60,6 +60,19 @@ TEST(WideNumbers, LongIs32BitsWideAndStopsAtItsLimits) {
     }
 }
 
+TEST(WideNumbers, ReadTheDecimalDigitsOfEighteenScripts) {
+    u32 digits = 0;
+    LONG sum = 0;
+    for (u32 unit = 1; unit < 0x10000; ++unit) {
+        const kr_char text[] = {'1', static_cast<kr_char>(unit), 0};
+        kr_char* end = nullptr;
+        const LONG value = wcstol(text, &end, 10) - 10;
+        if (end == text + 2) { ++digits, sum += value; }
+    }
+    EXPECT_EQ(digits, 180u);
+    EXPECT_EQ(sum, 18 * 45);
+}
+
 TEST(Clock, GoesOnWithTheCounterAndHasWholeMinutesOfOffset) {
     const auto ticks_of = [](const FILETIME& time) {
         return static_cast<i64>(u64{time.dwHighDateTime} << 32 | time.dwLowDateTime);

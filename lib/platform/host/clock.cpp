@@ -15,26 +15,20 @@ constexpr u64 TICKS_PER_SECOND = 10'000'000;
 constexpr u64 NANOSECONDS_PER_TICK = 100;
 constexpr u64 UNIX_EPOCH_TICKS = 11'644'473'600 * TICKS_PER_SECOND;
 
-constexpr u32 CLOCK_STOPPED = 1;
-constexpr u32 OFFSET_FIXED = 2;
-/// What is overridden; the flag WATCH_CLOCK in watched says whether anything is.
-std::atomic<u32> overrides{0};
 std::atomic<u64> stopped_utc{0};
 std::atomic<u64> stopped_counter{0};
 std::atomic<i32> fixed_offset{0};
 
 void set_override(u32 flag, bool on) {
-    const u32 left = on ? overrides.fetch_or(flag) | flag : overrides.fetch_and(~flag) & ~flag;
-    if (left != 0) {
-        watched.fetch_or(WATCH_CLOCK, std::memory_order_release);
+    if (on) {
+        watched.fetch_or(flag, std::memory_order_release);
     } else {
-        watched.fetch_and(~WATCH_CLOCK, std::memory_order_release);
+        watched.fetch_and(~flag, std::memory_order_release);
     }
 }
 
 bool overridden(u32 flag) {
-    return (watched.load(std::memory_order_acquire) & WATCH_CLOCK) != 0 &&
-           (overrides.load() & flag) != 0;
+    return (watched.load(std::memory_order_acquire) & flag) != 0;
 }
 
 u64 read_ticks(clockid_t clock) {
@@ -53,7 +47,7 @@ FILETIME to_filetime(u64 ticks) {
 }
 
 i64 local_offset_seconds() {
-    if (overridden(OFFSET_FIXED)) {
+    if (overridden(WATCH_FIXED_OFFSET)) {
         return fixed_offset.load();
     }
     const std::time_t now = std::time(nullptr);
@@ -66,7 +60,7 @@ i64 local_offset_seconds() {
 
 void GetSystemTimeAsFileTime(FILETIME* time) {
     // The time of the last timer tick, as on Windows: a fifth of the cost of the exact one.
-    *time = to_filetime(overridden(CLOCK_STOPPED)
+    *time = to_filetime(overridden(WATCH_STOPPED_CLOCK)
                             ? stopped_utc.load()
                             : UNIX_EPOCH_TICKS + read_ticks(CLOCK_REALTIME_COARSE));
 }
@@ -90,8 +84,8 @@ BOOL QueryPerformanceCounter(LARGE_INTEGER* ticks) {
     if (injected_failure(__func__)) {
         return FALSE;
     }
-    ticks->QuadPart = static_cast<i64>(overridden(CLOCK_STOPPED) ? stopped_counter.load()
-                                                                 : read_ticks(CLOCK_MONOTONIC));
+    ticks->QuadPart = static_cast<i64>(
+        overridden(WATCH_STOPPED_CLOCK) ? stopped_counter.load() : read_ticks(CLOCK_MONOTONIC));
     return TRUE;
 }
 
@@ -108,20 +102,20 @@ namespace kr::host {
 void stop_clock(u64 utc_ticks, u64 counter_ticks) {
     stopped_utc = utc_ticks;
     stopped_counter = counter_ticks;
-    set_override(CLOCK_STOPPED, true);
+    set_override(WATCH_STOPPED_CLOCK, true);
 }
 
 void run_clock() {
-    set_override(CLOCK_STOPPED, false);
+    set_override(WATCH_STOPPED_CLOCK, false);
 }
 
 void fix_local_offset(i32 seconds) {
     fixed_offset = seconds;
-    set_override(OFFSET_FIXED, true);
+    set_override(WATCH_FIXED_OFFSET, true);
 }
 
 void use_system_offset() {
-    set_override(OFFSET_FIXED, false);
+    set_override(WATCH_FIXED_OFFSET, false);
 }
 
 } // namespace kr::host

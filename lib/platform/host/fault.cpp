@@ -14,12 +14,7 @@ namespace detail {
 
 std::atomic<u32> watched{0};
 
-struct armed_state {
-    std::string call;
-    injected outcome;
-    u32 nth;
-    bool sticky;
-    std::function<void()> meanwhile;
+struct armed_state : fault_plan {
     u32 calls = 0;
     u32 hits = 0;
 };
@@ -34,18 +29,22 @@ struct watch_lists {
     std::mutex lock;
     std::vector<std::shared_ptr<armed_state>> armed;
     std::vector<std::shared_ptr<recorder_state>> recorders;
-
-    void show_whether_watched() {
-        if (armed.empty() && recorders.empty()) {
-            watched.fetch_and(~WATCH_CALLS, std::memory_order_relaxed);
-        } else {
-            watched.fetch_or(WATCH_CALLS, std::memory_order_relaxed);
-        }
-    }
 };
 
 watch_lists& lists() {
     return immortal<watch_lists>();
+}
+
+/// Lets `change` change the lists, then tells the calls whether anyone watches.
+template <typename Change>
+void change_lists(Change change) {
+    const std::lock_guard hold(lists().lock);
+    change(lists());
+    if (lists().armed.empty() && lists().recorders.empty()) {
+        watched.fetch_and(~WATCH_CALLS, std::memory_order_relaxed);
+    } else {
+        watched.fetch_or(WATCH_CALLS, std::memory_order_relaxed);
+    }
 }
 
 } // namespace
@@ -80,28 +79,20 @@ std::optional<injected> report_call(std::string_view call, const std::string& ar
         decides->meanwhile();
         return std::nullopt;
     }
-    return decides->outcome;
+    return injected{decides->error, decides->amount};
 }
 
 } // namespace detail
 
-using detail::lists;
+using detail::change_lists, detail::lists;
 
 armed_fault::armed_fault(const fault_plan& plan)
-    : state_(std::make_shared<detail::armed_state>(detail::armed_state{std::string(plan.call),
-                                                                       {plan.error, plan.amount},
-                                                                       plan.nth,
-                                                                       plan.sticky,
-                                                                       plan.meanwhile})) {
-    const std::lock_guard hold(lists().lock);
-    lists().armed.push_back(state_);
-    lists().show_whether_watched();
+    : state_(std::make_shared<detail::armed_state>(detail::armed_state{plan})) {
+    change_lists([&](auto& all) { all.armed.push_back(state_); });
 }
 
 armed_fault::~armed_fault() {
-    const std::lock_guard hold(lists().lock);
-    std::erase(lists().armed, state_);
-    lists().show_whether_watched();
+    change_lists([&](auto& all) { std::erase(all.armed, state_); });
 }
 
 u32 armed_fault::hits() const {
@@ -110,15 +101,11 @@ u32 armed_fault::hits() const {
 }
 
 call_recorder::call_recorder() : state_(std::make_shared<detail::recorder_state>()) {
-    const std::lock_guard hold(lists().lock);
-    lists().recorders.push_back(state_);
-    lists().show_whether_watched();
+    change_lists([&](auto& all) { all.recorders.push_back(state_); });
 }
 
 call_recorder::~call_recorder() {
-    const std::lock_guard hold(lists().lock);
-    std::erase(lists().recorders, state_);
-    lists().show_whether_watched();
+    change_lists([&](auto& all) { std::erase(all.recorders, state_); });
 }
 
 std::vector<call_record> call_recorder::calls() const {
@@ -136,8 +123,7 @@ std::vector<std::string> call_recorder::lines() const {
 
 std::size_t call_recorder::count(std::string_view call) const {
     const std::lock_guard hold(lists().lock);
-    return static_cast<std::size_t>(std::ranges::count(
-        state_->calls, call, [](const call_record& r) -> std::string_view { return r.name; }));
+    return static_cast<std::size_t>(std::ranges::count(state_->calls, call, &call_record::name));
 }
 
 void call_recorder::clear() {

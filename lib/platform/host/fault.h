@@ -23,7 +23,7 @@ struct recorder_state;
 
 struct fault_plan {
     /// The name of the call, for instance "WriteFile".
-    std::string_view call;
+    std::string call;
     /// What the call reports; nothing is done then. 0: it reports success, cut short as
     /// `amount` says (WriteFile: bytes really written; SizeofResource: the size given;
     /// LockResource: null whatever the amount). For SHGetFolderPathW the HRESULT.

@@ -4,6 +4,14 @@
 /// Common to all calls: arguments, results, error numbers and side effects are those of Windows;
 /// a failing call sets GetLastError() (or returns the error, where Windows does so) and writes no
 /// output. Every call may be made from any thread.
+///
+/// What it does not model, so that nothing may rest on it: rights of users, and of handles other
+/// than those of keys and files; hidden and system files, attributes and flags of an open; what
+/// holds the image of a loaded driver against being deleted or overwritten; asynchronous files;
+/// sharing, services and events beyond the process (the registry's file is read once); services
+/// that are not drivers, their start types but for "disabled", dependencies and accounts; volatile
+/// and linked keys and the view of 32-bit programs; code pages and locales other than "C"; names of
+/// hosts beyond its table; texts of error numbers that it never gives.
 #pragma once
 
 #include "platform/host/clock.h"

@@ -12,7 +12,8 @@
 namespace kr::host::detail {
 
 inline constexpr u32 WATCH_CALLS = 1;
-inline constexpr u32 WATCH_CLOCK = 2;
+inline constexpr u32 WATCH_STOPPED_CLOCK = 2;
+inline constexpr u32 WATCH_FIXED_OFFSET = 4;
 /// Which of the rare things are on: the one word that a call looks at when none is.
 extern std::atomic<u32> watched;
 

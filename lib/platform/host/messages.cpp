@@ -6,58 +6,34 @@
 #include "platform/host/message_texts.h"
 #include "platform/host/world.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
-namespace {
-
 using namespace kr::host;
 using namespace kr::host::detail;
-
-/// The text as FormatMessageW gives it: with its line breaks, or with blanks in their place.
-std::u16string broken_text(std::u16string_view text, bool keep_breaks) {
-    constexpr std::u16string_view line_break = u"\r\n";
-    const std::u16string_view shown_break = keep_breaks ? line_break : u" ";
-    std::u16string result;
-    while (!text.empty()) {
-        const std::size_t length = std::min(text.find(line_break), text.size());
-        result.append(text.substr(0, length)).append(shown_break);
-        text.remove_prefix(std::min(length + line_break.size(), text.size()));
-    }
-    return result;
-}
-
-} // namespace
 
 DWORD FormatMessageW(DWORD flags, const void*, DWORD id, DWORD, WCHAR* buffer, DWORD room_chars,
                      va_list*) {
     if (injected_failure(__func__, [&] { return std::to_string(id); })) {
         return 0;
     }
-    constexpr DWORD understood =
-        FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK | FORMAT_MESSAGE_IGNORE_INSERTS;
-    const DWORD width = flags & FORMAT_MESSAGE_MAX_WIDTH_MASK;
-    if ((flags & ~understood) != 0 || (flags & FORMAT_MESSAGE_FROM_SYSTEM) == 0 ||
-        (width != 0 && width != FORMAT_MESSAGE_MAX_WIDTH_MASK) || buffer == nullptr) {
+    const bool one_line = flags == (FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK);
+    if ((!one_line && flags != FORMAT_MESSAGE_FROM_SYSTEM) || buffer == nullptr) {
         return fail(ERROR_INVALID_PARAMETER, 0);
     }
     const WCHAR* const known = message_text(id);
     if (known == nullptr) {
         return fail(ERROR_MR_MID_NOT_FOUND, 0);
     }
-    const std::u16string text = broken_text(known, width == 0);
-    if ((flags & FORMAT_MESSAGE_IGNORE_INSERTS) == 0 && text.find(u'%') != std::u16string::npos) {
+    const std::u16string text = std::u16string(known).append(one_line ? u" " : u"\r\n");
+    if (text.find(u'%') != std::u16string::npos) {
         return fail(ERROR_INVALID_PARAMETER, 0);
     }
-    if (text.size() >= room_chars) {
-        if (room_chars != 0) {
-            buffer[text.copy(buffer, room_chars - 1)] = 0;
-        }
-        return fail(ERROR_INSUFFICIENT_BUFFER, 0);
+    if (room_chars != 0) {
+        buffer[text.copy(buffer, room_chars - 1)] = 0;
     }
-    buffer[text.copy(buffer, text.size())] = 0;
-    return static_cast<DWORD>(text.size());
+    return text.size() < room_chars ? static_cast<DWORD>(text.size())
+                                    : fail(ERROR_INSUFFICIENT_BUFFER, 0U);
 }
 
 namespace {
@@ -91,10 +67,7 @@ void debug_output(debug_source source, std::u16string_view text) {
     }
 }
 
-struct event_source {
-    std::u16string name;
-};
-using event_sources = handle_table<HANDLE, event_source>;
+using event_sources = handle_table<HANDLE, const std::u16string>;
 
 struct event_records {
     std::mutex lock;
@@ -103,7 +76,7 @@ struct event_records {
 
 std::string source_argument(HANDLE log) {
     const auto source = immortal<event_sources>().find(log);
-    return source == nullptr ? "?" : to_utf8(source->name);
+    return source == nullptr ? "?" : to_utf8(*source);
 }
 
 } // namespace
@@ -119,7 +92,7 @@ HANDLE RegisterEventSourceW(const WCHAR*, const WCHAR* source) {
     if (source == nullptr || *source == 0) {
         return fail(ERROR_INVALID_PARAMETER, nullptr);
     }
-    return immortal<event_sources>().add(std::make_shared<event_source>(event_source{source}));
+    return immortal<event_sources>().add(std::make_shared<const std::u16string>(source));
 }
 
 BOOL ReportEventW(HANDLE log, WORD type, WORD category, DWORD event_id, PSID, WORD string_count,
@@ -134,7 +107,7 @@ BOOL ReportEventW(HANDLE log, WORD type, WORD category, DWORD event_id, PSID, WO
     auto& events = immortal<event_records>();
     const std::lock_guard hold(events.lock);
     events.records.push_back(
-        {source->name, type, category, event_id, {strings, strings + string_count}});
+        {*source, type, category, event_id, {strings, strings + string_count}});
     return TRUE;
 }
 

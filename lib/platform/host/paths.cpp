@@ -5,7 +5,6 @@
 #include "platform/host/files.h"
 #include "platform/host/fold.h"
 #include "platform/host/intercept.h"
-#include "platform/host/text.h"
 #include "platform/host/world.h"
 
 #include <algorithm>
@@ -13,7 +12,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <string_view>
 #include <unistd.h>
 #include <vector>
 
@@ -60,15 +58,9 @@ private:
     std::string path_;
 };
 
-std::string narrow_name(std::u16string_view name) {
-    std::string out;
-    detail::encode_utf8(name, detail::lone_surrogate::keep, out);
-    return out;
-}
-
 /// The entry of `folder` called `name` without regard to case, or `name` itself when none is.
 fs::path find_entry(const fs::path& folder, std::u16string_view name) {
-    fs::path exact = folder / narrow_name(name);
+    fs::path exact = folder / to_utf8(name);
     std::error_code error;
     if (fs::exists(fs::symlink_status(exact, error))) {
         return exact;
@@ -116,7 +108,7 @@ std::string plain_path(std::u16string_view path) {
     for (WCHAR& unit : slashed) {
         unit = unit == u'\\' ? u'/' : unit;
     }
-    return narrow_name(slashed);
+    return to_utf8(slashed);
 }
 
 } // namespace

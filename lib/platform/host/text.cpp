@@ -77,19 +77,6 @@ bool take_utf8(std::string_view& text, char32_t& point) {
 
 } // namespace
 
-void encode_utf8(std::u16string_view text, lone_surrogate lone, std::string& out) {
-    out.reserve(out.size() + text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char32_t point = text[i];
-        if (is_lead_surrogate(point) && i + 1 < text.size() && is_trail_surrogate(text[i + 1])) {
-            point = 0x10000 + ((point - 0xD800) << 10) + (text[++i] - 0xDC00U);
-        } else if (is_lead_surrogate(point) || is_trail_surrogate(point)) {
-            point = lone == lone_surrogate::replace ? REPLACEMENT : point;
-        }
-        append_utf8(out, point);
-    }
-}
-
 bool decode_utf8(std::string_view text, std::u16string& out) {
     bool whole = true;
     out.reserve(out.size() + text.size());
@@ -110,7 +97,17 @@ namespace kr::host {
 
 std::string to_utf8(std::u16string_view text) {
     std::string out;
-    detail::encode_utf8(text, detail::lone_surrogate::replace, out);
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char32_t point = text[i];
+        if (detail::is_lead_surrogate(point) && i + 1 < text.size() &&
+            detail::is_trail_surrogate(text[i + 1])) {
+            point = 0x10000 + ((point - 0xD800) << 10) + (text[++i] - 0xDC00U);
+        } else if (detail::is_lead_surrogate(point) || detail::is_trail_surrogate(point)) {
+            point = detail::REPLACEMENT;
+        }
+        detail::append_utf8(out, point);
+    }
     return out;
 }
 

@@ -1,4 +1,4 @@
-/// Threads and priorities on POSIX threads.
+/// Threads and priorities on the standard library's threads.
 #include "platform/host/threads.h"
 
 #include "platform/host/handle_table.h"
@@ -8,8 +8,7 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
-#include <memory>
-#include <sched.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 
@@ -20,17 +19,14 @@ using namespace kr::host::detail;
 
 /// One started thread; shared by the thread itself and its handle.
 struct thread_object {
-    unsigned (*start)(void*) = nullptr;
-    void* argument = nullptr;
-    pthread_t thread{};
     std::atomic<DWORD> id{0};
     std::atomic<int> priority{THREAD_PRIORITY_NORMAL};
 
     std::mutex lock;
     std::condition_variable changed;
     bool finished = false;
-    /// Joined by a wait, or detached by the handle's close: `thread` is not to be used any more.
-    bool reaped = false;
+    /// Joined by the first wait that sees the end, or detached by the handle's close.
+    std::thread thread;
 };
 
 using thread_table = handle_table<HANDLE, thread_object>;
@@ -52,18 +48,14 @@ std::shared_ptr<thread_object> find_thread(HANDLE handle) {
     return own_thread;
 }
 
-void* run_thread(void* argument) {
-    std::unique_ptr<std::shared_ptr<thread_object>> passed(
-        static_cast<std::shared_ptr<thread_object>*>(argument));
-    own_thread = *passed;
-    passed.reset();
-    const std::shared_ptr<thread_object> self = own_thread;
+void run_thread(const std::shared_ptr<thread_object>& self, unsigned (*start)(void*),
+                void* argument) {
+    own_thread = self;
     self->id = GetCurrentThreadId();
-    self->start(self->argument);
+    start(argument);
     const std::lock_guard hold(self->lock);
     self->finished = true;
     self->changed.notify_all();
-    return nullptr;
 }
 
 std::string thread_argument() {
@@ -79,19 +71,17 @@ std::uintptr_t _beginthreadex(void*, unsigned, unsigned (*start)(void*), void* a
         return 0;
     }
     auto object = std::make_shared<thread_object>();
-    object->start = start;
-    object->argument = argument;
-    auto passed = std::make_unique<std::shared_ptr<thread_object>>(object);
     // Held over the start, so that no wait or close sees `thread` before it is written.
     const std::lock_guard hold(object->lock);
-    if (pthread_create(&object->thread, nullptr, run_thread, passed.get()) != 0) {
+    try {
+        object->thread = std::thread(run_thread, object, start, argument);
+    } catch (const std::system_error&) {
         errno = EAGAIN;
         return fail(ERROR_NO_SYSTEM_RESOURCES, std::uintptr_t{0});
     }
-    static_cast<void>(passed.release());
     if (thread_id != nullptr) {
         while ((*thread_id = object->id) == 0) {
-            sched_yield();
+            std::this_thread::yield();
         }
     }
     return reinterpret_cast<std::uintptr_t>(threads().add(object));
@@ -117,9 +107,8 @@ DWORD WaitForSingleObject(HANDLE thread, DWORD timeout_ms) {
     }
     // The thread is over only when its thread-local objects are gone too. It needs no lock for
     // that: it released this one with its last statement.
-    if (!object->reaped) {
-        object->reaped = true;
-        pthread_join(object->thread, nullptr);
+    if (object->thread.joinable()) {
+        object->thread.join();
     }
     return WAIT_OBJECT_0;
 }
@@ -136,9 +125,8 @@ bool close_thread_handle(HANDLE handle) {
         return false;
     }
     const std::lock_guard hold(object->lock);
-    if (!object->reaped) {
-        object->reaped = true;
-        pthread_detach(object->thread);
+    if (object->thread.joinable()) {
+        object->thread.detach();
     }
     return true;
 }
