@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <benchmark/benchmark.h>
+#include <fmt/format.h>
 
 #include "base/convert/convert.h"
 #include "base/product.h"
@@ -105,6 +106,13 @@ void u64_to_narrow_to_chars(benchmark::State& state) {
     write_each(state,
                [&text](u64 value) { *std::to_chars(text, text + sizeof text, value).ptr = '\0'; });
 }
+/// fmt's own fast path keeps the text in the object that makes it; its terminator comes with c_str().
+void u64_to_narrow_format_int(benchmark::State& state) {
+    write_each(state, [](u64 value) {
+        const fmt::format_int text(value);
+        benchmark::DoNotOptimize(text.c_str());
+    });
+}
 void u64_to_wide_kr(benchmark::State& state) {
     kr_char text[KR_STRING_INTEGER_CHARS];
     benchmark::DoNotOptimize(&text[0]);
@@ -173,6 +181,7 @@ BENCHMARK(u64_from_wide_kr)->Arg(1)->Arg(5)->Arg(10)->Arg(18);
 BENCHMARK(u64_from_wide_wcstoull)->Arg(1)->Arg(5)->Arg(10)->Arg(18)->Arg(20);
 BENCHMARK(u64_to_narrow_kr)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
 BENCHMARK(u64_to_narrow_to_chars)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
+BENCHMARK(u64_to_narrow_format_int)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
 BENCHMARK(u64_to_wide_kr)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
 BENCHMARK(ascii_to_wide_kr)->Arg(5)->Arg(20)->Arg(100)->Arg(4000);
 BENCHMARK(ascii_to_wide_plain_loop)->Arg(5)->Arg(20)->Arg(100)->Arg(4000);

@@ -102,7 +102,7 @@ public:
             for (u32 i = 0; i < padding; ++i) {
                 *place++ = '0';
             }
-            write_decimal(magnitude, digits, place);
+            write_decimal(magnitude, place);
         }
     }
 

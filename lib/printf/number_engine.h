@@ -39,7 +39,7 @@ inline void write_digits(u64 value, u32 radix, const kr_char* digits, u32 count,
     kr_char* position = out + count;
     switch (radix) {
     case 10:
-        write_decimal(value, count, out);
+        write_decimal(value, out);
         break;
     case 16: // the radixes of the conversions divide by shifting
         while (position != out) {
@@ -238,7 +238,7 @@ inline kr_result format_signed(const format_settings& settings, format_output& o
         out.stop(room);
         return scope.leave_without_room();
     }
-    write_decimal(value, digits, room.at);
+    write_decimal(value, room.at);
     return scope.leave(KR_SUCCESS);
 }
 

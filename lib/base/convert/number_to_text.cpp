@@ -8,9 +8,7 @@ namespace {
 
 template <typename Char>
 void put_unsigned(u64 value, Char* out) {
-    const u32 count = kr::detail::decimal_digit_count(value);
-    kr::detail::write_decimal(value, count, out);
-    out[count] = Char{};
+    *kr::detail::write_decimal(value, out) = Char{};
 }
 
 template <typename Char>
