@@ -60,6 +60,7 @@ enum class format_argument : u8 {
 enum class format_operation : u8 {
     signed_integer,
     unsigned_integer,
+    shaped_integer, ///< unsigned, of another shape than the format says
     narrow_string,
     wide_string,
     character,
@@ -117,12 +118,12 @@ inline constexpr format_conversion format_conversions[] = {
     {"_k", true, 'k', format_operation::ipv4, format_argument::integer32},
     {"_r", true, 'r', format_operation::result, format_argument::result},
     {"_z", true, 'z', format_operation::description, format_argument::result},
-    {"_b", true, 'b', format_operation::unsigned_integer, format_argument::integer32, format_shape::always_32},
-    {"_h", true, 'h', format_operation::unsigned_integer, format_argument::integer32, format_shape::byte_digits, 16},
-    {"_H", true, 'H', format_operation::unsigned_integer, format_argument::integer32, format_shape::byte_digits, 16, true},
-    {"_u", true, 'u', format_operation::unsigned_integer, format_argument::integer, format_shape::sized},
-    {"_x", true, 'x', format_operation::unsigned_integer, format_argument::integer, format_shape::sized_digits, 16},
-    {"_X", true, 'X', format_operation::unsigned_integer, format_argument::integer, format_shape::sized_digits, 16, true},
+    {"_b", true, 'b', format_operation::shaped_integer, format_argument::integer32, format_shape::always_32},
+    {"_h", true, 'h', format_operation::shaped_integer, format_argument::integer32, format_shape::byte_digits, 16},
+    {"_H", true, 'H', format_operation::shaped_integer, format_argument::integer32, format_shape::byte_digits, 16, true},
+    {"_u", true, 'u', format_operation::shaped_integer, format_argument::integer, format_shape::sized},
+    {"_x", true, 'x', format_operation::shaped_integer, format_argument::integer, format_shape::sized_digits, 16},
+    {"_X", true, 'X', format_operation::shaped_integer, format_argument::integer, format_shape::sized_digits, 16, true},
     // clang-format on
 };
 

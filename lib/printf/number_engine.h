@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/convert/decimal.h"
+#include "base/convert/hex.h"
 #include "base/text/widen.h"
 #include "printf/engine.h"
 #include "printf/numbers.h"
@@ -82,11 +83,63 @@ inline bool put_prefix(u32 length, const kr_char* digits, format_room& room) {
     return true;
 }
 
+/// The untraced engine writes a number at once where there is room for the longest; false where
+/// there is not, and the pieces must be tried one by one.
+inline bool has_room_for_number(const format_output& out, u32 width) {
+    return !out.measuring() && out.room_of(0).chars > std::max(width, max_decimal_digits);
+}
+
+/// Writes a decimal number with its padding and sign. There is room for it.
+inline void put_decimal(u64 magnitude, bool negative, u32 flags, u32 width, format_output& out) {
+    kr_char* const begin = out.room_of(0).at;
+    kr_char* at = begin;
+    const bool zeroes = (flags & KR_PRINTF_FLAG_ZEROES) != 0;
+    if (negative && zeroes) {
+        *at++ = '-';
+    }
+    if (width > 1) {
+        const u32 chars = decimal_digit_count(magnitude) + (negative ? 1 : 0);
+        for (u32 i = chars; i < width; ++i) {
+            *at++ = zeroes ? '0' : ' ';
+        }
+    }
+    if (negative && !zeroes) {
+        *at++ = '-';
+    }
+    out.count(static_cast<size_t>(write_decimal(magnitude, at) - begin));
+}
+
+/// Writes the unsigned numbers that nearly every line is made of: decimal, and zero-padded
+/// hexadecimal of 32 or 64 bits. There is room for it. False for any other.
+inline bool put_usual_number(u32 radix, bool upper, u32 flags, u32 width, format_output& out,
+                             u64 value) {
+    if (radix == 10) {
+        put_decimal(value, false, flags, width, out);
+        return true;
+    }
+    if (radix != 16 || flags != KR_PRINTF_FLAG_ZEROES) {
+        return false;
+    }
+    if (width == 8 && value <= UINT32_MAX) {
+        write_hex_number<8>(value, out.room_of(0).at, upper);
+    } else if (width == 16) {
+        write_hex_number<16>(value, out.room_of(0).at, upper);
+    } else {
+        return false;
+    }
+    out.count(width);
+    return true;
+}
+
 template <bool Traced>
 inline kr_result format_unsigned_value(u32 radix, const kr_char* digits, u32 flags, u32 width,
                                        format_output& out, u64 value) {
     const format_scope<Traced> scope("kr_printf_format_uint_internal");
     scope.enter();
+    if (!Traced && has_room_for_number(out, width) &&
+        put_usual_number(radix, digits == kr_printf_digits_upper, flags, width, out, value)) {
+        return KR_SUCCESS;
+    }
     const u32 prefix = prefix_length(radix, flags, value);
     const u32 digits_wanted = digit_count(value, radix);
     const u32 chars = prefix + digits_wanted;
@@ -214,6 +267,10 @@ inline kr_result format_signed(const format_settings& settings, format_output& o
     if (negative) {
         scope.debug("Negative value");
         value = 0 - value;
+    }
+    if (!Traced && has_room_for_number(out, settings.width)) {
+        put_decimal(value, negative, settings.flags, settings.width, out);
+        return KR_SUCCESS;
     }
     const u32 digits = decimal_digit_count(value);
     const u32 chars = digits + (negative ? 1 : 0);

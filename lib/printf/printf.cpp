@@ -26,14 +26,37 @@ inline size_t literal_limit(const format_output& out) {
     return out.measuring() ? SIZE_MAX : (out.size - 1) / sizeof(kr_char);
 }
 
-/// Puts literal characters up to the next '%' or the end, at least one; whether all had room.
+inline bool ends_literals(char character) {
+    return character == '%' || character == '\0';
+}
+
+/// Puts literal characters up to the next '%' or the end, at least one, while the output has less
+/// than `limit` characters; whether all had room.
 ///
 /// Between two conversions there are mostly one to three. They are looked at one by one: the
 /// processor guesses their number and goes on, where a vector's answer would have to be waited for.
-inline bool put_literals(const char** format, format_output& out) {
-    const size_t limit = literal_limit(out);
-    constexpr size_t singly_at_a_page_end = 16;
-    size_t until_vectors = 4;
+inline bool put_literals(const char** format, format_output& out, size_t limit) {
+    constexpr size_t singly = 4;
+    if (out.chars + singly <= limit) {
+        const char* const from = *format;
+        size_t taken = 0;
+        do {
+            if (!out.measuring()) {
+                out.base[out.chars + taken] = widen(from[taken]);
+            }
+            ++taken;
+        } while (taken < singly && !ends_literals(from[taken]));
+        *format += taken;
+        out.count(taken);
+        if (ends_literals(**format)) {
+            return true;
+        }
+        take_literal_vectors(format, out.base, &out.chars, limit);
+        if (ends_literals(**format)) {
+            return true;
+        }
+    }
+    // Where pages or the room end.
     do {
         if (out.chars >= limit) {
             return false;
@@ -43,19 +66,12 @@ inline bool put_literals(const char** format, format_output& out) {
         }
         out.count(1);
         ++*format;
-        if (--until_vectors == 0) {
-            take_literal_vectors(format, out.base, &out.chars, limit);
-            until_vectors = singly_at_a_page_end;
-        }
-    } while (**format != '%' && **format != '\0');
+    } while (!ends_literals(**format));
     return true;
 }
 
 /// The settings that an unsigned conversion works with; false when its size modifier is missing.
 inline bool shape_settings(format_shape shape, format_settings& settings) {
-    if (shape == format_shape::from_format) {
-        return true;
-    }
     const u32 size = settings.size_modifier;
     if (shape == format_shape::always_32) {
         settings.size_modifier = KR_PRINTF_SIZE_NONE;
@@ -82,10 +98,12 @@ inline kr_result run_conversion(const format_conversion& conversion, format_sett
     switch (conversion.operation) {
     case format_operation::signed_integer:
         return format_signed<Traced>(settings, out, args);
-    case format_operation::unsigned_integer:
+    case format_operation::shaped_integer:
         if (!shape_settings(conversion.shape, settings)) {
             return syntax_error();
         }
+        [[fallthrough]];
+    case format_operation::unsigned_integer:
         return format_unsigned<Traced>(
             conversion.radix, conversion.upper ? kr_printf_digits_upper : kr_printf_digits_lower,
             settings, out, args);
@@ -142,56 +160,10 @@ inline kr_result parse_settings(const format_scope<Traced>& scope, const char** 
     return result;
 }
 
-/// What most conversions are: a letter alone, or behind a width of one digit and a zero before
-/// that. Takes nothing of any other.
-inline u8 take_short_form(const char** cursor, format_settings& settings) {
-    const char* at = *cursor;
-    const u8 row = format_take_conversion(&at);
-    if (row != format_no_row) {
-        *cursor = at;
-        return row;
-    }
-    at = *cursor;
-    const u32 flags = *at == '0' ? u32{KR_PRINTF_FLAG_ZEROES} : 0;
-    at += flags != 0 ? 1 : 0;
-    if (!format_is_digit(*at) || *at == '0') {
-        return format_no_row;
-    }
-    const auto width = static_cast<u32>(*at - '0');
-    ++at;
-    const u8 wide_row = format_take_conversion(&at);
-    if (wide_row != format_no_row) {
-        settings.flags = flags;
-        settings.width = width;
-        *cursor = at;
-    }
-    return wide_row;
-}
-
-/// Handles the conversion behind a '%' and moves the cursor behind it.
+/// Runs the conversion of a row.
 template <bool Traced>
-inline kr_result format_conversion_at(const format_scope<Traced>& scope, const char** cursor,
-                                      format_output& out, va_list* args) {
-    format_settings settings;
-    const char* letter = *cursor;
-    // The trace wants to hear of every parser.
-    u8 row = Traced ? format_no_row : take_short_form(&letter, settings);
-    if (row == format_no_row) {
-        const kr_result result = parse_settings(scope, cursor, settings);
-        if (kr_result_failed(result)) {
-            return result;
-        }
-        letter = *cursor;
-        row = format_take_conversion(&letter);
-    }
-    if (row == format_no_row) {
-        const kr_result unknown = syntax_error();
-        if (**cursor != '_') {
-            scope.warn("Unknown type Result is %_r (%_z)", &unknown, &unknown);
-        }
-        return unknown;
-    }
-    *cursor = letter;
+inline kr_result run_row(const format_scope<Traced>& scope, u8 row, format_settings settings,
+                         format_output& out, va_list* args) {
     const format_conversion& conversion = format_conversions[row];
     const kr_result result = run_conversion<Traced>(conversion, settings, out, args);
     if (kr_result_failed(result)) {
@@ -201,13 +173,93 @@ inline kr_result format_conversion_at(const format_scope<Traced>& scope, const c
     return result;
 }
 
+/// The conversion behind a '%' in any form that the grammar knows.
+template <bool Traced>
+[[gnu::noinline]] kr_result format_any_form(const format_scope<Traced>& scope, const char** cursor,
+                                            format_output& out, va_list* args) {
+    format_settings settings;
+    const kr_result parsed = parse_settings(scope, cursor, settings);
+    if (kr_result_failed(parsed)) {
+        return parsed;
+    }
+    const char* letter = *cursor;
+    const u8 row = format_take_conversion(&letter);
+    if (row == format_no_row) {
+        const kr_result unknown = syntax_error();
+        if (**cursor != '_') {
+            scope.warn("Unknown type Result is %_r (%_z)", &unknown, &unknown);
+        }
+        return unknown;
+    }
+    *cursor = letter;
+    return run_row<Traced>(scope, row, settings, out, args);
+}
+
+/// Takes a conversion whose only flag is a zero, as they nearly all are; nothing of any other.
+inline u8 take_usual_form(const char** cursor, format_settings& settings) {
+    const char* at = *cursor;
+    if (*at == '0') {
+        settings.flags = KR_PRINTF_FLAG_ZEROES;
+        ++at;
+    }
+    if (*at == '0') { // a flag repeated, not a width
+        return format_no_row;
+    }
+    for (; format_is_digit(*at); ++at) {
+        settings.width = settings.width * 10 + static_cast<u32>(*at - '0');
+    }
+    const format_size size = format_find_size(at);
+    settings.size_modifier = size.value;
+    at += size.length;
+    const u8 row = format_take_conversion(&at);
+    if (row != format_no_row) {
+        *cursor = at;
+    }
+    return row;
+}
+
+/// Handles the conversion behind a '%' and moves the cursor behind it. A letter alone is compiled
+/// for itself, without all that flags and widths could ask for.
+inline kr_result format_conversion_at(const format_scope<false>& scope, const char** cursor,
+                                      format_output& out, va_list* args) {
+    const char* at = *cursor;
+    u8 row = format_take_conversion(&at);
+    if (row != format_no_row) {
+        *cursor = at;
+        return run_row<false>(scope, row, {}, out, args);
+    }
+    format_settings settings;
+    row = take_usual_form(cursor, settings);
+    if (row != format_no_row) {
+        return run_row<false>(scope, row, settings, out, args);
+    }
+    // Copies: what a call may change does not stay in registers.
+    format_output own = out;
+    const char* rest = *cursor;
+    const kr_result result = format_any_form<false>(scope, &rest, own, args);
+    *cursor = rest;
+    out = own;
+    return result;
+}
+
+/// The trace wants to hear of every parser.
+inline kr_result format_conversion_at(const format_scope<true>& scope, const char** cursor,
+                                      format_output& out, va_list* args) {
+    return format_any_form<true>(scope, cursor, out, args);
+}
+
 /// The walk itself: everything but the terminator.
 template <bool Traced>
 inline kr_result walk(const format_scope<Traced>& scope, const char* format, format_output& out,
                       va_list* args) {
+    const size_t limit = literal_limit(out);
+    // The text in front of the first conversion is often long.
+    if (*format != '%') {
+        take_literal_vectors(&format, out.base, &out.chars, limit);
+    }
     for (;;) {
         if (*format != '%') {
-            if (*format != '\0' && !put_literals(&format, out)) {
+            if (*format != '\0' && !put_literals(&format, out, limit)) {
                 return format_no_room("kr_printf_format");
             }
             if (*format == '\0') {
@@ -216,12 +268,12 @@ inline kr_result walk(const format_scope<Traced>& scope, const char* format, for
         }
         ++format;
         if (*format == '%') { // stands for itself
-            if (!put_literals(&format, out)) {
+            if (!put_literals(&format, out, limit)) {
                 return format_no_room("kr_printf_format");
             }
             continue;
         }
-        const kr_result result = format_conversion_at<Traced>(scope, &format, out, args);
+        const kr_result result = format_conversion_at(scope, &format, out, args);
         if (kr_result_failed(result)) {
             return result;
         }

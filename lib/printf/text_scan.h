@@ -22,10 +22,17 @@ inline void take_literal_vectors(const char** format, kr_char* out, size_t* char
         const __m128i bytes = vectors::load(*format);
         const u32 ends = vectors::bits_of(_mm_or_si128(_mm_cmpeq_epi8(bytes, percent),
                                                        _mm_cmpeq_epi8(bytes, _mm_setzero_si128())));
-        const size_t taken =
-            ends == 0 ? vectors::vector_bytes : static_cast<size_t>(std::countr_zero(ends));
+        size_t taken = vectors::vector_bytes;
+        if (ends != 0) {
+            taken = static_cast<size_t>(std::countr_zero(ends));
+        }
         if (out != nullptr) {
-            widen(*format, taken, out + *chars);
+            if (ends == 0) {
+                vectors::store(out + *chars, widen_low(bytes));
+                vectors::store(out + *chars + vectors::vector_chars, widen_high(bytes));
+            } else {
+                widen(*format, taken, out + *chars);
+            }
         }
         *format += taken;
         *chars += taken;
