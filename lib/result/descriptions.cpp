@@ -7,6 +7,7 @@
 #include <iterator>
 #include <span>
 
+#include "base/text/vector_text.h"
 #include "platform/platform.h"
 #include "result/description_texts.h"
 #include "result/failures.h"
@@ -101,22 +102,22 @@ description_text code_text(kr_result result) {
 
 struct source_row {
     u8 source;
-    description_text name;
+    description_text end; ///< what stands behind the code's text
 };
 
 /// The components that stamp their results with a source of their own. Source 0 is nobody's.
-constexpr source_row source_names[] = {
-    {0x01, KR_TEXT("Driver probe")},
+constexpr source_row source_ends[] = {
+    {0x01, KR_TEXT("\" from \"Driver probe\"")},
 };
 
-description_text source_name(kr_result result) {
+description_text source_end(kr_result result) {
     const u32 source = (result & KR_RESULT_SOURCE_MASK) >> KR_RESULT_SOURCE_SHIFT;
-    for (const source_row& row : source_names) {
+    for (const source_row& row : source_ends) {
         if (row.source == source) {
-            return row.name;
+            return row.end;
         }
     }
-    return KR_TEXT("Unknown source");
+    return KR_TEXT("\" from \"Unknown source\"");
 }
 
 /// Joins the pieces in a buffer of `*size` bytes, at least 2, or only measures them. A piece that
@@ -134,7 +135,7 @@ kr_result put_pieces(std::span<const description_text> pieces, kr_char* buffer, 
     size_t used = 0;
     for (const description_text piece : pieces) {
         const size_t fitting = std::min(piece.size(), room - used);
-        std::memcpy(buffer + used, piece.data(), fitting * sizeof(kr_char));
+        kr::detail::copy_text(piece.data(), fitting, buffer + used);
         used += fitting;
     }
     buffer[used] = 0;
@@ -216,12 +217,9 @@ kr_result kr_get_result_description2(kr_result result, kr_char* buffer, size_t* 
         text = code_text(result);
     }
     const description_text pieces[] = {
-        kr_result_failed(result) ? description_text{KR_TEXT("error")} : KR_TEXT("success"),
-        KR_TEXT(" \""),
+        kr_result_failed(result) ? description_text{KR_TEXT("error \"")} : KR_TEXT("success \""),
         text,
-        KR_TEXT("\" from \""),
-        source_name(result),
-        KR_TEXT("\""),
+        source_end(result),
     };
     return put_pieces(pieces, buffer, size);
 }

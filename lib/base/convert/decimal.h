@@ -112,8 +112,8 @@ inline Char* write_pairs(u32 value, Char* out) {
     return out;
 }
 
-/// Writes the 8 digits of a value below 10^8, leading zeroes too; returns their end. Its quarters do
-/// not wait for one another.
+/// Writes the 8 digits of a value below 10^8, leading zeroes too; returns their end. Its quarters
+/// do not wait for one another.
 template <typename Char>
 inline Char* write_8_digits(u32 value, Char* out) {
     const u32 high = value / 10'000;
@@ -142,18 +142,11 @@ inline Char* write_short_decimal(u32 value, Char* out) {
     return value < 1'000'000 ? write_pairs<3>(value, out) : write_pairs<4>(value, out);
 }
 
-/// Writes the digits of `value`, no terminator, and nothing behind them; returns their end.
+/// Writes the digits of a value from 10^8 on; returns their end. Out of line: it is long, and rare.
 template <typename Char>
-inline Char* write_decimal(u64 value, Char* out) {
+[[gnu::noinline]] Char* write_long_decimal(u64 value, Char* out) {
     constexpr u64 eight_digits = 100'000'000;
-    if (value < 10) [[likely]] { // the number that feels every branch
-        *out = static_cast<Char>('0' + value);
-        return out + 1;
-    }
-    if (value < eight_digits) {
-        return write_short_decimal(static_cast<u32>(value), out);
-    }
-    u64 high = value / eight_digits;
+    const u64 high = value / eight_digits;
     if (high >= eight_digits) {
         out = write_short_decimal(static_cast<u32>(high / eight_digits), out);
         out = write_8_digits(static_cast<u32>(high % eight_digits), out);
@@ -161,6 +154,17 @@ inline Char* write_decimal(u64 value, Char* out) {
         out = write_short_decimal(static_cast<u32>(high), out);
     }
     return write_8_digits(static_cast<u32>(value % eight_digits), out);
+}
+
+/// Writes the digits of `value`, no terminator, and nothing behind them; returns their end.
+template <typename Char>
+inline Char* write_decimal(u64 value, Char* out) {
+    if (value < 10) [[likely]] { // the number that feels every branch
+        *out = static_cast<Char>('0' + value);
+        return out + 1;
+    }
+    return value < 100'000'000 ? write_short_decimal(static_cast<u32>(value), out)
+                               : write_long_decimal(value, out);
 }
 
 } // namespace kr::detail

@@ -56,21 +56,4 @@ inline void copy_text(const char* src, size_t count, kr_char* dst) {
     widen(src, count, dst);
 }
 
-inline void copy_text(const kr_char* src, size_t count, kr_char* dst) {
-#if KR_VECTORS
-    if (count >= vectors::vector_chars) {
-        // The last vector overlaps the one before it: cheaper than a loop over the rest.
-        const size_t last = count - vectors::vector_chars;
-        for (size_t i = 0; i < last; i += vectors::vector_chars) {
-            vectors::store(dst + i, vectors::load(src + i));
-        }
-        vectors::store(dst + last, vectors::load(src + last));
-        return;
-    }
-#endif
-    for (size_t i = 0; i < count; ++i) {
-        dst[i] = src[i];
-    }
-}
-
 } // namespace kr::detail

@@ -1,8 +1,9 @@
-/// Reading text of unknown length by 16-byte vectors. For the library's own sources; touches the
-/// language only.
+/// Reading text of unknown length by 16-byte vectors, and copying short text. For the library's own
+/// sources; touches the language only.
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "platform/types.h"
 #include "platform/vectors.h"
@@ -37,3 +38,35 @@ inline u32 bits_of(__m128i outcome) {
 
 } // namespace kr::detail::vectors
 #endif
+
+namespace kr::detail {
+
+/// Copies `count` characters and no terminator; the blocks do not overlap. Inline: most texts of a
+/// line are shorter than what a call costs.
+inline void copy_text(const kr_char* src, size_t count, kr_char* dst) {
+    // The last piece overlaps the one before it: cheaper than a loop over the rest.
+#if KR_VECTORS
+    if (count >= vectors::vector_chars) {
+        const size_t last = count - vectors::vector_chars;
+        for (size_t i = 0; i < last; i += vectors::vector_chars) {
+            vectors::store(dst + i, vectors::load(src + i));
+        }
+        vectors::store(dst + last, vectors::load(src + last));
+        return;
+    }
+#endif
+    constexpr size_t word_chars = sizeof(u64) / sizeof(kr_char);
+    if (count >= word_chars) {
+        const size_t last = count - word_chars;
+        for (size_t i = 0; i < last; i += word_chars) {
+            std::memcpy(dst + i, src + i, sizeof(u64));
+        }
+        std::memcpy(dst + last, src + last, sizeof(u64));
+        return;
+    }
+    for (size_t i = 0; i < count; ++i) {
+        dst[i] = src[i];
+    }
+}
+
+} // namespace kr::detail
