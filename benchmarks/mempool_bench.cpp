@@ -2,66 +2,16 @@
 /// the heap: the same elements, the same order of calls.
 #include <algorithm>
 #include <memory_resource>
-#include <mutex>
 #include <numeric>
 #include <random>
 #include <vector>
 
 #include <benchmark/benchmark.h>
-#include <boost/pool/pool.hpp>
 
-#include "base/memory/mempool.h"
-#include "base/product.h"
+#include "pools.h"
 #include "threaded_process.h"
 
-constinit const kr_product_record kr_product = {"bench", KR_TEXT("tools"), KR_TEXT("Korinth")};
-
 namespace {
-
-constexpr size_t element_bytes = 64;
-
-class kr_pool {
-public:
-    explicit kr_pool(u32 stock) {
-        const kr_time time_out = {KR_TIME_UNIT_SECONDS, 60, 1};
-        if (kr_result_failed(kr_mempool_create(KR_TEXT("bench"), element_bytes, 0, stock, 0,
-                                               &time_out, 0, &pool_))) {
-            std::abort();
-        }
-    }
-    kr_pool(const kr_pool&) = delete;
-    kr_pool& operator=(const kr_pool&) = delete;
-    ~kr_pool() { kr_mempool_destroy(pool_); }
-
-    void* take() {
-        void* element = nullptr;
-        if (kr_result_failed(kr_mempool_alloc(pool_, &element))) {
-            std::abort();
-        }
-        return element;
-    }
-    void give(void* element) { kr_mempool_free(pool_, element); }
-
-private:
-    kr_mempool* pool_ = nullptr;
-};
-
-class boost_pool {
-public:
-    explicit boost_pool(u32 stock) : pool_(element_bytes, stock) {}
-    void* take() {
-        const std::lock_guard guard(mutex_);
-        return pool_.malloc();
-    }
-    void give(void* element) {
-        const std::lock_guard guard(mutex_);
-        pool_.free(element);
-    }
-
-private:
-    std::mutex mutex_;
-    boost::pool<> pool_;
-};
 
 class pmr_pool {
 public:
@@ -79,16 +29,6 @@ public:
     void* take() { return std::malloc(element_bytes); }
     void give(void* element) { std::free(element); }
 };
-
-template <typename Pool>
-void pair(benchmark::State& state) {
-    static Pool pool(1000);
-    for (auto _ : state) {
-        void* element = pool.take();
-        benchmark::DoNotOptimize(element);
-        pool.give(element);
-    }
-}
 
 /// Only the frees are timed: their order is what a pool may suffer from.
 template <typename Pool>
@@ -118,15 +58,16 @@ void sizes(benchmark::internal::Benchmark* bench) {
 }
 
 BENCHMARK(pair<kr_pool>)->Name("pair_kr")->UseRealTime();
-BENCHMARK(pair<boost_pool>)->Name("pair_boost")->UseRealTime();
+BENCHMARK(pair<boost_pool<std::mutex>>)->Name("pair_boost")->UseRealTime();
 BENCHMARK(pair<pmr_pool>)->Name("pair_pmr")->UseRealTime();
 BENCHMARK(pair<heap>)->Name("pair_malloc")->UseRealTime();
 BENCHMARK(pair<kr_pool>)->Name("pair_kr")->Threads(2)->UseRealTime();
-BENCHMARK(pair<boost_pool>)->Name("pair_boost")->Threads(2)->UseRealTime();
+BENCHMARK(pair<kr_pool>)->Name("pair_kr")->Threads(8)->UseRealTime();
+BENCHMARK(pair<boost_pool<std::mutex>>)->Name("pair_boost")->Threads(2)->UseRealTime();
 BENCHMARK(pair<pmr_pool>)->Name("pair_pmr")->Threads(2)->UseRealTime();
 BENCHMARK(pair<heap>)->Name("pair_malloc")->Threads(2)->UseRealTime();
 BENCHMARK(random_frees<kr_pool>)->Name("random_frees_kr")->Apply(sizes);
-BENCHMARK(random_frees<boost_pool>)->Name("random_frees_boost")->Apply(sizes);
+BENCHMARK(random_frees<boost_pool<std::mutex>>)->Name("random_frees_boost")->Apply(sizes);
 BENCHMARK(random_frees<pmr_pool>)->Name("random_frees_pmr")->Apply(sizes);
 BENCHMARK(random_frees<heap>)->Name("random_frees_malloc")->Apply(sizes);
 

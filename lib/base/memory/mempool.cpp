@@ -211,13 +211,14 @@ kr_result replenish(kr_mempool& pool, mutex_guard& guard, stock_room* outgrown) 
 }
 
 /// Hands out the element on the top of the stack.
-void* hand_out(kr_mempool& pool) {
+inline void* hand_out(kr_mempool& pool) {
     const u32 top = pool.used.load(std::memory_order_relaxed);
     pool.used.store(top + 1, std::memory_order_relaxed);
     return pool.room.table.mark_out(pool.room.stack[top]);
 }
 
-kr_result alloc_from_empty(kr_mempool& pool, void** out) {
+/// Kept out of the hot path, whose registers and stack it would take.
+[[gnu::noinline]] kr_result alloc_from_empty(kr_mempool& pool, void** out) {
     stock_room outgrown; // freed after the lock
     mutex_guard guard(pool.lock);
     if (!has_free(pool)) {
