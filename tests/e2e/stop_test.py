@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Stops the scripts' work at several moments, by Ctrl-C on a terminal and by a signal: it must end at once with the
-signal's exit status, leave no process and no half-made prefix of Wine, and the next work must go on.
+signal's exit status, leave no process and no half-made prefix of Wine, and the next work must go on. A second script
+in the same tree must refuse to begin.
 
 usage: stop_test.py PROJECT WORK
 """
@@ -9,6 +10,7 @@ import os
 import pty
 import shutil
 import signal
+import subprocess
 import sys
 import time
 
@@ -85,6 +87,10 @@ def stop(moment, how, wanted):
 
 
 def ctrl_c(pid, terminal):
+    second = subprocess.run(["bash", "-uc", SCRIPT], stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+    if second.returncode != 2 or "works in this folder" not in second.stderr:
+        print(f"a second script ended with {second.returncode}: {second.stderr}")
+        return
     os.write(terminal, b"\x03")
 
 
