@@ -124,125 +124,142 @@ private:
         return KR_SUCCESS;
     }
 
+    /// One step as the input has it: at which cursor, how many bytes, and what is there.
+    struct turn {
+        std::size_t index;
+        mark at;
+        u64 size;
+        range r;
+        /// From the cursor to the end of its range.
+        u64 left;
+    };
+
     void step() {
+        static constexpr void (memvec_model::*operations[])(const turn&) = {
+            &memvec_model::seek,    &memvec_model::release_cursor, &memvec_model::split_at,
+            &memvec_model::prepare, &memvec_model::assign,         &memvec_model::copy_out,
+            &memvec_model::copy_in, &memvec_model::write,          &memvec_model::read_at,
+            &memvec_model::fill};
         ++steps_;
         const u8 operation = take();
         const auto index = static_cast<std::size_t>(take() % marks_.size());
         const mark at = marks_[index];
         const u64 size = take();
         const range r = *range_at(at.position);
-        const u64 left = r.start + r.size - at.position;
-        std::vector<u8> buffer(256, static_cast<u8>(steps_));
-        switch (operation % 10) {
-        case 0: {
-            const auto offset = static_cast<i32>(static_cast<i8>(size)) * 2;
-            const u64 target = at.position + static_cast<u64>(i64{offset});
-            kr_memvec_cursor* cursor = nullptr;
-            expect(target >= bytes_.size() ? invalid()
-                   : marks_.size() == 128  ? missing()
-                                           : KR_SUCCESS,
-                   kr_memvec_seek(at.cursor, offset, &cursor), "seek");
-            if (cursor != nullptr) {
-                marks_.push_back({cursor, target});
-            }
-            break;
-        }
-        case 1:
-            if (marks_.size() > 1) {
-                kr_memvec_release(at.cursor);
-                marks_.erase(marks_.begin() + static_cast<std::ptrdiff_t>(index));
-            }
-            break;
-        case 2:
-            expect(split(at.position, size), kr_memvec_split(at.cursor, size), "split");
-            break;
-        case 3: {
-            kr_result expected = split(at.position, size);
-            const auto found = range_at(at.position);
-            if (kr_result_succeeded(expected) && found->size != size) {
-                expected = missing();
-            }
-            expect(expected, kr_memvec_prepare(at.cursor, size), "prepare");
-            if (kr_result_succeeded(expected) && found->type == not_backed) {
-                found->type = KR_MEMORY_TYPE_HEAP;
-                kr_memvec_fill(at.cursor, 0, size);
-                std::fill_n(bytes_.begin() + static_cast<std::ptrdiff_t>(at.position), size, u8{0});
-            }
-            break;
-        }
-        case 4:
-            assign(at, size % 2 != 0 ? left : size, left, r);
-            break;
-        case 5:
-            expect(r.type == not_backed                           ? invalid()
-                   : r.type != KR_MEMORY_TYPE_HEAP || size > left ? missing()
-                                                                  : KR_SUCCESS,
-                   kr_memvec_copy(KR_MEMORY_TYPE_HEAP, buffer.data(), KR_MEMORY_TYPE_MEMVEC,
-                                  at.cursor, size),
-                   "copy out");
-            if (r.type == KR_MEMORY_TYPE_HEAP && size <= left) {
-                expect(std::memcmp(buffer.data(), &bytes_[at.position], size) == 0,
-                       "bytes copied out");
-            }
-            break;
-        case 6: {
-            const kr_result expected = r.type == not_backed || size > left ? invalid()
-                                       : r.type != KR_MEMORY_TYPE_HEAP     ? missing()
-                                                                           : KR_SUCCESS;
-            expect(expected,
-                   kr_memvec_copy(KR_MEMORY_TYPE_MEMVEC, at.cursor, KR_MEMORY_TYPE_HEAP,
-                                  buffer.data(), size),
-                   "copy in");
-            if (kr_result_succeeded(expected)) {
-                std::memcpy(&bytes_[at.position], buffer.data(), size);
-            }
-            break;
-        }
-        case 7:
-            expect(walk(at.position, size,
-                        [&](const range& piece, u64 from, u64 length) {
-                            if (piece.type != KR_MEMORY_TYPE_HEAP) {
-                                return missing();
-                            }
-                            std::memset(&bytes_[from], buffer[0], length);
-                            return KR_SUCCESS;
-                        }),
-                   kr_memvec_write(at.cursor, buffer.data(), size), "write");
-            break;
-        case 8:
-            read(at, size);
-            break;
-        default:
-            kr_memvec_fill(at.cursor, buffer[0], size);
-            static_cast<void>(
-                walk(at.position, size, [&](const range& piece, u64 from, u64 length) {
-                    if (piece.type != alien) {
-                        std::memset(&bytes_[from], buffer[0], length);
-                    }
-                    return KR_SUCCESS;
-                }));
+        buffer_.assign(256, static_cast<u8>(steps_));
+        (this->*operations[operation % std::size(operations)])(
+            {index, at, size, r, r.start + r.size - at.position});
+    }
+
+    void seek(const turn& t) {
+        const auto offset = static_cast<i32>(static_cast<i8>(t.size)) * 2;
+        const u64 target = t.at.position + static_cast<u64>(i64{offset});
+        kr_memvec_cursor* cursor = nullptr;
+        expect(target >= bytes_.size() ? invalid()
+               : marks_.size() == 128  ? missing()
+                                       : KR_SUCCESS,
+               kr_memvec_seek(t.at.cursor, offset, &cursor), "seek");
+        if (cursor != nullptr) {
+            marks_.push_back({cursor, target});
         }
     }
 
-    void assign(const mark& at, u64 size, u64 left, const range& r) {
+    void release_cursor(const turn& t) {
+        if (marks_.size() > 1) {
+            kr_memvec_release(t.at.cursor);
+            marks_.erase(marks_.begin() + static_cast<std::ptrdiff_t>(t.index));
+        }
+    }
+
+    void split_at(const turn& t) {
+        expect(split(t.at.position, t.size), kr_memvec_split(t.at.cursor, t.size), "split");
+    }
+
+    void prepare(const turn& t) {
+        kr_result expected = split(t.at.position, t.size);
+        const auto found = range_at(t.at.position);
+        if (kr_result_succeeded(expected) && found->size != t.size) {
+            expected = missing();
+        }
+        expect(expected, kr_memvec_prepare(t.at.cursor, t.size), "prepare");
+        if (kr_result_succeeded(expected) && found->type == not_backed) {
+            found->type = KR_MEMORY_TYPE_HEAP;
+            kr_memvec_fill(t.at.cursor, 0, t.size);
+            set_bytes(t.at.position, t.size, 0);
+        }
+    }
+
+    void copy_out(const turn& t) {
+        expect(t.r.type == not_backed                               ? invalid()
+               : t.r.type != KR_MEMORY_TYPE_HEAP || t.size > t.left ? missing()
+                                                                    : KR_SUCCESS,
+               kr_memvec_copy(KR_MEMORY_TYPE_HEAP, buffer_.data(), KR_MEMORY_TYPE_MEMVEC,
+                              t.at.cursor, t.size),
+               "copy out");
+        if (t.r.type == KR_MEMORY_TYPE_HEAP && t.size <= t.left) {
+            expect(std::memcmp(buffer_.data(), &bytes_[t.at.position], t.size) == 0,
+                   "bytes copied out");
+        }
+    }
+
+    void copy_in(const turn& t) {
+        const kr_result expected = t.r.type == not_backed || t.size > t.left ? invalid()
+                                   : t.r.type != KR_MEMORY_TYPE_HEAP         ? missing()
+                                                                             : KR_SUCCESS;
+        expect(expected,
+               kr_memvec_copy(KR_MEMORY_TYPE_MEMVEC, t.at.cursor, KR_MEMORY_TYPE_HEAP,
+                              buffer_.data(), t.size),
+               "copy in");
+        if (kr_result_succeeded(expected)) {
+            set_bytes(t.at.position, t.size, buffer_[0]);
+        }
+    }
+
+    void write(const turn& t) {
+        const auto piece = [&](const range& r, u64 from, u64 length) {
+            if (r.type != KR_MEMORY_TYPE_HEAP) {
+                return missing();
+            }
+            set_bytes(from, length, buffer_[0]);
+            return KR_SUCCESS;
+        };
+        expect(walk(t.at.position, t.size, piece),
+               kr_memvec_write(t.at.cursor, buffer_.data(), t.size), "write");
+    }
+
+    void read_at(const turn& t) { read(t.at, t.size); }
+
+    void fill(const turn& t) {
+        kr_memvec_fill(t.at.cursor, buffer_[0], t.size);
+        const auto piece = [&](const range& r, u64 from, u64 length) {
+            if (r.type != alien) {
+                set_bytes(from, length, buffer_[0]);
+            }
+            return KR_SUCCESS;
+        };
+        static_cast<void>(walk(t.at.position, t.size, piece));
+    }
+
+    void assign(const turn& t) {
         static constexpr u32 types[] = {KR_MEMORY_TYPE_HEAP, KR_MEMORY_TYPE_HEAP,
                                         KR_MEMORY_TYPE_HEAP, KR_MEMORY_TYPE_FLAT, alien};
         const u32 type = types[steps_ % std::size(types)];
+        const u64 size = t.size % 2 != 0 ? t.left : t.size;
         loan& lent = loans_.emplace_back();
-        lent.start = at.position;
+        lent.start = t.at.position;
         lent.memory.assign(size + 1, u8(steps_));
         lent.memory.resize(size);
-        const bool borrows = r.type == not_backed && left == r.size && size == left;
-        const bool copies = r.type == KR_MEMORY_TYPE_HEAP && size <= left;
-        expect(borrows || (copies && type == KR_MEMORY_TYPE_HEAP) ? KR_SUCCESS : missing(),
-               kr_memvec_assign(KR_MEMORY_TYPE_MEMVEC, at.cursor, type, lent.memory.data(), size),
+        const bool borrows = t.r.type == not_backed && t.left == t.r.size && size == t.left;
+        const bool copies = t.r.type == KR_MEMORY_TYPE_HEAP && size <= t.left;
+        const bool done = borrows || (copies && type == KR_MEMORY_TYPE_HEAP);
+        expect(done ? KR_SUCCESS : missing(),
+               kr_memvec_assign(KR_MEMORY_TYPE_MEMVEC, t.at.cursor, type, lent.memory.data(), size),
                "assign");
-        if (borrows || (copies && type == KR_MEMORY_TYPE_HEAP)) {
-            std::fill_n(bytes_.begin() + static_cast<std::ptrdiff_t>(at.position), size,
-                        u8(steps_));
+        if (done) {
+            set_bytes(t.at.position, size, u8(steps_));
         }
         if (borrows) {
-            range_at(at.position)->type = type;
+            range_at(t.at.position)->type = type;
         } else {
             loans_.pop_back();
         }
@@ -251,16 +268,20 @@ private:
     void read(const mark& at, u64 size) {
         std::vector<u8> found(256, 0xEE);
         std::vector<u8> expected = found;
-        expect(walk(at.position, size,
-                    [&](const range& piece, u64 from, u64 length) {
-                        if (piece.type != KR_MEMORY_TYPE_HEAP) {
-                            return missing();
-                        }
-                        std::memcpy(&expected[from - at.position], &bytes_[from], length);
-                        return KR_SUCCESS;
-                    }),
-               kr_memvec_read(found.data(), at.cursor, size), "read");
+        const auto piece = [&](const range& r, u64 from, u64 length) {
+            if (r.type != KR_MEMORY_TYPE_HEAP) {
+                return missing();
+            }
+            std::memcpy(&expected[from - at.position], &bytes_[from], length);
+            return KR_SUCCESS;
+        };
+        expect(walk(at.position, size, piece), kr_memvec_read(found.data(), at.cursor, size),
+               "read");
         expect(found == expected, "bytes read");
+    }
+
+    void set_bytes(u64 start, u64 size, u8 value) {
+        std::fill_n(bytes_.begin() + static_cast<std::ptrdiff_t>(start), size, value);
     }
 
     /// Reads every range from a cursor of its own and looks into every block that was lent.
@@ -278,6 +299,8 @@ private:
 
     std::span<const u8> input_;
     std::vector<u8> bytes_;
+    /// What a step copies and writes, and room for what it copies out.
+    std::vector<u8> buffer_;
     std::vector<range> ranges_;
     std::vector<mark> marks_;
     std::deque<loan> loans_;

@@ -178,6 +178,37 @@ TEST(Mempool, TakesElementsBackWhileItGrows) {
     EXPECT_EQ(pool.alloc(), before[2]);
 }
 
+/// A second thread that finds the pool empty waits for the growth that is under way.
+TEST(MempoolThreads, GrowOneAtATime) {
+    static kr_mempool* growing;
+    static std::thread::id grower;
+    static std::jthread second;
+    static std::atomic<u32> foreign;
+    grower = std::this_thread::get_id();
+    foreign = 0;
+    test_pool pool(8, 2, 0);
+    growing = pool.pool;
+    std::set<void*> seen = {pool.alloc(), pool.alloc()};
+    static void* other = nullptr;
+    kr_memory_set_hooks(
+        [](void** out, std::size_t size) {
+            foreign += std::this_thread::get_id() != grower ? 1 : 0;
+            if (!second.joinable()) {
+                second = std::jthread([] { EXPECT_EQ(kr_mempool_alloc(growing, &other), ok); });
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            }
+            *out = std::malloc(size);
+            return ok;
+        },
+        std::free);
+    seen.insert(pool.alloc());
+    second.join();
+    kr_memory_set_hooks(nullptr, nullptr);
+    seen.insert(other);
+    EXPECT_EQ(seen.size(), 4u);
+    EXPECT_EQ(foreign, 0u);
+}
+
 /// Every thread writes its mark into what it holds; a second owner would overwrite it.
 TEST(MempoolThreads, NeverHandOutAnElementTwice) {
     struct row {

@@ -89,8 +89,10 @@ TEST_F(Memvec, PartsOfACutChunkShareItsBlockUnderOneOwner) {
     }
 }
 
-TEST_F(Memvec, FreesExtraBlocks) {
+TEST_F(Memvec, GivesItsHeaderAndChunksBackAndFreesExtraBlocks) {
     const failing_allocator allocator;
+    for (u32 i = 0; i < 2 * KR_MEMPOOL_DEFAULT_GROW_COUNT; ++i) { kr_memvec_destroy(create(1)); }
+    EXPECT_EQ(allocator.allocations(), 0u);
     kr_memvec_cursor* const first = create(1);
     void* block = nullptr;
     ASSERT_EQ(kr_memory_allocate_hook(&block, sizeof(kr::detail::list_link)), ok);

@@ -42,6 +42,7 @@ struct kr_memvec {
     u64 size = 0;
     kr_memvec_cursor cursors[KR_MEMVEC_CURSOR_COUNT];
     /// Blocks of the allocate hook that begin with their link and live as long as the vector.
+    /// Nothing in the library adds one; the vector's end frees those of a program that does.
     kr::detail::list_link extra_blocks;
 };
 
