@@ -2,8 +2,10 @@
 /// grow with the number of entries and items. The time per item is in the column `per_item`; flat
 /// means that it is the same in every row of a name.
 #include <climits>
+#include <cstdlib>
 #include <malloc.h>
 #include <string>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 
@@ -87,6 +89,88 @@ void enumerate_entries(benchmark::State& state) {
 }
 BENCHMARK(enumerate_entries)->Arg(1'000)->Arg(10'000)->Arg(100'000);
 
+/// The same names through the same calls, as a program without the library would keep them.
+void enumerate_entries_std(benchmark::State& state) {
+    const filled_group group(state.range(0));
+    HKEY key = reinterpret_cast<HKEY>(group.get());
+    for (auto _ : state) {
+        DWORD count = 0;
+        DWORD longest = 0;
+        RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &count,
+                         &longest, nullptr, nullptr, nullptr);
+        std::vector<std::u16string> names;
+        names.reserve(count);
+        for (DWORD index = 0; index < count; ++index) {
+            std::u16string name(longest + 1, u'\0');
+            DWORD chars = longest + 1;
+            RegEnumValueW(key, index, name.data(), &chars, nullptr, nullptr, nullptr, nullptr);
+            name.resize(chars);
+            names.push_back(std::move(name));
+        }
+        benchmark::DoNotOptimize(names);
+    }
+    count_items(state, state.range(0));
+}
+BENCHMARK(enumerate_entries_std)->Arg(1'000);
+
+/// The registry's part of it, with a block for each name: what nobody who lists them can save.
+void enumerate_entries_floor(benchmark::State& state) {
+    const filled_group group(state.range(0));
+    HKEY key = reinterpret_cast<HKEY>(group.get());
+    for (auto _ : state) {
+        DWORD count = 0;
+        DWORD longest = 0;
+        RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &count,
+                         &longest, nullptr, nullptr, nullptr);
+        auto** const names = static_cast<kr_char**>(std::malloc(count * sizeof(kr_char*)));
+        for (DWORD index = 0; index < count; ++index) {
+            DWORD chars = longest + 1;
+            names[index] = static_cast<kr_char*>(std::malloc(chars * sizeof(kr_char)));
+            RegEnumValueW(key, index, names[index], &chars, nullptr, nullptr, nullptr, nullptr);
+        }
+        for (DWORD index = 0; index < count; ++index) {
+            std::free(names[index]);
+        }
+        std::free(names);
+    }
+    count_items(state, state.range(0));
+}
+BENCHMARK(enumerate_entries_floor)->Arg(1'000);
+
+/// Groups made in falling order, each before all that are there, and deleted again.
+void make_groups(benchmark::State& state) {
+    const filled_group group(0);
+    for (auto _ : state) {
+        for (i64 index = state.range(0); index > 0; --index) {
+            kr_settings_handle made = nullptr;
+            (void)kr_settings_group_open(group.get(), filled_group::name(index).c_str(), &made);
+            kr_settings_group_close(made);
+        }
+        for (i64 index = state.range(0); index > 0; --index) {
+            (void)kr_settings_group_delete(group.get(), filled_group::name(index).c_str());
+        }
+    }
+    count_items(state, state.range(0));
+}
+BENCHMARK(make_groups)->Arg(1'000)->Arg(40'000);
+
+/// Entries made, changed and deleted in the order of their making.
+void make_entries(benchmark::State& state) {
+    const filled_group group(0);
+    for (auto _ : state) {
+        for (const kr_char* value : {KR_TEXT("1"), KR_TEXT("2")}) {
+            for (i64 index = 0; index < state.range(0); ++index) {
+                (void)kr_settings_set_string(group.get(), filled_group::name(index).c_str(), value);
+            }
+        }
+        for (i64 index = 0; index < state.range(0); ++index) {
+            (void)kr_settings_delete_entry(group.get(), filled_group::name(index).c_str());
+        }
+    }
+    count_items(state, state.range(0));
+}
+BENCHMARK(make_entries)->Arg(1'000)->Arg(40'000);
+
 std::u16string list_text(i64 items) {
     std::u16string text;
     for (i64 index = 0; index < items; ++index) {
@@ -106,6 +190,30 @@ void parse_multi_string(benchmark::State& state) {
     count_items(state, state.range(0));
 }
 BENCHMARK(parse_multi_string)->Arg(1'000)->Arg(100'000)->Arg(1'000'000);
+
+std::vector<std::u16string> parse_std(const std::u16string& text) {
+    std::vector<std::u16string> items;
+    std::u16string item;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (text[at] == u';') {
+            items.push_back(std::move(item));
+            item.clear();
+        } else {
+            at += text[at] == u'\\' ? 1 : 0;
+            item.push_back(text[at]);
+        }
+    }
+    return items;
+}
+
+void parse_multi_string_std(benchmark::State& state) {
+    const std::u16string text = list_text(state.range(0));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(parse_std(text));
+    }
+    count_items(state, state.range(0));
+}
+BENCHMARK(parse_multi_string_std)->Arg(1'000);
 
 /// The worst failure: the last character is broken, and every item has to go again.
 void parse_broken_multi_string(benchmark::State& state) {
@@ -134,6 +242,25 @@ void compose_multi_string(benchmark::State& state) {
 }
 BENCHMARK(compose_multi_string)->Arg(1'000)->Arg(100'000)->Arg(1'000'000);
 
+void compose_multi_string_std(benchmark::State& state) {
+    const std::vector<std::u16string> items = parse_std(list_text(state.range(0)));
+    for (auto _ : state) {
+        std::u16string text;
+        for (const std::u16string& item : items) {
+            for (const kr_char unit : item) {
+                if (unit == u';' || unit == u'\\') {
+                    text.push_back(u'\\');
+                }
+                text.push_back(unit);
+            }
+            text.push_back(u';');
+        }
+        benchmark::DoNotOptimize(text);
+    }
+    count_items(state, state.range(0));
+}
+BENCHMARK(compose_multi_string_std)->Arg(1'000);
+
 void typed_read(benchmark::State& state) {
     const filled_group group(1);
     const std::u16string name = filled_group::name(0);
@@ -144,6 +271,24 @@ void typed_read(benchmark::State& state) {
     }
 }
 BENCHMARK(typed_read);
+
+/// The value as a string of the right size, then as a number.
+void typed_read_std(benchmark::State& state) {
+    const filled_group group(1);
+    const std::u16string name = filled_group::name(0);
+    HKEY key = reinterpret_cast<HKEY>(group.get());
+    for (auto _ : state) {
+        DWORD type = 0;
+        DWORD size = 0;
+        RegQueryValueExW(key, name.c_str(), nullptr, &type, nullptr, &size);
+        std::u16string text(size / sizeof(kr_char), u'\0');
+        RegQueryValueExW(key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(text.data()),
+                         &size);
+        std::string digits(text.begin(), text.end() - 1);
+        benchmark::DoNotOptimize(std::stoul(digits));
+    }
+}
+BENCHMARK(typed_read_std);
 
 void typed_read_two_queries(benchmark::State& state) {
     const filled_group group(1);

@@ -92,7 +92,7 @@ void append_tree(std::u16string& out, const registry_key& key, const std::u16str
     if (key.parent != nullptr || !key.values().empty()) {
         out.append(line_end).append(u"[").append(path).append(u"]").append(line_end);
         for (const auto& value : key.values()) {
-            append_value(out, value);
+            append_value(out, *value);
         }
     }
     for (const auto& [_, subkey] : key.subkeys()) {

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <functional>
 
 namespace {
 
@@ -120,16 +119,6 @@ LONG give_data(const registry_value& value, DWORD* type, BYTE* data, DWORD* data
     return done;
 }
 
-/// The largest size among the elements' `member`.
-template <typename List, typename Member>
-std::size_t longest(const List& list, Member member) {
-    std::size_t most = 0;
-    for (const auto& each : list) {
-        most = std::max(most, std::invoke(member, each).size());
-    }
-    return most;
-}
-
 /// The size to be stored: Windows looks at the unit behind a string that was given without its
 /// terminator, and takes it along when it is one.
 std::size_t stored_size(DWORD type, const BYTE* data, std::size_t size) {
@@ -221,11 +210,10 @@ LSTATUS RegQueryInfoKeyW(HKEY key, WCHAR*, DWORD*, DWORD*, DWORD* subkeys,
     }
     return on_key(key, [&](registry_key& opened, registry_store&) {
         give(subkeys, opened.subkeys().size());
-        give(longest_subkey_chars,
-             longest(opened.subkeys(), &registry_key::subkey_map::value_type::first));
+        give(longest_subkey_chars, opened.longest_subkey_chars());
         give(values, opened.values().size());
-        give(longest_value_name_chars, longest(opened.values(), &registry_value::name));
-        give(longest_data_bytes, longest(opened.values(), &registry_value::data));
+        give(longest_value_name_chars, opened.longest_value_name_chars());
+        give(longest_data_bytes, opened.longest_data_bytes());
         return done;
     });
 }
@@ -241,7 +229,7 @@ LSTATUS RegEnumValueW(HKEY key, DWORD index, WCHAR* name, DWORD* name_chars, DWO
         if (index >= opened.values().size()) {
             return ERROR_NO_MORE_ITEMS;
         }
-        const registry_value& value = opened.value_at(index);
+        const registry_value& value = *opened.values()[index];
         if (const LONG status = give_name(value.name, name, *name_chars); status != done) {
             return status;
         }
@@ -277,7 +265,7 @@ LSTATUS RegSetValueExW(HKEY key, const WCHAR* name, DWORD reserved, DWORD type, 
         return ERROR_NOACCESS;
     }
     return on_key(key, [&](registry_key& opened, registry_store& store) {
-        registry_value value{std::u16string(view_of(name)), type, {}};
+        registry_value value{std::u16string(view_of(name)), type, {}, 0};
         if (data_bytes != 0) {
             value.data.assign(data, data + stored_size(type, data, data_bytes));
         }

@@ -46,8 +46,8 @@ LSTATUS RegDeleteKeyW(HKEY parent, const WCHAR* path);
 /// 2 when it is missing. A null or empty name is the key's default value, here and below.
 LSTATUS RegDeleteValueW(HKEY key, const WCHAR* name);
 /// Any output may be null. Lengths are in characters without the terminator, the longest data is in
-/// bytes. Classes, security descriptors and times of writing are not modelled: these outputs stay
-/// as they are.
+/// bytes; what is longest may have been deleted since. Classes, security descriptors and times of
+/// writing are not modelled: these outputs stay as they are.
 LSTATUS RegQueryInfoKeyW(HKEY key, WCHAR* key_class, DWORD* class_chars, DWORD* reserved,
                          DWORD* subkeys, DWORD* longest_subkey_chars, DWORD* longest_class_chars,
                          DWORD* values, DWORD* longest_value_name_chars, DWORD* longest_data_bytes,

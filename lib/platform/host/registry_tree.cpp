@@ -4,6 +4,7 @@
 #include "platform/host/fold.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace kr::host::detail {
 
@@ -30,32 +31,44 @@ std::shared_ptr<registry_key> registry_key::find_subkey(std::u16string_view subk
     return found == subkeys_.end() ? nullptr : found->second;
 }
 
+const registry_key& registry_key::subkey_at(std::size_t index) {
+    std::advance(place_, static_cast<std::ptrdiff_t>(index - index_));
+    index_ = index;
+    return *place_->second;
+}
+
 std::shared_ptr<registry_key> registry_key::make_subkey(std::u16string_view subkey) {
     auto made = std::make_shared<registry_key>(this, subkey);
     subkeys_.emplace(folded(subkey), made);
-    subkey_walk_.restart();
+    longest_subkey_chars_ = std::max(longest_subkey_chars_, subkey.size());
+    place_ = subkeys_.begin();
+    index_ = 0;
     return made;
 }
 
 void registry_key::remove_subkey(registry_key& subkey) {
     subkey.mark_deleted();
     subkeys_.erase(folded(subkey.name));
-    subkey_walk_.restart();
+    place_ = subkeys_.begin();
+    index_ = 0;
 }
 
 const registry_value* registry_key::find_value(std::u16string_view value) const {
     const auto found = value_index_.find(folded(value));
-    return found == value_index_.end() ? nullptr : &*found->second;
+    return found == value_index_.end() ? nullptr : found->second;
 }
 
 void registry_key::set_value(registry_value value) {
-    const auto [found, made] = value_index_.try_emplace(folded(value.name), values_.end());
-    if (made) {
-        found->second = values_.insert(values_.end(), std::move(value));
-        value_walk_.restart();
+    longest_value_name_chars_ = std::max(longest_value_name_chars_, value.name.size());
+    longest_data_bytes_ = std::max(longest_data_bytes_, value.data.size());
+    registry_value*& there = value_index_[folded(value.name)];
+    if (there == nullptr) {
+        value.made = ++last_made_;
+        values_.push_back(std::make_unique<registry_value>(std::move(value)));
+        there = values_.back().get();
     } else {
-        found->second->type = value.type;
-        found->second->data = std::move(value.data);
+        there->type = value.type;
+        there->data = std::move(value.data);
     }
 }
 
@@ -64,9 +77,9 @@ bool registry_key::remove_value(std::u16string_view value) {
     if (found == value_index_.end()) {
         return false;
     }
-    values_.erase(found->second);
+    values_.erase(std::ranges::lower_bound(values_, found->second->made, {},
+                                           [](const auto& each) { return each->made; }));
     value_index_.erase(found);
-    value_walk_.restart();
     return true;
 }
 

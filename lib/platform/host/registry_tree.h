@@ -4,8 +4,7 @@
 
 #include "platform/host/win_types.h"
 
-#include <iterator>
-#include <list>
+#include <deque>
 #include <map>
 #include <memory>
 #include <string>
@@ -24,33 +23,12 @@ struct registry_value {
     std::u16string name;
     DWORD type = 0;
     std::vector<u8> data;
+    /// Ascends among the values of a key.
+    u64 made = 0;
 };
 
-/// Elements by index in a container without one: as many steps as the index is away from the last
-/// look, or from the first element after a change. So a walk takes a step each.
-template <typename Container>
-class index_walk {
-public:
-    explicit index_walk(const Container& all) : all_(all) { restart(); }
-
-    const typename Container::value_type& at(std::size_t index) {
-        std::advance(place_, static_cast<std::ptrdiff_t>(index - index_));
-        index_ = index;
-        return *place_;
-    }
-    /// After a change.
-    void restart() {
-        place_ = all_.begin();
-        index_ = 0;
-    }
-
-private:
-    const Container& all_;
-    typename Container::const_iterator place_;
-    std::size_t index_ = 0;
-};
-
-/// One key. Finding, making and deleting costs a hash for a value, log n for a subkey.
+/// One key. Finding, making and deleting a subkey costs log n. A value is found and made by a hash;
+/// deleting it moves those before it or those behind it, whichever are fewer.
 class registry_key {
 public:
     /// By the name without regard to case.
@@ -60,9 +38,9 @@ public:
         : parent(above), name(own_name) {}
 
     [[nodiscard]] const subkey_map& subkeys() const { return subkeys_; }
-    [[nodiscard]] const registry_key& subkey_at(std::size_t index) {
-        return *subkey_walk_.at(index).second;
-    }
+    /// Takes as many steps as the index is away from the last look, or after a change from the
+    /// first subkey: a walk takes one each.
+    [[nodiscard]] const registry_key& subkey_at(std::size_t index);
     /// Null when there is none.
     [[nodiscard]] std::shared_ptr<registry_key> find_subkey(std::u16string_view subkey) const;
     /// The subkey must not be there yet.
@@ -70,16 +48,19 @@ public:
     /// Takes `subkey` and all below it out of the tree and marks them deleted.
     void remove_subkey(registry_key& subkey);
 
-    [[nodiscard]] const std::list<registry_value>& values() const { return values_; }
-    [[nodiscard]] const registry_value& value_at(std::size_t index) {
-        return value_walk_.at(index);
-    }
+    using value_list = std::deque<std::unique_ptr<registry_value>>;
+    [[nodiscard]] const value_list& values() const { return values_; }
     /// Null when there is none.
     [[nodiscard]] const registry_value* find_value(std::u16string_view value) const;
     /// Makes a value behind the others, or changes one in its place.
     void set_value(registry_value value);
     /// False when there is none.
     bool remove_value(std::u16string_view value);
+
+    /// The longest that the key has had: deleting shortens nothing.
+    [[nodiscard]] std::size_t longest_subkey_chars() const { return longest_subkey_chars_; }
+    [[nodiscard]] std::size_t longest_value_name_chars() const { return longest_value_name_chars_; }
+    [[nodiscard]] std::size_t longest_data_bytes() const { return longest_data_bytes_; }
 
     /// From the root on.
     [[nodiscard]] std::u16string path() const;
@@ -93,11 +74,16 @@ private:
     void mark_deleted();
 
     subkey_map subkeys_;
-    std::list<registry_value> values_;
+    /// Where the last look at a subkey was.
+    subkey_map::const_iterator place_ = subkeys_.begin();
+    std::size_t index_ = 0;
+    value_list values_;
     /// By the name without regard to case.
-    std::unordered_map<std::u16string, std::list<registry_value>::iterator> value_index_;
-    index_walk<subkey_map> subkey_walk_{subkeys_};
-    index_walk<std::list<registry_value>> value_walk_{values_};
+    std::unordered_map<std::u16string, registry_value*> value_index_;
+    u64 last_made_ = 0;
+    std::size_t longest_subkey_chars_ = 0;
+    std::size_t longest_value_name_chars_ = 0;
+    std::size_t longest_data_bytes_ = 0;
 };
 
 inline std::shared_ptr<registry_key> make_root() {
