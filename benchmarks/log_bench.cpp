@@ -19,6 +19,7 @@
 
 #include "base/product.h"
 #include "log/core.h"
+#include "log/core_start.h"
 #include "log/destinations/destinations.h"
 #include "log/destinations/slots.h"
 #include "threaded_process.h"

@@ -1,8 +1,10 @@
-/// The log categories: one row per component of the maker's products. Constant data.
+/// The log categories: one row per component of the maker's products, and the mask of each id.
 /// "network" and "disk" stand twice: the storage products that log there address them by row.
 #include <string>
 
 #include "log/log.h"
+
+constinit std::atomic<u32> kr_log_category_masks[KR_LOG_SLOT_COUNT] = {};
 
 constexpr kr_log_category kr_log_categories[KR_LOG_CATEGORY_COUNT] = {
     {KR_TEXT("other"), 1, 0x3},        {KR_TEXT("main"), 2, 0x7},

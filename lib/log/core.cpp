@@ -11,11 +11,12 @@
 #include "base/threads/sync.h"
 #include "base/threads/threads.h"
 #include "base/time/time.h"
+#include "log/core_start.h"
 #include "log/destinations/destinations.h"
 #include "log/destinations/slots.h"
 #include "log/line.h"
 #include "log/stamp.h"
-#include "log/thread_table.h"
+#include "log/thread_labels.h"
 #include "platform/platform.h"
 #include "printf/printf.h"
 

@@ -18,11 +18,3 @@ kr_result kr_log_set_profile_threshold(u64 ms);
 /// Forgets every registered thread name, closes the secondary destination and clears its slot.
 /// KR_UNEXPECTED_BEHAVIOUR when none is set; the failure of its close operation; else KR_SUCCESS.
 kr_result kr_log_close_secondary_destination();
-
-namespace kr::detail {
-/// Empties the core's state and creates its locks; on failure nothing is left behind. Until then,
-/// and after the stop, kr_log must find no destination set.
-[[nodiscard]] kr_result log_core_start();
-/// Empties the thread table and destroys the locks; the result of the last destruction.
-kr_result log_core_stop();
-} // namespace kr::detail

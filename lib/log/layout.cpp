@@ -22,9 +22,7 @@ u32 kr_log_level_set(u16 id, u32 mask) {
         return 0;
     }
     kr_log_category_masks[id].store(mask, std::memory_order_relaxed);
-    if (kr_log_formatting_is_explicit() == 0) {
-        kr_log_update_formatting();
-    }
+    kr_log_update_formatting();
     return 1;
 }
 
@@ -45,6 +43,9 @@ u32 kr_log_formatting_is_explicit() {
 }
 
 void kr_log_update_formatting() {
+    if (kr_log_formatting_is_explicit() != 0) {
+        return;
+    }
     u32 any = 0;
     for (u32 id = 1; id < KR_LOG_SLOT_COUNT; ++id) {
         any |= kr_log_category_masks[id].load(std::memory_order_relaxed);

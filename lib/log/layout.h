@@ -20,8 +20,9 @@ u32 kr_log_formatting();
 void kr_log_keep_formatting(u32 on);
 u32 kr_log_formatting_is_explicit();
 
-/// Derives the mode from the masks of categories 1 up: 2 if any has KR_LOG_CALL, else 1 if any has
-/// KR_LOG_DEBUG, else 0. Does so whether the mode is explicit or not.
+/// Derives the mode from the masks of categories 1 up, unless it is explicit: 2 if any has
+/// KR_LOG_CALL, else 1 if any has KR_LOG_DEBUG, else 0. For those who change masks without
+/// kr_log_level_set.
 void kr_log_update_formatting();
 
 /// Colours the level letters by ANSI sequences: E red, W yellow, D green, C blue, and a reset after

@@ -14,7 +14,7 @@
 
 #include <cstddef>
 
-#include "log/thread_table.h"
+#include "log/thread_labels.h"
 #include "platform/types.h"
 
 namespace kr::detail {

@@ -10,6 +10,7 @@
 #include "base/text/widen.h"
 #include "base/threads/mutex_section.h"
 #include "base/threads/threads.h"
+#include "log/thread_labels.h"
 
 namespace {
 

@@ -1,12 +1,6 @@
-/// What the log knows of threads: their names, the thread filter, their call depths. The first half
-/// is public; the second is the core's own door. One lock, the registry lock, guards all of it;
-/// nothing is allocated, released or logged while it is held.
-///
-/// Any thread may call the public operations while the log module is started; outside that time
-/// they do nothing.
+/// Names of threads and the thread filter. Public. Any thread may call anything here while the log
+/// module is started; outside that time it does nothing.
 #pragma once
-
-#include <atomic>
 
 #include "log.h"
 
@@ -33,32 +27,3 @@ void kr_log_filter_unmute_thread();
 /// its low byte, padded with blanks. Eight underscores name the threads without a name. A null name
 /// and a failing allocation change nothing.
 void kr_log_filter_add_name(const kr_char* name);
-
-namespace kr::detail {
-
-inline constexpr u32 thread_label_length = 17;
-
-/// What a line says of its thread, taken at one moment.
-struct thread_label {
-    /// "name:0000ABCD", the name being 8 characters; no terminator.
-    kr_char text[thread_label_length];
-    bool muted;
-};
-
-/// Creates the lock of the table, which is empty / empties the table and destroys the lock.
-[[nodiscard]] kr_result thread_table_start();
-kr_result thread_table_stop();
-void thread_table_forget_names();
-
-/// Changes whenever a label of any thread may have changed. Read without the lock.
-inline constinit std::atomic<u32> thread_label_generation = 1;
-void thread_table_label(u32 thread_id, thread_label* out);
-
-inline constexpr u32 maximum_depth = 20;
-/// The thread's call depth; 0 when it is not tracked.
-[[nodiscard]] u32 thread_table_depth(u32 thread_id);
-/// Counts an entry or a return line, and gives the depth at which that line stands.
-[[nodiscard]] u32 thread_table_enter(u32 thread_id);
-[[nodiscard]] u32 thread_table_return(u32 thread_id);
-
-} // namespace kr::detail

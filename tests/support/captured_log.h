@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "log/core.h"
+#include "log/core_start.h"
 #include "log/destinations/slots.h"
 #include "log/log.h"
 #include "support/suite.h"

@@ -34,9 +34,7 @@ void be_quiet() {
         mask.store(0, std::memory_order_relaxed);
     }
     kr_log_quiet_defaults(1);
-    if (kr_log_formatting_is_explicit() == 0) {
-        kr_log_update_formatting();
-    }
+    kr_log_update_formatting();
 }
 
 /// The destination's own text: what follows the first '!', whose other side may ask for quiet.

@@ -46,7 +46,7 @@ private:
     std::atomic<u32> no_timestamps_{};
 };
 
-extern log_slot log_main_slot;
-extern log_slot log_secondary_slot;
+inline constinit log_slot log_main_slot;
+inline constinit log_slot log_secondary_slot;
 
 } // namespace kr::detail

@@ -3,7 +3,7 @@
 #include "base/text/wide_string.h"
 #include "base/threads/sync.h"
 #include "log/startup/log_module.h"
-#include "log/startup/module.h"
+#include "log/startup/module_list.h"
 
 namespace kr::detail {
 namespace {

@@ -192,9 +192,7 @@ kr_result kr_log_reset() {
         apply_domain(domain_name.get(), &pending);
     }
     kr_log_set_colors(pending.colors);
-    if (kr_log_formatting_is_explicit() == 0) {
-        kr_log_update_formatting();
-    }
+    kr_log_update_formatting();
     return KR_SUCCESS;
 }
 

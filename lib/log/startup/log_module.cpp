@@ -5,9 +5,10 @@
 #include "base/threads/sync.h"
 #include "base/time/time.h"
 #include "log/categories.h"
-#include "log/core.h"
+#include "log/core_start.h"
 #include "log/destinations/destinations.h"
 #include "log/destinations/slots.h"
+#include "log/layout.h"
 #include "log/startup/config.h"
 
 namespace {
@@ -35,9 +36,7 @@ void reset_masks() {
         mask.store(~u32{0}, std::memory_order_relaxed);
     }
     kr_log_apply_defaults();
-    if (kr_log_formatting_is_explicit() == 0) {
-        kr_log_update_formatting();
-    }
+    kr_log_update_formatting();
 }
 
 /// What of the start needs the locks.

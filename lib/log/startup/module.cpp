@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "log/log.h"
+#include "log/startup/module_list.h"
 
 namespace {
 

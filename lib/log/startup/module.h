@@ -3,8 +3,6 @@
 /// has no lock.
 #pragma once
 
-#include <span>
-
 #include "../../platform/types.h"
 #include "../../result/result.h"
 
@@ -48,9 +46,3 @@ void kr_fini();
 
 /// Tears down the started modules above the first `keep`, newest first.
 void kr_fini_to(u32 keep);
-
-namespace kr::detail {
-/// The modules that start-up registers by itself, in this order. Defined with the list, which
-/// stands above all of them.
-extern const std::span<const kr_module_descriptor> base_modules;
-} // namespace kr::detail
