@@ -10,7 +10,7 @@ constinit std::atomic<u32> colors_on = 0;
 } // namespace
 
 u32 kr_log_level_get(u16 id, u32* mask) {
-    if (id >= KR_LOG_SLOT_COUNT) {
+    if (id >= KR_LOG_SLOT_COUNT || mask == nullptr) {
         return 0;
     }
     *mask = kr_log_category_masks[id].load(std::memory_order_relaxed);

@@ -5,7 +5,8 @@
 #include "log.h"
 
 /// Reads or replaces a category's level mask. 1, or 0 with nothing done for an id of
-/// KR_LOG_SLOT_COUNT or more. Setting derives the layout anew unless it is explicit.
+/// KR_LOG_SLOT_COUNT or more and for a null `mask`. Setting derives the layout anew unless it is
+/// explicit.
 u32 kr_log_level_get(u16 id, u32* mask);
 u32 kr_log_level_set(u16 id, u32 mask);
 

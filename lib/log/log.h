@@ -74,15 +74,23 @@ struct kr_log_destination {
     kr_log_close close;
 };
 
+namespace kr::detail {
+/// The mask of a category, 0 for one outside the table.
+inline u32 log_mask(u32 category) {
+    return category < KR_LOG_SLOT_COUNT
+               ? kr_log_category_masks[category].load(std::memory_order_relaxed)
+               : 0;
+}
+} // namespace kr::detail
+
 /// Whether a line at `level` in `category` is to be made: one load and one bit test. Level 0 and
-/// the raw channel need no mask bit. A category outside the table is never enabled.
+/// the raw channel need no mask bit. A category outside the table is enabled for level 0 only.
 inline bool kr_log_enabled(u32 category, u32 level) {
     const u32 bits = level & ~u32{KR_LOG_SECONDARY | KR_LOG_RETURN};
     if (category == KR_LOG_RAW || bits == KR_LOG_FORCED) {
         return true;
     }
-    return category < KR_LOG_SLOT_COUNT &&
-           (kr_log_category_masks[category].load(std::memory_order_relaxed) & bits) != 0;
+    return (kr::detail::log_mask(category) & bits) != 0;
 }
 
 /// Formats one line and hands it to the destination. `level` is a level, possibly with a flag;
@@ -90,6 +98,10 @@ inline bool kr_log_enabled(u32 category, u32 level) {
 /// format of the formatting engine with its arguments. Tests no mask: use KR_LOG, which does and
 /// which checks the format when the program is compiled. Never fails from the caller's point of
 /// view; a call made from inside the log on the same thread is dropped. Any thread.
+///
+/// Texts go into the line as they are. A caller that logs what it does not trust takes CR, LF and
+/// ESC out of it first: they would end the line, begin one that nobody logged, or drive the
+/// console.
 void kr_log(u32 category, u32 level, const char* domain, const char* function, const char* format,
             ...);
 

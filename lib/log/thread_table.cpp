@@ -79,6 +79,16 @@ Record* unlink(Record** list, Matches matches) {
     return nullptr;
 }
 
+/// The caller holds the lock.
+const char* newest_name(u64 thread_id) {
+    for (const name_record* record = table.names; record != nullptr; record = record->next) {
+        if (record->thread_id == thread_id) {
+            return record->name;
+        }
+    }
+    return no_name;
+}
+
 filter_record* find_filter(filter_kind kind, u64 value) {
     filter_record* record = table.filter;
     while (record != nullptr && (record->kind != kind || record->value != value)) {
@@ -159,12 +169,11 @@ kr_result kr_log_thread_unregister() {
 }
 
 const char* kr_log_thread_name(u64 thread_id) {
-    for (const name_record* record = table.names; record != nullptr; record = record->next) {
-        if (record->thread_id == thread_id) {
-            return record->name;
-        }
+    if (!started.load(std::memory_order_acquire)) {
+        return no_name;
     }
-    return no_name;
+    const kr::detail::mutex_guard guard(table.lock);
+    return newest_name(thread_id);
 }
 
 void kr_log_filter_enable(u32 on) {
@@ -250,7 +259,7 @@ void thread_table_label(u32 thread_id, thread_label* out) {
     out->muted = false;
     {
         const mutex_guard guard(table.lock);
-        std::memcpy(name, kr_log_thread_name(thread_id), name_length);
+        std::memcpy(name, newest_name(thread_id), name_length);
         if (filter_on.load(std::memory_order_relaxed) != 0) {
             out->muted = find_filter(filter_kind::thread_id, thread_id) != nullptr ||
                          find_filter(filter_kind::thread_name, name_value(name)) != nullptr;

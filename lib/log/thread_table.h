@@ -4,16 +4,17 @@
 
 #include "log.h"
 
-/// Shows the calling thread under `name` from now on: its first 8 characters, padded with blanks.
-/// A second registration wins over the first until it is removed. KR_INVALID_ARGUMENT_TO_FUNCTION
-/// for null; KR_UNEXPECTED_BEHAVIOUR while the log is not started; the allocator's failure.
+/// Shows the calling thread under `name` from now on: its first 8 characters, padded with blanks
+/// and else as they are (see kr_log on CR, LF and ESC). A second registration wins over the first
+/// until it is removed. KR_INVALID_ARGUMENT_TO_FUNCTION for null; KR_UNEXPECTED_BEHAVIOUR while the
+/// log is not started; the allocator's failure.
 [[nodiscard]] kr_result kr_log_thread_register(const char* name);
 
 /// Removes the calling thread's newest name. KR_NOT_FOUND when it has none.
 [[nodiscard]] kr_result kr_log_thread_unregister();
 
-/// The newest name registered for that thread, 8 characters, or "________". The caller holds the
-/// registry lock, and the text is valid while it does.
+/// The newest name registered for that thread, 8 characters, or "________". Takes the registry lock
+/// for the look-up; the text is valid until that name is removed.
 const char* kr_log_thread_name(u64 thread_id);
 
 /// While on, lines of the threads that the filter names are dropped, level 0 included.

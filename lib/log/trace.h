@@ -5,7 +5,8 @@
 #include "log.h"
 
 /// Lives from the entry to the return of one traced function. Reads the category's mask once, so
-/// that an entry line always has its return line, whatever configuration does in between.
+/// that an entry line always has its return line, whatever configuration does in between. A
+/// category outside the table is never traced.
 ///
 ///     kr_trace trace(KR_LOG_SETTINGS, __func__);
 ///     trace.enter("Enter (name = %_s)", name);
@@ -14,9 +15,7 @@
 class kr_trace {
 public:
     kr_trace(u32 category, const char* function)
-        : category_(category),
-          mask_(kr_log_category_masks[category].load(std::memory_order_relaxed)),
-          function_(function) {
+        : category_(category), mask_(kr::detail::log_mask(category)), function_(function) {
         if ((mask_ & KR_LOG_PROFILE) != 0) {
             kr_log_take_uptime(&start_);
         }

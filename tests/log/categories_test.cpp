@@ -1,7 +1,7 @@
 /// Categories: look-ups, defaults, and the macro's mask test.
 #include "log/categories.h"
 
-#include "log/log.h"
+#include "log/trace.h"
 #include "support/suite.h"
 
 namespace {
@@ -42,6 +42,15 @@ TEST(Categories, DefaultsReachEverySlotButTheRawChannel) {
     kr_log_apply_defaults();
     EXPECT_EQ(kr_log_category_masks[KR_LOG_MAIN], 0u);
     kr_log_quiet_defaults(0);
+    fill_masks(0);
+}
+
+TEST(LogMacro, CategoriesOutsideTheTableAreOff) {
+    fill_masks(~0u);
+    for (const u32 category : {KR_LOG_SLOT_COUNT, ~0u}) {
+        EXPECT_FALSE(kr_trace(category, "f").on());
+        EXPECT_FALSE(kr_log_enabled(category, ~0u));
+    }
     fill_masks(0);
 }
 

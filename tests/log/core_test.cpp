@@ -160,6 +160,7 @@ TEST(LogCore, LayoutFollowsTheMasksUntilItIsExplicit) {
     u32 mask = 5;
     EXPECT_EQ(kr_log_level_set(82, 1), 0u);
     EXPECT_EQ(kr_log_level_get(82, &mask), 0u);
+    EXPECT_EQ(kr_log_level_get(1, nullptr), 0u);
     EXPECT_EQ(mask, 5u);
     EXPECT_EQ(kr_log_level_get(0, &mask), 1u);
     EXPECT_EQ(mask, ~0u);
@@ -179,6 +180,7 @@ TEST(LogCore, ThreadNamesAndFilter) {
     EXPECT_EQ(kr_log_thread_register("older"), ok);
     EXPECT_EQ(kr_log_thread_register("newer than"), ok);
     EXPECT_EQ(say(), "newer th");
+    EXPECT_STREQ(kr_log_thread_name(kr_thread_current_id()), "newer th");
     EXPECT_EQ(kr_log_thread_unregister(), ok);
     EXPECT_EQ(say(), "older   ");
 
@@ -282,6 +284,7 @@ TEST(LogCore, SecondaryLinesGoToTheSecondaryDestinationOnly) {
 TEST(LogCore, ThreadOperationsNeedTheLog) {
     EXPECT_EQ(kr_log_thread_register("x"), unexpected);
     EXPECT_EQ(kr_log_thread_unregister(), not_found);
+    EXPECT_STREQ(kr_log_thread_name(1), "________");
     kr_log_filter_mute_thread();
     kr_log_filter_unmute_thread();
     kr_log_filter_add_name(KR_TEXT("x"));

@@ -63,7 +63,7 @@ protected:
 };
 
 TEST_F(ModuleRegistry, StartsDependenciesFirstAndOnceAndStopsInReverse) {
-    for (kr_module* each : {c(), a(), c()}) { kr_module_register(each); }
+    for (kr_module* each : {c(), a(), c(), static_cast<kr_module*>(nullptr)}) { kr_module_register(each); }
     EXPECT_EQ(kr_init(), KR_SUCCESS);
     EXPECT_EQ(kr_init(), KR_SUCCESS);
     EXPECT_EQ(calls, "+a+b+c");

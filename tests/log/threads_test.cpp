@@ -83,4 +83,28 @@ TEST(LogThreads, EveryLineIsWholeAndInOrder) {
     }
 }
 
+TEST(LogSlot, ReadersGetOneDestinationOrNone) {
+    static constexpr kr_log_write writes[] = {
+        [](void*, const kr_char*, size_t) {},
+        [](void* self, const kr_char*, size_t) { *static_cast<u32*>(self) = 1; },
+    };
+    u32 contexts[2] = {};
+    kr::detail::log_slot slot;
+    std::atomic<bool> changing = true;
+    const std::jthread changer([&] {
+        for (u32 i = 0; i < 300'000; ++i) {
+            i % 3 == 2 ? slot.clear() : slot.set({i % 3, contexts + i % 3, writes[i % 3], nullptr});
+        }
+        changing = false;
+    });
+    u32 mixed = 0;
+    while (changing.load()) {
+        const kr_log_destination seen = slot.get();
+        const u32 which = seen.write == writes[1] ? 1 : 0;
+        const u32* const context = seen.write == nullptr ? nullptr : contexts + which;
+        mixed += seen.context != context || seen.no_timestamps != which ? 1 : 0;
+    }
+    EXPECT_EQ(mixed, 0u);
+}
+
 } // namespace

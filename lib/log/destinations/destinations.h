@@ -3,7 +3,9 @@
 /// separator, "eventlog:" with a source name, or anything else for no output; letter case counts.
 ///
 /// Selection is done at start-up and during configuration, by one thread at a time; it takes no
-/// lock. The write operations run under the log's output lock, one at a time.
+/// lock. The write operations run under the log's output lock, one at a time. A destination's slot
+/// is cleared before its close operation runs, so what closing reports is lost: closing releases
+/// what a further line would need.
 #pragma once
 
 #include "../log.h"
@@ -12,12 +14,14 @@
 /// A '!' splits it: when the text before the first '!' is "quiet" or any leading part of it (none
 /// included), every level mask and every category's default mask becomes 0, so that only level-0
 /// lines are left; the destination is what follows the '!'. What cannot be set up is logged as a
-/// warning and selects the destination that writes nothing. Returns KR_SUCCESS.
+/// warning and selects the destination that writes nothing. Returns KR_SUCCESS. No other thread may
+/// log meanwhile: it could be writing to the destination that is closed.
 kr_result kr_log_set_destination(const kr_char* spec);
 
 /// Selects the destination of lines flagged KR_LOG_SECONDARY: `spec` as above, not null, without
-/// '!' and without a default. A secondary destination set before is not closed.
-/// KR_UNEXPECTED_BEHAVIOUR while no main destination is set, else KR_SUCCESS.
+/// '!' and without a default. A secondary destination set before is not closed; other threads may
+/// log meanwhile. KR_INVALID_ARGUMENT_TO_FUNCTION for null; KR_UNEXPECTED_BEHAVIOUR while no main
+/// destination is set; else KR_SUCCESS.
 kr_result kr_log_set_secondary_destination(const kr_char* spec);
 
 /// While on, the main destination and every one selected after it take no stamp. Turning it off

@@ -7,39 +7,44 @@
 namespace kr::detail {
 
 /// One slot. Read by any thread without a lock; filled and cleared by one thread at a time, at
-/// start-up and during configuration. A reader sees either no destination or all of one, as long as
-/// a set slot is cleared before it is filled with another.
+/// start-up and during configuration. What a reader gets is one destination as it was set, or none;
+/// nothing keeps that destination from being closed while the reader uses it.
 class log_slot {
 public:
     [[nodiscard]] bool is_set() const { return write_.load(std::memory_order_acquire) != nullptr; }
 
     [[nodiscard]] kr_log_destination get() const {
-        kr_log_destination destination{};
-        destination.write = write_.load(std::memory_order_acquire);
-        destination.no_timestamps = no_timestamps_.load(std::memory_order_relaxed);
-        destination.context = context_.load(std::memory_order_relaxed);
-        destination.close = close_.load(std::memory_order_relaxed);
-        return destination;
+        for (;;) {
+            const u32 version = version_.load(std::memory_order_acquire);
+            // Acquired one by one, so that the version is read again after all of them.
+            const kr_log_destination destination = {
+                .no_timestamps = no_timestamps_.load(std::memory_order_acquire),
+                .context = context_.load(std::memory_order_acquire),
+                .write = write_.load(std::memory_order_acquire),
+                .close = close_.load(std::memory_order_acquire)};
+            if (version % 2 == 0 && version_.load(std::memory_order_relaxed) == version) {
+                return destination;
+            }
+        }
     }
 
-    /// `write` is stored last: it publishes the others.
     void set(const kr_log_destination& destination) {
-        no_timestamps_.store(destination.no_timestamps, std::memory_order_relaxed);
-        context_.store(destination.context, std::memory_order_relaxed);
-        close_.store(destination.close, std::memory_order_relaxed);
+        const u32 version = version_.load(std::memory_order_relaxed);
+        version_.store(version + 1, std::memory_order_relaxed);
+        no_timestamps_.store(destination.no_timestamps, std::memory_order_release);
+        context_.store(destination.context, std::memory_order_release);
         write_.store(destination.write, std::memory_order_release);
+        close_.store(destination.close, std::memory_order_release);
+        version_.store(version + 2, std::memory_order_release);
     }
 
-    void clear() {
-        write_.store(nullptr, std::memory_order_release);
-        close_.store(nullptr, std::memory_order_relaxed);
-        context_.store(nullptr, std::memory_order_relaxed);
-        no_timestamps_.store(0, std::memory_order_relaxed);
-    }
+    void clear() { set({}); }
 
     void set_no_timestamps(u32 on) { no_timestamps_.store(on, std::memory_order_relaxed); }
 
 private:
+    /// Odd while the slot changes.
+    std::atomic<u32> version_ = 0;
     std::atomic<kr_log_write> write_{};
     std::atomic<kr_log_close> close_{};
     std::atomic<void*> context_{};

@@ -19,5 +19,6 @@ kr_module* kr_log_module();
 /// the end; the allocator's failure.
 kr_result kr_log_module_init();
 
-/// The module's end: closes the main destination and forgets names, filter and depths.
+/// The module's end: closes the main destination and forgets names, filter and depths. A secondary
+/// destination stays open and set.
 kr_result kr_log_module_uninit();

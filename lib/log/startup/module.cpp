@@ -58,7 +58,9 @@ void kr_module_register_base() {
 
 void kr_module_register(kr_module* descriptor) {
     kr_module_register_base();
-    add(descriptor);
+    if (descriptor != nullptr) {
+        add(descriptor);
+    }
 }
 
 kr_result kr_init() {

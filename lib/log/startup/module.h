@@ -28,7 +28,9 @@ struct kr_module {
 inline constexpr u32 KR_MODULE_LIMIT = 128;
 
 /// Registers the base modules if that has not happened, then `descriptor` behind its dependencies.
-/// A module that is registered already stays where it is. `descriptor` must not be null.
+/// A module that is registered already stays where it is; null is ignored. A module that was
+/// registered after kr_init() and not started by another one is forgotten by kr_fini(): register it
+/// again.
 void kr_module_register(kr_module* descriptor);
 
 /// Registers the base modules if that has not happened, and nothing else.
@@ -41,7 +43,8 @@ void kr_module_register_base();
 /// that a later call begins anew.
 [[nodiscard]] kr_result kr_init();
 
-/// Tears down every started module, newest first. The program may start the library again.
+/// Tears down every started module, newest first. The program may start the library again. A
+/// secondary log destination stays open and set: kr_log_close_secondary_destination() before this.
 void kr_fini();
 
 /// Tears down the started modules above the first `keep`, newest first.
