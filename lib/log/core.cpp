@@ -12,6 +12,7 @@
 #include "base/threads/threads.h"
 #include "base/time/time.h"
 #include "log/core_start.h"
+#include "log/destinations/console_mode.h"
 #include "log/destinations/destinations.h"
 #include "log/destinations/slots.h"
 #include "log/line.h"
@@ -320,6 +321,7 @@ kr_result kr_log_close_secondary_destination() {
     }
     const kr_log_destination destination = slot.get();
     slot.clear();
+    kr::detail::restore_console_mode();
     return destination.close != nullptr ? destination.close(destination.context) : KR_SUCCESS;
 }
 

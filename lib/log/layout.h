@@ -27,6 +27,6 @@ u32 kr_log_formatting_is_explicit();
 void kr_log_update_formatting();
 
 /// Colours the level letters by ANSI sequences: E red, W yellow, D green, C blue, and a reset after
-/// every letter. Off at start.
+/// every letter. Off at start. The console destination sees to it that a console shows them.
 void kr_log_set_colors(u32 on);
 u32 kr_log_colors();

@@ -295,27 +295,77 @@ TEST(EventLog, ReportsEveryLineAsInformation) {
     EXPECT_EQ(source.close(source.context), ok);
 }
 
-TEST(Console, WritesWholeLinesToATerminal) {
-    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_EQ(::grantpt(terminal) | ::unlockpt(terminal), 0);
-    const int line = ::open(::ptsname(terminal), O_RDWR | O_NOCTTY), before = ::dup(STDOUT_FILENO);
-    std::fflush(stdout);
-    ::dup2(line, STDOUT_FILENO);
-    {
+/// Standard output as a terminal whose other end can be read.
+class terminal : kr::test::pinned {
+public:
+    terminal() {
+        EXPECT_EQ(::grantpt(other_end_) | ::unlockpt(other_end_), 0);
+        const int line = ::open(::ptsname(other_end_), O_RDWR | O_NOCTTY);
+        std::fflush(stdout);
+        ::dup2(line, STDOUT_FILENO);
+        ::close(line);
+    }
+    ~terminal() {
+        ::dup2(before_, STDOUT_FILENO);
+        ::close(before_);
+        ::close(other_end_);
+    }
+    [[nodiscard]] std::string shown() const {
+        char text[256] = {};
+        return ::read(other_end_, text, sizeof(text) - 1) > 0 ? text : "";
+    }
+    static DWORD mode() {
+        DWORD mode = 0;
+        EXPECT_TRUE(GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode));
+        return mode;
+    }
+
+private:
+    int other_end_ = ::posix_openpt(O_RDWR | O_NOCTTY), before_ = ::dup(STDOUT_FILENO);
+};
+
+TEST(Console, ShowsColorsWhereItCanAndLeavesItsModeAsItWas) {
+    const terminal console;
+    const DWORD before = terminal::mode();
+    const struct {
+        int line;
+        const char *failing_call, *shown;
+        u32 colors = 0;
+        DWORD added_mode = 0;
+    } rows[] = {
+        {__LINE__, "none", "I: \xE2\x86\x90[32mx\r\n"},
+        {__LINE__, "none", "\x1b[0mI\x1b[0m: \x1b[32mx\r\n", 1, ENABLE_VIRTUAL_TERMINAL_PROCESSING},
+        {__LINE__, "SetConsoleMode", "I: x\r\n", 1},
+        {__LINE__, "none", "I: \xE2\x86\x90[32mx\r\n"},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.line);
         const captured_log log;
         EXPECT_EQ(kr_log_set_destination(u"stdout"), ok);
         log_main_slot.set_no_timestamps(1);
         kr_log_set_formatting(3);
-        for (const char* call : {"WriteConsoleW", "GetConsoleMode", "none"}) {
-            const armed_fault fault({.call = call, .error = 31});
-            say(call);
+        kr_log_set_colors(r.colors);
+        const armed_fault old_system({.call = r.failing_call, .error = 87});
+        for (const u32 nth : {1, 2}) {
+            say("\x1b[32mx");
+            EXPECT_EQ(console.shown(), r.shown) << nth;
+            EXPECT_EQ(terminal::mode(), before | r.added_mode);
         }
+        EXPECT_LE(old_system.hits(), 1u) << "asked once only";
+        EXPECT_EQ(kr_log_set_destination(u"none"), ok);
+        EXPECT_EQ(terminal::mode(), before);
     }
-    ::dup2(before, STDOUT_FILENO);
-    char shown[256] = {};
-    EXPECT_GT(::read(terminal, shown, sizeof(shown) - 1), 0);
-    EXPECT_STREQ(shown, "I: none\r\n");
-    for (const int each : {terminal, line, before}) { ::close(each); }
+    const armed_fault gone({.call = "WriteConsoleW", .error = 31});
+    const captured_log log;
+    EXPECT_EQ(kr_log_set_destination(u"stdout"), ok);
+    kr_log_set_formatting(3);
+    kr_log_set_colors(1);
+    say("lost");
+    say("x");
+    kr_log_set_colors(0);
+    say("y");
+    EXPECT_THAT(console.shown(), testing::EndsWith("I\x1b[0m: x\r\nI: y\r\n"));
+    EXPECT_EQ(terminal::mode(), before);
 }
 
 TEST(LogModule, StartsWritesAndStops) {

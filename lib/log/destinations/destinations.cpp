@@ -4,6 +4,7 @@
 
 #include "base/text/wide_string.h"
 #include "log/categories.h"
+#include "log/destinations/console_mode.h"
 #include "log/destinations/slots.h"
 #include "log/layout.h"
 
@@ -68,6 +69,7 @@ kr_result kr_log_set_destination(const kr_char* spec) {
         destination.no_timestamps = 1;
     }
     slot.set(destination);
+    kr::detail::restore_console_mode();
     return KR_SUCCESS;
 }
 

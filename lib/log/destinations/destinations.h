@@ -56,7 +56,11 @@ u32 kr_event_log_init(const kr_char* spec, u32* no_timestamps, void** context, k
 void event_log_do_log(void* context, const kr_char* line, std::size_t size_bytes);
 kr_result event_log_uninit(void* context);
 
-/// "stdout": standard output.
+/// "stdout": standard output. Where it is a console, the first line while colours are on turns the
+/// console's processing of escape sequences on; the first line after colours went off, another
+/// destination, the log's end and the program's end restore its mode. On a console that does not
+/// know it (before Windows 10) coloured lines go without any escape sequence. To a file or a pipe
+/// they go as they are.
 u32 kr_console_log_init(const kr_char* spec, u32* no_timestamps, void** context,
                         kr_log_write* write, kr_log_close* close);
 

@@ -70,10 +70,7 @@ void append(log_file& file, const kr_char* line) {
             bytes[size++] = '\r';
             bytes[size++] = '\n';
         }
-        size_t length = left < piece_length ? left : piece_length;
-        if (length < left && (line[length - 1] & 0xFC00) == 0xD800) {
-            --length;
-        }
+        const size_t length = kr::detail::whole_piece(line, left, piece_length);
         size +=
             kr::detail::encode_utf8(line, length, kr::detail::newline_form::cr_lf, bytes + size);
         DWORD written = 0;

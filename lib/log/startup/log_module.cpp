@@ -6,6 +6,7 @@
 #include "base/time/time.h"
 #include "log/categories.h"
 #include "log/core_start.h"
+#include "log/destinations/console_mode.h"
 #include "log/destinations/destinations.h"
 #include "log/destinations/slots.h"
 #include "log/layout.h"
@@ -91,6 +92,7 @@ kr_result kr_log_module_uninit() {
     const kr_log_destination destination = kr::detail::log_main_slot.get();
     // Cleared first: what the clean-up itself logs finds no destination.
     kr::detail::log_main_slot.clear();
+    kr::detail::restore_console_mode();
     if (destination.close != nullptr) {
         (void)destination.close(destination.context);
     }

@@ -5,10 +5,28 @@
 #include "platform/host/intercept.h"
 #include "platform/host/world.h"
 
+#include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <unistd.h>
 
 using namespace kr::host::detail;
+
+namespace {
+
+/// A new console interprets no sequences, as on Windows.
+constexpr DWORD FIRST_MODE = ENABLE_PROCESSED_OUTPUT | ENABLE_WRAP_AT_EOL_OUTPUT;
+constexpr DWORD KNOWN_MODES = FIRST_MODE | ENABLE_VIRTUAL_TERMINAL_PROCESSING;
+
+/// Of the process's one terminal.
+std::atomic<DWORD> console_mode = FIRST_MODE;
+
+bool is_console(HANDLE handle) {
+    const open_descriptor target = descriptor_of(handle);
+    return target.flags != 0 && isatty(target.number) != 0;
+}
+
+} // namespace
 
 HANDLE GetStdHandle(DWORD which) {
     if (injected_failure(__func__)) {
@@ -31,11 +49,24 @@ BOOL GetConsoleMode(HANDLE console, DWORD* mode) {
     if (injected_failure(__func__, file_argument, console)) {
         return FALSE;
     }
-    const open_descriptor target = descriptor_of(console);
-    if (target.flags == 0 || isatty(target.number) == 0) {
+    if (!is_console(console)) {
         return fail(ERROR_INVALID_HANDLE);
     }
-    *mode = ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING;
+    *mode = console_mode;
+    return TRUE;
+}
+
+BOOL SetConsoleMode(HANDLE console, DWORD mode) {
+    if (injected_failure(__func__, file_argument, console)) {
+        return FALSE;
+    }
+    if (!is_console(console)) {
+        return fail(ERROR_INVALID_HANDLE);
+    }
+    if ((mode & ~KNOWN_MODES) != 0) {
+        return fail(ERROR_INVALID_PARAMETER);
+    }
+    console_mode = mode;
     return TRUE;
 }
 
@@ -43,11 +74,15 @@ BOOL WriteConsoleW(HANDLE console, const void* text, DWORD length_chars, DWORD* 
     if (injected_failure(__func__, file_argument, console)) {
         return FALSE;
     }
-    DWORD mode = 0;
-    if (!GetConsoleMode(console, &mode)) {
-        return FALSE;
+    if (!is_console(console)) {
+        return fail(ERROR_INVALID_HANDLE);
     }
-    const std::string bytes = kr::host::to_utf8({static_cast<const WCHAR*>(text), length_chars});
+    std::u16string shown(static_cast<const WCHAR*>(text), length_chars);
+    if ((console_mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) == 0) {
+        // The glyph that Windows shows for an escape character that it does not interpret.
+        std::replace(shown.begin(), shown.end(), u'\x1B', u'\u2190');
+    }
+    const std::string bytes = kr::host::to_utf8(shown);
     if (!WriteFile(console, bytes.data(), static_cast<DWORD>(bytes.size()), nullptr, nullptr)) {
         return FALSE;
     }

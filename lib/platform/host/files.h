@@ -47,12 +47,16 @@ inline constexpr DWORD STD_INPUT_HANDLE = static_cast<DWORD>(-10);
 inline constexpr DWORD STD_OUTPUT_HANDLE = static_cast<DWORD>(-11);
 inline constexpr DWORD STD_ERROR_HANDLE = static_cast<DWORD>(-12);
 inline constexpr DWORD ENABLE_PROCESSED_OUTPUT = 0x1;
+inline constexpr DWORD ENABLE_WRAP_AT_EOL_OUTPUT = 0x2;
 inline constexpr DWORD ENABLE_VIRTUAL_TERMINAL_PROCESSING = 0x4;
 
 HANDLE GetStdHandle(DWORD which);
 /// Succeeds for a terminal only, else 6.
 BOOL GetConsoleMode(HANDLE console, DWORD* mode);
-/// Writes to a terminal (as UTF-8), else 6.
+/// Succeeds for a terminal only, else 6; 87 for a flag that is not above.
+BOOL SetConsoleMode(HANDLE console, DWORD mode);
+/// Writes to a terminal (as UTF-8), else 6. While sequences are not processed, the escape character
+/// shows as U+2190.
 BOOL WriteConsoleW(HANDLE console, const void* text, DWORD length_chars, DWORD* written,
                    void* reserved);
 
