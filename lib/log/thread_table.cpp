@@ -11,6 +11,7 @@
 #include "base/threads/mutex_section.h"
 #include "base/threads/threads.h"
 #include "log/thread_labels.h"
+#include "result/failures.h"
 
 namespace {
 
@@ -24,13 +25,17 @@ struct name_record {
     char name[name_length + 1];
 };
 
-enum class filter_kind : u32 { thread_id = 0, thread_name = 1 };
-
-struct filter_record {
-    filter_record* next;
-    filter_kind kind;
-    /// The thread's id, or the eight bytes of the name.
+struct muted_thread {
     u64 value;
+    muted_thread* next = nullptr;
+};
+
+/// A node of a tree that branches by two bits of the value's hash at a time, so that many thousand
+/// names are added and found as fast as a few.
+struct muted_name {
+    /// The eight bytes of the name.
+    u64 value;
+    muted_name* children[4] = {};
 };
 
 struct depth_record {
@@ -43,7 +48,8 @@ constexpr u32 depth_limit = 100;
 struct {
     kr_mutex lock;
     name_record* names;
-    filter_record* filter;
+    muted_thread* muted_threads;
+    muted_name* muted_names;
     depth_record depths[depth_limit];
     u32 depth_count;
 } table;
@@ -66,50 +72,74 @@ void release_list(Record* list) {
     }
 }
 
-/// Takes the first record that `matches` out of the list; the caller releases it.
-template <typename Record, typename Matches>
-Record* unlink(Record** list, Matches matches) {
-    for (Record** link = list; *link != nullptr; link = &(*link)->next) {
-        if (matches(**link)) {
-            Record* const found = *link;
-            *link = found->next;
-            return found;
-        }
+/// No deeper than the hash has pairs of bits.
+void release_tree(muted_name* root) {
+    if (root == nullptr) {
+        return;
     }
-    return nullptr;
+    for (muted_name* const child : root->children) {
+        release_tree(child);
+    }
+    kr_memory_deallocate_hook(root);
+}
+
+/// The link of the first record that `matches`, or the last one. The caller holds the lock.
+template <typename Record, typename Matches>
+Record** find_link(Record** link, Matches matches) {
+    while (*link != nullptr && !matches(**link)) {
+        link = &(*link)->next;
+    }
+    return link;
 }
 
 /// The caller holds the lock.
 const char* newest_name(u64 thread_id) {
-    for (const name_record* record = table.names; record != nullptr; record = record->next) {
-        if (record->thread_id == thread_id) {
-            return record->name;
-        }
-    }
-    return no_name;
+    const name_record* const record =
+        *find_link(&table.names, [&](const name_record& r) { return r.thread_id == thread_id; });
+    return record != nullptr ? record->name : no_name;
 }
 
-filter_record* find_filter(filter_kind kind, u64 value) {
-    filter_record* record = table.filter;
-    while (record != nullptr && (record->kind != kind || record->value != value)) {
-        record = record->next;
-    }
-    return record;
+/// The record's link, or the one where it belongs. The caller holds the lock.
+muted_thread** link_of_thread(u64 id) {
+    return find_link(&table.muted_threads, [&](const muted_thread& r) { return r.value == id; });
 }
 
-void add_filter(filter_kind kind, u64 value) {
+muted_name** link_of_name(u64 value) {
+    // An odd factor: different values have different hashes.
+    u64 hash = value * 0x9E37'79B9'7F4A'7C15;
+    muted_name** link = &table.muted_names;
+    while (*link != nullptr && (*link)->value != value) {
+        link = &(*link)->children[hash >> 62];
+        hash <<= 2;
+    }
+    return link;
+}
+
+template <typename Record>
+void add_once(u64 value, Record** (*link_of)(u64 value)) {
     // Declared before the guard: a record that is not needed goes back without the lock.
     kr::owned_block block;
     if (!started.load(std::memory_order_acquire) ||
-        kr_result_failed(kr_memory_allocate_hook(block.out(), sizeof(filter_record)))) {
+        kr_result_failed(kr_memory_allocate_hook(block.out(), sizeof(Record)))) {
         return;
     }
     const kr::detail::mutex_guard guard(table.lock);
-    if (find_filter(kind, value) == nullptr) {
-        table.filter =
-            new (block.release()) filter_record{.next = table.filter, .kind = kind, .value = value};
+    Record** const link = link_of(value);
+    if (*link == nullptr) {
+        *link = new (block.release()) Record{.value = value};
         labels_changed();
     }
+}
+
+/// Takes the record out of its list; the caller releases it.
+template <typename Record>
+Record* unlink(Record** link) {
+    Record* const found = *link;
+    if (found != nullptr) {
+        *link = found->next;
+        labels_changed();
+    }
+    return found;
 }
 
 u64 name_value(const char* name) {
@@ -129,10 +159,10 @@ depth_record* find_depth(u64 thread_id) {
 
 kr_result kr_log_thread_register(const char* name) {
     if (name == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return kr::detail::invalid_argument();
     }
     if (!started.load(std::memory_order_acquire)) {
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return kr::detail::unexpected_behaviour();
     }
     kr::owned_block block;
     const kr_result result = kr_memory_allocate_hook(block.out(), sizeof(name_record));
@@ -158,8 +188,8 @@ kr_result kr_log_thread_unregister() {
     name_record* found = nullptr;
     {
         const kr::detail::mutex_guard guard(table.lock);
-        found = unlink(&table.names, [&](const name_record& r) { return r.thread_id == id; });
-        labels_changed();
+        found = unlink(
+            find_link(&table.names, [&](const name_record& r) { return r.thread_id == id; }));
     }
     if (found == nullptr) {
         return kr_result_make_error(KR_NOT_FOUND);
@@ -182,7 +212,7 @@ void kr_log_filter_enable(u32 on) {
 }
 
 void kr_log_filter_mute_thread() {
-    add_filter(filter_kind::thread_id, kr_thread_current_id());
+    add_once(kr_thread_current_id(), link_of_thread);
 }
 
 void kr_log_filter_unmute_thread() {
@@ -190,13 +220,10 @@ void kr_log_filter_unmute_thread() {
         return;
     }
     const u64 id = kr_thread_current_id();
-    filter_record* found = nullptr;
+    muted_thread* found = nullptr;
     {
         const kr::detail::mutex_guard guard(table.lock);
-        found = unlink(&table.filter, [&](const filter_record& r) {
-            return r.kind == filter_kind::thread_id && r.value == id;
-        });
-        labels_changed();
+        found = unlink(link_of_thread(id));
     }
     if (found != nullptr) {
         kr_memory_deallocate_hook(found);
@@ -212,7 +239,7 @@ void kr_log_filter_add_name(const kr_char* name) {
     for (size_t i = 0; i < name_length && name[i] != 0; ++i) {
         narrow[i] = static_cast<char>(name[i] & 0xFF);
     }
-    add_filter(filter_kind::thread_name, name_value(narrow));
+    add_once(name_value(narrow), link_of_name);
 }
 
 namespace kr::detail {
@@ -227,16 +254,19 @@ kr_result thread_table_start() {
 
 kr_result thread_table_stop() {
     name_record* names = nullptr;
-    filter_record* filter = nullptr;
+    muted_thread* muted_threads = nullptr;
+    muted_name* muted_names = nullptr;
     {
         const mutex_guard guard(table.lock);
         std::swap(names, table.names);
-        std::swap(filter, table.filter);
+        std::swap(muted_threads, table.muted_threads);
+        std::swap(muted_names, table.muted_names);
         table.depth_count = 0;
         labels_changed();
     }
     release_list(names);
-    release_list(filter);
+    release_list(muted_threads);
+    release_tree(muted_names);
     started.store(false, std::memory_order_release);
     return kr_mutex_destroy(&table.lock);
 }
@@ -261,8 +291,8 @@ void thread_table_label(u32 thread_id, thread_label* out) {
         const mutex_guard guard(table.lock);
         std::memcpy(name, newest_name(thread_id), name_length);
         if (filter_on.load(std::memory_order_relaxed) != 0) {
-            out->muted = find_filter(filter_kind::thread_id, thread_id) != nullptr ||
-                         find_filter(filter_kind::thread_name, name_value(name)) != nullptr;
+            out->muted =
+                *link_of_thread(thread_id) != nullptr || *link_of_name(name_value(name)) != nullptr;
         }
     }
     widen(name, name_length, out->text);
