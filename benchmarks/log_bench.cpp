@@ -28,14 +28,29 @@ constinit const kr_product_record kr_product = {"bench", KR_TEXT("tools"), KR_TE
 
 namespace {
 
-constexpr const char* folder = "/tmp";
-
 /// The fields of our line: date.milliseconds, logger, thread, level, message, function.
 constexpr const char* pattern = "%y%m%d %H:%M:%S.%e; %8n:%t; %L; %v; %!()";
 
-std::string scratch_file(const char* name) {
-    return std::string(folder) + "/kr_log_bench_" + std::to_string(::getpid()) + '_' + name;
-}
+/// A folder of this run's own, so that no other user's link lies where a file is to be.
+class scratch_folder {
+public:
+    scratch_folder() {
+        if (::mkdtemp(path_) == nullptr) {
+            std::abort();
+        }
+    }
+    ~scratch_folder() { ::rmdir(path_); }
+    scratch_folder(const scratch_folder&) = delete;
+    scratch_folder& operator=(const scratch_folder&) = delete;
+
+    [[nodiscard]] std::string file(const char* name) const {
+        return path_ + ('/' + std::string(name));
+    }
+
+private:
+    char path_[32] = "/tmp/kr_log_bench_XXXXXX";
+};
+const scratch_folder folder;
 
 /// A log that runs for one benchmark.
 class running_log {
@@ -71,7 +86,7 @@ constexpr char ready_line[] = "240229 12:34:56.789.001;    bench:________:000012
 
 void written_through_kr(benchmark::State& state) {
     const running_log log;
-    const std::string path = scratch_file("kr");
+    const std::string path = folder.file("kr");
     const std::u16string spec = u"file://" + std::u16string(path.begin(), path.end());
     (void)kr_log_set_destination(spec.c_str());
     int i = 100'000;
@@ -83,7 +98,7 @@ void written_through_kr(benchmark::State& state) {
 BENCHMARK(written_through_kr)->Name("line_written_through/kr");
 
 void written_through_spdlog(benchmark::State& state) {
-    const std::string path = scratch_file("spdlog");
+    const std::string path = folder.file("spdlog");
     spdlog::logger logger("bench", std::make_shared<spdlog::sinks::basic_file_sink_mt>(path));
     logger.set_pattern(pattern);
     logger.flush_on(spdlog::level::trace);
@@ -96,7 +111,7 @@ void written_through_spdlog(benchmark::State& state) {
 BENCHMARK(written_through_spdlog)->Name("line_written_through/spdlog");
 
 void written_through_write(benchmark::State& state) {
-    const std::string path = scratch_file("write");
+    const std::string path = folder.file("write");
     const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
     for (auto iteration : state) {
         benchmark::DoNotOptimize(::write(file, ready_line, sizeof(ready_line) - 1));
@@ -107,7 +122,7 @@ void written_through_write(benchmark::State& state) {
 BENCHMARK(written_through_write)->Name("line_written_through/write");
 
 void written_through_fprintf(benchmark::State& state) {
-    const std::string path = scratch_file("fprintf");
+    const std::string path = folder.file("fprintf");
     std::FILE* const file = std::fopen(path.c_str(), "a");
     int i = 100'000;
     for (auto iteration : state) {
