@@ -20,6 +20,7 @@
 #include "log/thread_labels.h"
 #include "platform/platform.h"
 #include "printf/printf.h"
+#include "result/failures.h"
 
 namespace {
 
@@ -41,7 +42,7 @@ constexpr u32 label_cache_size = 16;
 /// What the output lock guards.
 struct {
     kr_mutex lock;
-    /// Kept for logging from a context that may not block, which this platform does not have.
+    /// For logging from a context that may not block, which this platform does not have; others do.
     kr_mutex deferred_lock;
     kr::detail::stamp_clock clock;
     kr_char message[line_capacity];
@@ -317,7 +318,7 @@ kr_result kr_log_close_secondary_destination() {
     kr::detail::thread_table_forget_names();
     kr::detail::log_slot& slot = kr::detail::log_secondary_slot;
     if (!slot.is_set()) {
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return kr::detail::unexpected_behaviour();
     }
     const kr_log_destination destination = slot.get();
     slot.clear();

@@ -7,6 +7,7 @@
 #include "log/destinations/console_mode.h"
 #include "log/destinations/slots.h"
 #include "log/layout.h"
+#include "result/failures.h"
 
 namespace {
 
@@ -38,8 +39,9 @@ void be_quiet() {
     kr_log_update_formatting();
 }
 
-/// The destination's own text: what follows the first '!', whose other side may ask for quiet.
-const kr_char* strip_mode(const kr_char* spec) {
+/// Goes quiet where what stands before the first '!' asks for it, and gives the destination's own
+/// text behind it.
+const kr_char* apply_quiet_prefix(const kr_char* spec) {
     constexpr const kr_char* quiet = KR_TEXT("quiet");
     const kr_char* const mark = kr_string_find_char(spec, '!');
     if (mark == nullptr) {
@@ -63,7 +65,7 @@ kr_result kr_log_set_destination(const kr_char* spec) {
         slot.clear();
         (void)old.close(old.context);
     }
-    spec = spec != nullptr ? strip_mode(spec) : KR_TEXT("");
+    spec = spec != nullptr ? apply_quiet_prefix(spec) : KR_TEXT("");
     kr_log_destination destination = open_destination(*spec != 0 ? spec : KR_TEXT("stdout"));
     if (kr_log_no_timestamps() != 0) {
         destination.no_timestamps = 1;
@@ -75,10 +77,10 @@ kr_result kr_log_set_destination(const kr_char* spec) {
 
 kr_result kr_log_set_secondary_destination(const kr_char* spec) {
     if (spec == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return kr::detail::invalid_argument();
     }
     if (!kr::detail::log_main_slot.is_set()) {
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return kr::detail::unexpected_behaviour();
     }
     kr::detail::log_secondary_slot.set(open_destination(spec));
     return KR_SUCCESS;

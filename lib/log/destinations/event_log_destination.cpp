@@ -4,7 +4,16 @@
 #include "platform/platform.h"
 
 namespace {
+
 constexpr DWORD line_event_id = 0x40001230;
+
+/// For a call of the system that failed with `error`.
+void warn(const char* function, const char* call, DWORD error) {
+    const kr_result result = kr_result_make_win32(error);
+    KR_LOG_AS(KR_LOG_OTHER, KR_LOG_WARNING, function, "%s() failed. Result is 0x%08X (%_z)", call,
+              static_cast<u32>(error), &result);
+}
+
 } // namespace
 
 u32 kr_event_log_init(const kr_char* spec, u32* no_timestamps, void** context, kr_log_write* write,
@@ -29,20 +38,14 @@ void event_log_do_log(void* context, const kr_char* line, size_t /*size_bytes*/)
     const kr_char* strings[] = {KR_TEXT(""), line};
     if (ReportEventW(context, EVENTLOG_INFORMATION_TYPE, 0, line_event_id, nullptr, 2, 0, strings,
                      nullptr) == FALSE) {
-        const DWORD error = GetLastError();
-        const kr_result result = kr_result_make_win32(error);
-        KR_LOG(KR_LOG_OTHER, KR_LOG_WARNING, "ReportEvent() failed. Result is 0x%08X (%_z)",
-               static_cast<u32>(error), &result);
+        warn(__func__, "ReportEvent", GetLastError());
     }
 }
 
 kr_result event_log_uninit(void* context) {
     if (DeregisterEventSource(context) == FALSE) {
         const DWORD error = GetLastError();
-        const kr_result result = kr_result_make_win32(error);
-        KR_LOG(KR_LOG_OTHER, KR_LOG_WARNING,
-               "DeregisterEventSource() failed. Result is 0x%08X (%_z)", static_cast<u32>(error),
-               &result);
+        warn(__func__, "DeregisterEventSource", error);
         return kr_result_from_win32(error);
     }
     return KR_SUCCESS;

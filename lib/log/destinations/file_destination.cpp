@@ -9,6 +9,7 @@
 #include "base/time/time.h"
 #include "log/destinations/destinations.h"
 #include "log/destinations/utf8.h"
+#include "log/failure.h"
 #include "log/line.h"
 #include "platform/platform.h"
 #include "printf/printf.h"
@@ -27,8 +28,8 @@ struct log_file {
     bool torn;
 };
 
-/// Tells whether the open file is still the one at the path, and says so in `still_valid`. An open
-/// file cannot be replaced on this platform, so it always is.
+/// Tells whether the open file is still the one at the path, and says so in `still_valid`. The
+/// place for platforms where a log file can be replaced under a running program: here it cannot.
 bool is_still_the_file(log_file& file) {
     file.still_valid = 1;
     return true;
@@ -93,8 +94,7 @@ void format_name_stamp(kr_char* stamp, size_t size_bytes, const char* function) 
     kr_time now{};
     const kr_result result = kr_time_get_current(&now);
     if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_OTHER, KR_LOG_WARNING, function,
-                  "Unable to get UTC time Result is %_r (%_z)", &result, &result);
+        KR_LOG_FAILURE_AS(KR_LOG_OTHER, KR_LOG_WARNING, function, result, "Unable to get UTC time");
         return;
     }
     u32 seconds = 0;
@@ -114,9 +114,8 @@ bool make_name(const kr_char* directory, const char* function, kr::owned_block& 
         room_for_rest;
     const kr_result result = kr_memory_allocate_hook(name.out(), size);
     if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_OTHER, KR_LOG_WARNING, function,
-                  "Unable to allocate memory for log filename Result is %_r (%_z)", &result,
-                  &result);
+        KR_LOG_FAILURE_AS(KR_LOG_OTHER, KR_LOG_WARNING, function, result,
+                          "Unable to allocate memory for log filename");
         return false;
     }
     kr_char stamp[32];
@@ -130,8 +129,8 @@ bool copy_name(const kr_char* path, const char* function, kr::owned_block& name)
     const size_t size = (kr_string_length(path) + 1) * sizeof(kr_char);
     const kr_result result = kr_memory_allocate_hook(name.out(), size);
     if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_OTHER, KR_LOG_WARNING, function,
-                  "Unable to duplicate log filename string Result is %_r (%_z)", &result, &result);
+        KR_LOG_FAILURE_AS(KR_LOG_OTHER, KR_LOG_WARNING, function, result,
+                          "Unable to duplicate log filename string");
         return false;
     }
     std::memcpy(name.get(), path, size);
@@ -158,9 +157,8 @@ u32 kr_file_log_init(const kr_char* spec, u32* no_timestamps, void** context, kr
     kr::owned_block descriptor;
     const kr_result result = kr_memory_allocate_hook(descriptor.out(), sizeof(log_file));
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_OTHER, KR_LOG_WARNING,
-               "Unable to allocate memory for log file descriptor Result is %_r (%_z)", &result,
-               &result);
+        KR_LOG_FAILURE(KR_LOG_OTHER, KR_LOG_WARNING, result,
+                       "Unable to allocate memory for log file descriptor");
         return 0;
     }
     kr::owned_block name;

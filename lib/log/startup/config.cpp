@@ -9,7 +9,7 @@
 #include "log/categories.h"
 #include "log/core.h"
 #include "log/destinations/destinations.h"
-#include "log/log.h"
+#include "log/failure.h"
 #include "settings/handles.h"
 #include "settings/typed.h"
 
@@ -37,10 +37,10 @@ void apply_destination(kr_settings_handle group, const kr_char* entry,
     const kr_result result = kr_settings_get_string_alloc(group, entry, text.out());
     if (kr_result_failed(result)) {
         // Going on with no text would move the log to the console.
-        KR_LOG_AS(KR_LOG_OTHER, KR_LOG_WARNING, reset_name,
-                  "Keeping log destination because the value of '%_s' cannot be read as a string "
-                  "Result is %_r (%_z)",
-                  entry, &result, &result);
+        KR_LOG_FAILURE_AS(KR_LOG_OTHER, KR_LOG_WARNING, reset_name, result,
+                          "Keeping log destination because the value of '%_s' cannot be read as a "
+                          "string",
+                          entry);
         return;
     }
     KR_LOG_AS(KR_LOG_OTHER, KR_LOG_FORCED, reset_name, "Overriding log destination -> %_s",
@@ -200,10 +200,10 @@ u32 kr_log_conf_category(kr_settings_handle group, const kr_char* entry_name) {
     u16 mask = 0;
     const kr_result result = kr_settings_get_UINT16(group, entry_name, &mask);
     if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_OTHER, KR_LOG_WARNING,
-               "Ignoring log conf category key '%_s' because its value cannot be converted to 16 "
-               "bit integer Result is %_r (%_z)",
-               entry_name, &result, &result);
+        KR_LOG_FAILURE(KR_LOG_OTHER, KR_LOG_WARNING, result,
+                       "Ignoring log conf category key '%_s' because its value cannot be "
+                       "converted to 16 bit integer",
+                       entry_name);
         return 0;
     }
     if (kr_string_equal_nocase(entry_name, KR_TEXT("all"))) {

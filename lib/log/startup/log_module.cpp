@@ -11,12 +11,13 @@
 #include "log/destinations/slots.h"
 #include "log/layout.h"
 #include "log/startup/config.h"
+#include "result/failures.h"
 
 namespace {
 
 constinit const kr_char* initial_destination = nullptr;
 
-/// Held for logging from a context that may not block, which this platform does not have.
+/// For logging from a context that may not block, which this platform does not have; others do.
 struct deferred_lines {
     void* list_head;
     void* work_buffer;
@@ -51,7 +52,7 @@ kr_result open_log() {
     kr_log_set_colors(0);
     (void)kr_log_reset();
     if (!kr::detail::log_main_slot.is_set()) {
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return kr::detail::unexpected_behaviour();
     }
     deferred.list_head = list_head.release();
     (void)kr_memory_allocate_hook(&deferred.work_buffer, work_buffer_size);
@@ -75,7 +76,7 @@ kr_result kr_log_module_init() {
     reset_masks();
     // Tested before the locks are made: the log that owns the destination may be running on them.
     if (kr::detail::log_main_slot.is_set()) {
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return kr::detail::unexpected_behaviour();
     }
     kr_result result = kr::detail::log_core_start();
     if (kr_result_failed(result)) {

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "log/log.h"
+#include "log/failure.h"
 #include "log/startup/module_list.h"
 
 namespace {
@@ -70,9 +70,8 @@ kr_result kr_init() {
         const kr_module* const module = table.slots[table.initialised];
         const kr_result result = module->init != nullptr ? module->init() : KR_SUCCESS;
         if (kr_result_failed(result)) {
-            KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
-                   "%s module initialization failed Result is %_r (%_z)", module->name, &result,
-                   &result);
+            KR_LOG_FAILURE(KR_LOG_OTHER, KR_LOG_ERROR, result, "%s module initialization failed",
+                           module->name);
             tear_down_to(first);
             table.started = false;
             table.pending = 0;
