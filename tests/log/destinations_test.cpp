@@ -184,14 +184,19 @@ TEST(FileDestination, RefusesWhatItCannotOpenAndSaysWhy) {
         EXPECT_THAT(log.take(), ElementsAre("W 01 kr_file_log_init: cannot open " + utf8(path.c_str())));
         EXPECT_EQ(read_file(path), "no such file");
     }
-    // A path of more than 256 characters opens that file, or none.
+}
+
+TEST(FileDestination, SwitchesKeepEveryLine) {
     const captured_log log;
-    const scratch_file file(wide(240, 'y'));
-    EXPECT_EQ(kr_log_set_destination(file_spec(file.path).c_str()), ok);
-    kr_log_set_formatting(3);
-    log_main_slot.set_no_timestamps(1);
-    kr_log(1, KR_LOG_INFO, "p", "f", "here");
-    EXPECT_EQ(read_file(file.path), selected() == "null" ? "no such file" : "I: here\r\n");
+    const scratch_file files[] = {scratch_file(KR_TEXT("one.log")), scratch_file(KR_TEXT("two.log"))};
+    std::string expected[2];
+    for (u32 i = 0; i < 300; ++i) {
+        EXPECT_EQ(kr_log_set_destination(i % 3 == 2 ? KR_TEXT("none") : file_spec(files[i % 3].path).c_str()),
+                  ok);
+        kr_log(KR_LOG_RAW, 0, "p", "f", "%u\n", i);
+        if (i % 3 != 2) { expected[i % 3] += std::to_string(i) + "\r\n"; }
+    }
+    for (u32 i = 0; i < 2; ++i) { EXPECT_EQ(read_file(files[i].path), expected[i]); }
     EXPECT_EQ(kr_log_set_destination(KR_TEXT("none")), ok);
 }
 

@@ -1,0 +1,70 @@
+/// Clocks that are stopped, run over, or fail.
+#include "base/time/time.h"
+#include "log/startup/module.h"
+#include "platform/host/fault.h"
+#include "support/captured_log.h"
+#include "support/fresh_world.h"
+
+namespace {
+
+using kr::host::armed_fault;
+using namespace kr::test;
+
+TEST(Uptime, PicksTheFinestUnitThatHoldsIt) {
+    const fresh_world world;
+    constexpr struct {
+        int line;
+        u64 ticks;
+        i32 unit;
+        u64 count;
+    } rows[] = {
+        {__LINE__, 0, -3, 0},
+        {__LINE__, 18'446'744'073, -3, 1'844'674'407'300},
+        {__LINE__, 18'446'744'074, -2, 1'844'674'407},
+        {__LINE__, 18'446'744'073'709, -2, 1'844'674'407'370},
+        {__LINE__, 18'446'744'073'710, -1, 1'844'674'407},
+        {__LINE__, 18'446'744'073'709'551, -1, 1'844'674'407'370},
+        {__LINE__, 18'446'744'073'709'552, 0, 1'844'674'407},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.line);
+        kr::host::stop_clock(0, r.ticks);
+        kr_time t{};
+        EXPECT_EQ(kr_time_get_uptime(&t), ok);
+        EXPECT_EQ(t.unit, r.unit);
+        EXPECT_EQ(t.count, r.count);
+        EXPECT_EQ(t.relative, 1u);
+    }
+}
+
+TEST(Clocks, FailuresAreLoggedAndWrapped) {
+    const fresh_world world;
+    captured_log log;
+    for (const char* call : {"QueryPerformanceFrequency", "QueryPerformanceCounter"}) {
+        const armed_fault fault({.call = call, .error = 50});
+        kr_time t{.unit = 9, .count = 9, .relative = 9};
+        EXPECT_EQ(kr_time_get_uptime(&t), kr_result_make_win32(50));
+        EXPECT_EQ(t.count, 9u);
+        EXPECT_THAT(log.take(), ElementsAre(std::string("E 01 kr_time_get_uptime: "
+                                                        "kr_time_get_uptime: ") +
+                                            call + " failed! ErrorCode = 50"));
+    }
+    kr_time t{};
+    kr::host::stop_clock(u64{184'467'440'737'095'516}, 0);
+    EXPECT_EQ(kr_time_get_current(&t), ok);
+    kr::host::stop_clock(u64{184'467'440'737'095'517}, 0);
+    EXPECT_EQ(kr_time_get_current(&t), overflow);
+    EXPECT_EQ(kr_time_since(&t, &t), overflow);
+    EXPECT_EQ(log.take().size(), 1u);
+}
+
+TEST(Clocks, OffsetIsTakenWhenTheModuleStarts) {
+    const fresh_world world;
+    for (const i32 offset : {3'600, -34'200, 0}) {
+        kr::host::fix_local_offset(offset);
+        EXPECT_EQ(kr_time_module()->init(), ok);
+        EXPECT_EQ(kr_time_local_offset, offset);
+    }
+}
+
+} // namespace

@@ -1,0 +1,22 @@
+/// The stand-in's little system at its start, for a scope. Host only.
+#pragma once
+
+#include "base/time/time.h"
+#include "platform/host/world.h"
+#include "support/suite.h"
+
+namespace kr::test {
+
+class fresh_world : pinned {
+public:
+    fresh_world() { host::reset_world(); }
+    ~fresh_world() {
+        host::reset_world();
+        kr_time_local_offset = 0;
+    }
+};
+
+/// 2024-02-29T12:34:56 UTC, as host::stop_clock takes it.
+inline constexpr u64 noon_ticks = (1'709'210'096 + 11'644'473'600) * 10'000'000;
+
+} // namespace kr::test
