@@ -95,30 +95,22 @@ TEST_F(Files, SharingExcludesOtherHandles) {
     CloseHandle(reader);
 }
 
-TEST_F(Files, AppendingWritesAtTheEndWhateverHappensBetween) {
-    const HANDLE one = open(path, FILE_APPEND_DATA, all, OPEN_ALWAYS);
+TEST_F(Files, HandlesWriteWhatTheyMayAndAppendAtTheEnd) {
+    DWORD count = 99;
+    const HANDLE one = open(path, FILE_APPEND_DATA, all, CREATE_NEW);
     const HANDLE two = open(path, FILE_APPEND_DATA, all, OPEN_EXISTING);
+    const HANDLE reader = open(path, GENERIC_READ, all, OPEN_EXISTING);
     write(one, "a\n");
     write(two, "b\n");
     write(one, "c");
-    CloseHandle(one);
-    CloseHandle(two);
+    EXPECT_EQ(error_of(WriteFile(reader, "x", 1, &count, nullptr)), 5u);
+    for (const HANDLE file : {one, two, reader}) { EXPECT_TRUE(CloseHandle(file)); }
+    EXPECT_EQ(error_of(CloseHandle(one)), 6u);
+    EXPECT_EQ(error_of(WriteFile(one, "x", 1, &count, nullptr)), 6u);
     EXPECT_EQ(read_file(path), "a\nb\nc");
-}
-
-TEST_F(Files, HandlesAndAttributesAllowWhatTheySay) {
-    DWORD count = 99;
-    HANDLE file = open(path, GENERIC_WRITE, 0, CREATE_NEW);
-    EXPECT_TRUE(CloseHandle(file));
-    EXPECT_EQ(error_of(CloseHandle(file)), 6u);
-    EXPECT_EQ(error_of(WriteFile(file, "x", 1, &count, nullptr)), 6u);
     set_read_only(path, true);
     EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 5u);
-    file = open(path, GENERIC_READ, 0, OPEN_EXISTING);
-    EXPECT_EQ(error_of(WriteFile(file, "x", 1, &count, nullptr)), 5u);
-    CloseHandle(file);
     set_read_only(path, false);
-    EXPECT_TRUE(DeleteFileW(path.c_str()));
 }
 
 TEST(SystemFolder, ExistsAndHasADriversFolder) {

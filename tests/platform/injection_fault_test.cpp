@@ -54,13 +54,10 @@ TEST_F(World, ARecorderKeepsNamesAndArgumentsInOrder) {
     const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
     CloseServiceHandle(manager);
     CloseServiceHandle(manager);
-    CloseHandle(CreateFileW(u"C:\\f.txt", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
-    DeleteFileW(u"C:\\f.txt");
     const std::string at = " HKEY_LOCAL_MACHINE\\a\\\xC3\xA4";
     EXPECT_THAT(outer.lines(),
                 ElementsAre("RegCreateKeyW" + at, "RegCloseKey" + at, "RegCloseKey" + at, "OpenSCManagerW",
-                            "CloseServiceHandle manager", "CloseServiceHandle ?", "CreateFileW C:\\f.txt",
-                            "CloseHandle C:\\f.txt", "DeleteFileW C:\\f.txt"));
+                            "CloseServiceHandle manager", "CloseServiceHandle ?"));
 }
 
 TEST_F(World, DrivePathsIgnoreLetterCaseAndStayBelowTheirRoot) {
@@ -80,16 +77,15 @@ TEST_F(World, DrivePathsIgnoreLetterCaseAndStayBelowTheirRoot) {
 }
 
 TEST_F(World, NamesResolveFromItsTableBothWays) {
-    add_host_name("two.test", {0x0A000001, 0x0A000002});
-    add_host_name("later.test", {0x0A000002});
     WSADATA data;
     ASSERT_EQ(WSAStartup(MAKEWORD(2, 2), &data), 0);
+    add_host_name("two.test", {0x0A000001, 0x0A000002});
+    add_host_name("later.test", {0x0A000002});
     const hostent* const two = gethostbyname("TWO.test");
     ASSERT_NE(two, nullptr);
-    const u32 second = htonl(0x0A000002);
-    EXPECT_EQ(std::memcmp(two->h_addr_list[1], &second, two->h_length), 0);
+    EXPECT_EQ(std::string(two->h_addr_list[1], 4), std::string("\x0A\0\0\x02", 4));
     EXPECT_EQ(two->h_addr_list[2], nullptr);
-    EXPECT_STREQ(gethostbyaddr(reinterpret_cast<const char*>(&second), 4, AF_INET)->h_name, "two.test");
+    EXPECT_STREQ(gethostbyaddr(two->h_addr_list[1], two->h_length, AF_INET)->h_name, "two.test");
     reset_host_names();
     EXPECT_EQ(gethostbyname("two.test"), nullptr);
     EXPECT_EQ(WSAGetLastError(), 11001);
@@ -110,59 +106,32 @@ TEST_F(World, ResourcesAreFoundByTypeAndNameUntilTheyGo) {
     EXPECT_EQ(GetLastError(), 87u);
 }
 
-u32 handler_calls = 0;
-
 TEST_F(World, TheInvalidParameterHandlerIsCalledAndGivenBack) {
-    const auto handler = [](const WCHAR*, const WCHAR*, const WCHAR*, unsigned, std::uintptr_t) {
-        ++handler_calls;
-    };
-    EXPECT_EQ(_set_invalid_parameter_handler(handler), nullptr);
+    static u32 calls = 0;
+    _set_invalid_parameter_handler(
+        [](const WCHAR*, const WCHAR*, const WCHAR*, unsigned, std::uintptr_t) { ++calls; });
     WCHAR full[2] = {u'x', u'y'};
     EXPECT_EQ(wcscat_s(full, 2, u""), EINVAL);
     EXPECT_EQ(wcscpy_s(full, 2, u"ab"), ERANGE);
     EXPECT_EQ(wcscpy_s(full, 2, nullptr), EINVAL);
-    EXPECT_EQ(handler_calls, 3u);
     EXPECT_NE(_set_invalid_parameter_handler(nullptr), nullptr);
     EXPECT_EQ(wcscpy_s(nullptr, 2, u"ab"), EINVAL);
     EXPECT_EQ(wcscat_s(full, 0, u"ab"), EINVAL);
-    EXPECT_EQ(handler_calls, 3u);
-}
-
-struct late_note : pinned {
-    std::atomic<bool>* target = nullptr;
-    ~late_note() {
-        Sleep(20);
-        *target = true;
-    }
-};
-
-unsigned run_with_note(void* argument) {
-    thread_local late_note note;
-    note.target = static_cast<std::atomic<bool>*>(argument);
-    return 0;
-}
-
-TEST_F(World, AWaitForAThreadIsOverAfterItsLastDestructor) {
-    std::atomic<bool> gone = false;
-    auto* const thread =
-        reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, run_with_note, &gone, 0, nullptr));
-    EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-    EXPECT_TRUE(gone);
-    EXPECT_TRUE(CloseHandle(thread));
+    EXPECT_EQ(calls, 3u);
 }
 
 TEST_F(World, ServesManyThreadsAtOnce) {
     const call_recorder recorder;
     std::vector<std::jthread> threads;
-    for (u32 t = 0; t < 4; ++t) {
-        threads.emplace_back([name = std::u16string(1, static_cast<WCHAR>(u'a' + t))] {
+    for (const WCHAR* name : {u"k\\a", u"k\\b", u"k\\c", u"k\\d"}) {
+        threads.emplace_back([name] {
             for (BYTE i = 0; i < 200; ++i) {
                 const armed_fault fault({.call = "RegDeleteKeyW", .error = 5, .nth = 1000});
                 HKEY key = nullptr;
-                EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, (u"k\\" + name).c_str(), &key), 0);
-                EXPECT_EQ(RegSetValueExW(key, name.c_str(), 0, REG_BINARY, &i, 1), 0);
-                EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, (u"k\\" + name).c_str()), 0);
-                EXPECT_EQ(RegDeleteValueW(key, name.c_str()), 1018);
+                EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, name, &key), 0);
+                EXPECT_EQ(RegSetValueExW(key, name, 0, REG_BINARY, &i, 1), 0);
+                EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, name), 0);
+                EXPECT_EQ(RegDeleteValueW(key, name), 1018);
                 EXPECT_EQ(RegCloseKey(key), 0);
                 OutputDebugStringW(u"");
             }

@@ -9,23 +9,20 @@ namespace {
 
 using namespace kr::test;
 
-TEST(SystemMessage, IsOneLineThatEndsInABlank) {
-    kr_char buffer[128];
-    const auto message = [&](DWORD width, DWORD error, DWORD room) {
-        return FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | width, nullptr, error, 0x0400, buffer, room,
-                              nullptr);
+TEST(SystemMessage, IsOneLineThatEndsInABlankAndIsCutToItsRoom) {
+    kr_char buffer[128] = {};
+    const auto message = [&](DWORD error, DWORD room) {
+        return FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK, nullptr, error,
+                              0x0400, buffer, room, nullptr);
     };
-    constexpr DWORD one_line = FORMAT_MESSAGE_MAX_WIDTH_MASK;
-    EXPECT_GT(message(0, 5, 128), 6u);
-    EXPECT_TRUE(wide(buffer).ends_with(KR_TEXT(".\r\n")));
-    const DWORD length = message(one_line, 5, 128);
-    EXPECT_EQ(wide(buffer).size(), length);
-    EXPECT_TRUE(wide(buffer).ends_with(KR_TEXT(". ")));
-    EXPECT_EQ(message(one_line, 5, length + 1), length);
-    EXPECT_EQ(message(one_line, 5, length), 0u);
-    EXPECT_EQ(GetLastError(), 122u);
-    EXPECT_EQ(message(one_line, 0xFFFE, 128), 0u);
-    EXPECT_EQ(GetLastError(), 317u);
+    const DWORD length = message(5, 128);
+    const wide text = buffer;
+    EXPECT_EQ(text.size(), length);
+    EXPECT_TRUE(text.ends_with(KR_TEXT(". ")));
+    EXPECT_EQ(message(5, length + 1), length);
+    EXPECT_EQ(error_of(static_cast<BOOL>(message(5, length))), 122u);
+    EXPECT_EQ(buffer, text.substr(0, length - 1));
+    EXPECT_EQ(error_of(static_cast<BOOL>(message(0xFFFE, 128))), 317u);
 }
 
 TEST(WideNumbers, LongIs32BitsWideAndStopsAtItsLimits) {
@@ -77,38 +74,39 @@ TEST(Clock, GoesOnWithTheCounterAndHasWholeMinutesOfOffset) {
     const auto ticks_of = [](const FILETIME& time) {
         return static_cast<i64>(u64{time.dwHighDateTime} << 32 | time.dwLowDateTime);
     };
-    FILETIME times[2], utc{};
-    LARGE_INTEGER frequency{}, counters[2];
+    FILETIME local{}, utc{};
+    LARGE_INTEGER frequency{}, before{}, after{};
     ASSERT_TRUE(QueryPerformanceFrequency(&frequency));
-    for (const u32 i : {0u, 1u}) {
-        ASSERT_TRUE(QueryPerformanceCounter(&counters[i]));
-        GetSystemTimeAsFileTime(&times[i]);
-        Sleep(20);
-    }
-    EXPECT_GE(ticks_of(times[1]), ticks_of(times[0]) + 150'000);
-    EXPECT_GE((counters[1].QuadPart - counters[0].QuadPart) * 1000, frequency.QuadPart * 15);
-    ASSERT_TRUE(LocalFileTimeToFileTime(&times[0], &utc));
-    const i64 offset = ticks_of(times[0]) - ticks_of(utc);
+    ASSERT_TRUE(QueryPerformanceCounter(&before));
+    Sleep(20);
+    ASSERT_TRUE(QueryPerformanceCounter(&after));
+    EXPECT_GE((after.QuadPart - before.QuadPart) * 1000, frequency.QuadPart * 15);
+    GetSystemTimeAsFileTime(&local);
+    ASSERT_TRUE(LocalFileTimeToFileTime(&local, &utc));
+    const i64 offset = ticks_of(local) - ticks_of(utc);
     EXPECT_EQ(offset % 600'000'000, 0);
     EXPECT_LE(std::abs(offset), 14 * 36'000'000'000);
 }
 
 struct thread_notes {
-    std::atomic<u32> id{0};
     std::atomic<bool> go{false};
-    int priority = 0;
+    DWORD id = 0;
+    bool gone = false;
 };
 
 unsigned WINAPI note_thread(void* argument) {
-    auto* const notes = static_cast<thread_notes*>(argument);
-    notes->id = GetCurrentThreadId();
-    while (!notes->go) { std::this_thread::yield(); }
-    SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_LOWEST);
-    notes->priority = GetThreadPriority(GetCurrentThread());
+    // Says late that the thread is over: with the thread's own objects.
+    thread_local struct late_note {
+        thread_notes* notes = nullptr;
+        ~late_note() { Sleep(20), notes->gone = true; }
+    } late;
+    late.notes = static_cast<thread_notes*>(argument);
+    late.notes->id = GetCurrentThreadId();
+    while (!late.notes->go) { std::this_thread::yield(); }
     return 0;
 }
 
-TEST(Thread, RunsIsAwaitedAndIsClosedOnce) {
+TEST(Thread, IsAwaitedToItsLastDestructorAndClosedOnce) {
     thread_notes notes;
     unsigned id = 0;
     auto* const thread = reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, note_thread, &notes, 0, &id));
@@ -120,9 +118,9 @@ TEST(Thread, RunsIsAwaitedAndIsClosedOnce) {
     notes.go = true;
     EXPECT_EQ(WaitForSingleObject(thread, INFINITE), DWORD{WAIT_OBJECT_0});
     EXPECT_EQ(WaitForSingleObject(thread, 0), DWORD{WAIT_OBJECT_0});
+    EXPECT_TRUE(notes.gone);
     EXPECT_EQ(notes.id, id);
     EXPECT_NE(id, GetCurrentThreadId());
-    EXPECT_EQ(notes.priority, THREAD_PRIORITY_LOWEST);
     EXPECT_TRUE(CloseHandle(thread));
     EXPECT_EQ(WaitForSingleObject(thread, 0), DWORD{WAIT_FAILED});
     EXPECT_EQ(error_of(CloseHandle(thread)), 6u);

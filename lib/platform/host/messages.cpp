@@ -17,15 +17,15 @@ DWORD FormatMessageW(DWORD flags, const void*, DWORD id, DWORD, WCHAR* buffer, D
     if (injected_failure(__func__, [&] { return std::to_string(id); })) {
         return 0;
     }
-    const bool one_line = flags == (FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK);
-    if ((!one_line && flags != FORMAT_MESSAGE_FROM_SYSTEM) || buffer == nullptr) {
+    if (flags != (FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK) ||
+        buffer == nullptr) {
         return fail(ERROR_INVALID_PARAMETER, 0);
     }
     const WCHAR* const known = message_text(id);
     if (known == nullptr) {
         return fail(ERROR_MR_MID_NOT_FOUND, 0);
     }
-    const std::u16string text = std::u16string(known).append(one_line ? u" " : u"\r\n");
+    const std::u16string text = std::u16string(known).append(u" ");
     if (text.find(u'%') != std::u16string::npos) {
         return fail(ERROR_INVALID_PARAMETER, 0);
     }

@@ -7,10 +7,10 @@
 
 inline constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
 inline constexpr DWORD FORMAT_MESSAGE_MAX_WIDTH_MASK = 0x00FF;
-/// The system's English text for an error number. `flags` is FORMAT_MESSAGE_FROM_SYSTEM, alone or
-/// with FORMAT_MESSAGE_MAX_WIDTH_MASK (the line break at the end becomes a blank). Returns the length
-/// without the terminator; 0 with 317 (unknown number), 87 (other flags; a text with inserts) or 122
-/// (more than `room_chars` with the terminator: the cut text is written, as far as there is room).
+/// The system's English text for an error number, on one line that ends in a blank: `flags` is
+/// FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK. Returns the length without the
+/// terminator; 0 with 317 (unknown number), 87 (other flags; a text with inserts) or 122 (more than
+/// `room_chars` with the terminator: the cut text is written, as far as there is room).
 DWORD FormatMessageW(DWORD flags, const void* source, DWORD id, DWORD language, WCHAR* buffer,
                      DWORD room_chars, va_list* arguments);
 
