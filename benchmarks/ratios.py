@@ -91,7 +91,17 @@ def rows():
     yield growth("enumerate 100,000 entries", settings, "enumerate_entries", 1_000, 100_000, 1.5)
     yield growth("parse 1,000,000 strings", settings, "parse_multi_string", 1_000, 1_000_000, 1.5)
     yield growth("compose 1,000,000 strings", settings, "compose_multi_string", 1_000, 1_000_000, 1.5)
-    yield ratio("typed read", settings, "typed_read", "typed_read_two_queries", "two queries", 1.3)
+    yield growth("make 40,000 falling groups", settings, "make_groups", 1_000, 40_000, 1.5)
+    standard = "u16string in a vector"
+    for work, name, target in (("enumerate 1,000 entries", "enumerate_entries/1000", 1.0),
+                               ("parse 1,000 strings", "parse_multi_string/1000", 0.8),
+                               ("compose 1,000 strings", "compose_multi_string/1000", 0.8)):
+        yield ratio(work, settings, name, name.replace("/", "_std/"), standard, target)
+    yield ratio("enumerate: calls and blocks alone", settings, "enumerate_entries_floor/1000",
+                "enumerate_entries_std/1000", standard)
+    yield ratio("typed read", settings, "typed_read", "typed_read_std", "u16string, stoul", 1.0)
+    yield ratio("typed read: two queries alone", settings, "typed_read_two_queries",
+                "typed_read_std", "u16string, stoul")
 
     pools = "mempool_bench"
     one = "/real_time"

@@ -154,23 +154,6 @@ void make_groups(benchmark::State& state) {
 }
 BENCHMARK(make_groups)->Arg(1'000)->Arg(40'000);
 
-/// Entries made, changed and deleted in the order of their making.
-void make_entries(benchmark::State& state) {
-    const filled_group group(0);
-    for (auto _ : state) {
-        for (const kr_char* value : {KR_TEXT("1"), KR_TEXT("2")}) {
-            for (i64 index = 0; index < state.range(0); ++index) {
-                (void)kr_settings_set_string(group.get(), filled_group::name(index).c_str(), value);
-            }
-        }
-        for (i64 index = 0; index < state.range(0); ++index) {
-            (void)kr_settings_delete_entry(group.get(), filled_group::name(index).c_str());
-        }
-    }
-    count_items(state, state.range(0));
-}
-BENCHMARK(make_entries)->Arg(1'000)->Arg(40'000);
-
 std::u16string list_text(i64 items) {
     std::u16string text;
     for (i64 index = 0; index < items; ++index) {

@@ -1,11 +1,13 @@
 /// Lists of strings as escaped text.
 #include "settings/multi_string.h"
 
+#include <bit>
 #include <cstddef>
 #include <limits>
 
 #include "base/memory/owner.h"
 #include "base/text/array_string.h"
+#include "base/text/vector_text.h"
 #include "base/text/wide_string.h"
 #include "log/trace.h"
 #include "result/failures.h"
@@ -88,6 +90,79 @@ kr_result item_at(const kr_array_string* array, u32 index, const kr_char** item)
     return KR_SUCCESS;
 }
 
+#if KR_VECTORS && !KR_READS_ARE_WATCHED
+namespace vectors = kr::detail::vectors;
+
+/// A vector of an item: two bits for each terminator and for each character to be escaped.
+struct piece {
+    explicit piece(const kr_char* at)
+        : chars(vectors::load(at)),
+          ends(vectors::bits_of(_mm_cmpeq_epi16(chars, _mm_setzero_si128()))),
+          escaped(vectors::bits_of(_mm_or_si128(_mm_cmpeq_epi16(chars, _mm_set1_epi16(separator)),
+                                                _mm_cmpeq_epi16(chars, _mm_set1_epi16(escape))))) {}
+
+    __m128i chars;
+    u32 ends;
+    u32 escaped;
+};
+
+constexpr u32 count_pairs(u32 bits) {
+    const u32 nibbles = (bits & 0x1111) + (bits >> 2 & 0x1111);
+    return nibbles * 0x1111 >> 12 & 0xF;
+}
+#endif
+
+/// The characters of an item with what escapes them.
+u64 escaped_length(const kr_char* item) {
+    u64 total = 0;
+#if KR_VECTORS && !KR_READS_ARE_WATCHED
+    for (; vectors::in_one_page(item); item += vectors::vector_chars) {
+        const piece next(item);
+        if (next.ends != 0) {
+            const u32 before = next.ends ^ (next.ends - 1);
+            return total + static_cast<u32>(std::countr_zero(next.ends)) / sizeof(kr_char) +
+                   count_pairs(next.escaped & before);
+        }
+        total += vectors::vector_chars + count_pairs(next.escaped);
+    }
+#endif
+    for (; *item != 0; ++item) {
+        total += is_escaped(*item) ? 2 : 1;
+    }
+    return total;
+}
+
+/// Writes an item and gives the place behind it; nothing is written from `end` on.
+kr_char* write_escaped(const kr_char* item, kr_char* text, [[maybe_unused]] const kr_char* end) {
+#if KR_VECTORS && !KR_READS_ARE_WATCHED
+    while (vectors::in_one_page(item) && end - text >= std::ptrdiff_t{vectors::vector_chars}) {
+        const piece next(item);
+        vectors::store(text, next.chars);
+        const u32 stops = next.ends | next.escaped;
+        if (stops == 0) {
+            item += vectors::vector_chars;
+            text += vectors::vector_chars;
+            continue;
+        }
+        const auto run = static_cast<u32>(std::countr_zero(stops)) / sizeof(kr_char);
+        item += run;
+        text += run;
+        if (*item == 0) {
+            return text;
+        }
+        *text++ = escape;
+        *text++ = *item++;
+    }
+#endif
+    for (; *item != 0; ++item) {
+        if (is_escaped(*item)) {
+            *text++ = escape;
+        }
+        *text++ = *item;
+    }
+    return text;
+}
+
 kr_result measure_text(const kr_array_string* array, u64* length_chars) {
     u64 total = 0;
     for (u32 index = 0; index < kr_array_string_count(array); ++index) {
@@ -96,28 +171,22 @@ kr_result measure_text(const kr_array_string* array, u64* length_chars) {
         if (kr_result_failed(result)) {
             return result;
         }
-        for (; *item != 0; ++item) {
-            total += is_escaped(*item) ? 2 : 1;
-        }
-        ++total;
+        total += escaped_length(item) + 1;
     }
     *length_chars = total;
     return KR_SUCCESS;
 }
 
-kr_result write_text(const kr_array_string* array, kr_char* text) {
+/// `text` has room for `length_chars` and a terminator.
+kr_result write_text(const kr_array_string* array, kr_char* text, u64 length_chars) {
+    const kr_char* const end = text + length_chars;
     for (u32 index = 0; index < kr_array_string_count(array); ++index) {
         const kr_char* item = nullptr;
         const kr_result result = item_at(array, index, &item);
         if (kr_result_failed(result)) {
             return result;
         }
-        for (; *item != 0; ++item) {
-            if (is_escaped(*item)) {
-                *text++ = escape;
-            }
-            *text++ = *item;
-        }
+        text = write_escaped(item, text, end);
         *text++ = separator;
     }
     *text = 0;
@@ -196,7 +265,7 @@ kr_result kr_settings_compose_multi_string(const kr_array_string* array, kr_char
                        static_cast<u32>(size_bytes));
         return result;
     }
-    result = write_text(array, static_cast<kr_char*>(text.get()));
+    result = write_text(array, static_cast<kr_char*>(text.get()), length_chars);
     if (kr_result_succeeded(result)) {
         *out = static_cast<kr_char*>(text.release());
     }

@@ -2,6 +2,8 @@
 /// change.
 #include "settings/multi_string.h"
 
+#include <random>
+
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 #include "support/string_array.h"
@@ -55,6 +57,27 @@ TEST_F(MultiString, ReadsIntoAnArrayOrLeavesIt) {
         if (!reads) { continue; }
         EXPECT_EQ(kr_settings_set_multi_string(settings_, entry, array_of(row.added).get()), ok);
         EXPECT_EQ(settings_.text("entry"), row.stored_again);
+    }
+}
+
+TEST_F(MultiString, ComposesAsAPlainLoopWould) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 3000; ++round) {
+        items given(random() % 4);
+        std::string text;
+        for (std::string& item : given) {
+            for (auto length = random() % 40; length != 0; --length) {
+                item += "ab;\\"[random() % (round % 2 == 0 ? 4 : 2)];
+                text += std::string(item.back() == ';' || item.back() == '\\' ? "\\" : "") + item.back();
+            }
+            text += ';';
+        }
+        kr::owned_text composed;
+        EXPECT_EQ(kr_settings_compose_multi_string(array_of(given).get(), composed.out()), ok);
+        EXPECT_EQ(utf8(composed.get()), text);
+        const kr::owned_strings read = array_of({});
+        EXPECT_EQ(kr_settings_parse_multi_string(composed.get(), read.get()), ok);
+        EXPECT_EQ(items_of(read), given);
     }
 }
 
