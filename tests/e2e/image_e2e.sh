@@ -66,6 +66,14 @@ InternalName\" loadprobe
 OriginalFilename\" loadprobe.exe
 ProductName\" loadprobe
 ProductVersion\" $version"
+  check 'program: a manifest that asks for no rights and names four systems' "$(python3 - "$program" <<'PY'
+import re, sys, xml.dom.minidom
+with open(sys.argv[1], "rb") as file:
+    text = re.search(rb"<assembly .*</assembly>", file.read(), re.DOTALL).group()
+tags = xml.dom.minidom.parseString(text).getElementsByTagName
+print(tags("requestedExecutionLevel")[0].getAttribute("level"), len(tags("supportedOS")))
+PY
+  )" 'asInvoker 4'
   osslsigncode remove-signature -in "$driver" -out "$work/bare.sys" >/dev/null
   check 'program: the very driver, and the tool for those who verify finds it' \
     "$("$(dirname "$0")/../../tools/scripts/verify_image.sh" --read "$program" | sed -nE 's/^.* ([0-9a-f]{64}).*/\1/p')" \

@@ -29,6 +29,10 @@ check 'a good driver: log' "$(messages)" "$compatible
 $(stored 1)"
 
 fresh
+wine "$BUILD/tools/loadprobe/loadprobe.exe" '/?' </dev/null >/dev/null 2>&1
+check 'arguments are passed over' "$? $(stored_verdict) $(left_behind)" '0 1 nothing'
+
+fresh
 wine sc create krdummy type= kernel start= demand binPath= 'C:\other.sys' >/dev/null 2>&1
 before=$(wine sc qc krdummy 2>&1)
 ends 'a leftover service' '0 0 service '
@@ -89,7 +93,11 @@ check 'everything taken back' "$(wine reg query 'HKLM\SOFTWARE\Korinth' /s 2>/de
 $(wine reg query 'HKLM\SYSTEM\CurrentControlSet\Services\EventLog\Application' 2>/dev/null | grep -ic loadprobe)" '0
 0'
 
-# A library that lies beside the program, loaded late: any image will do.
+# A library that lies beside the program, loaded late: any image will do. The program narrows the search before
+# the runtime makes its first call.
+probe "$BUILD/tools/loadprobe/loadprobe.exe" 1 GetModuleHandleW GetProcAddress GetStartupInfoW __set_app_type \
+  __wgetmainargs _initterm malloc
+check 'the first call' "$debug_output" 'killed before GetModuleHandleW'
 late=$work/late
 mkdir "$late"
 cp "$BUILD"/tests/e2e/late_load*.exe "$late/"

@@ -9,8 +9,8 @@ usage() {
 usage: tools/scripts/long_tests.sh [MINUTES [WORD]]
 
 Every fuzz target, and then the thread tests under the thread sanitizer over and over, for MINUTES
-each (10 unless given; 0.1 is a fair try); with WORD only those whose name holds it. Says how long
-each ran and what it found. Exit status 2 when one found something: the input, or the log of the run,
+each (10 unless given; 0.1 is a fair try); at last "kills" once: the program under Wine, killed before
+each of its calls. With WORD only those whose name holds it. Says how long each ran and what it found. Exit status 2 when one found something: the input, or the log of the run,
 lies in build/long.
 EOF
 }
@@ -73,8 +73,21 @@ threads() {
   say "$name" "$started" "nothing found in $rounds rounds" 0
 }
 
+# kills: the trial of that name, in the session of the tests under Wine.
+kills() {
+  local started=$SECONDS status=0 session=(tools/scripts/wine_session.sh)
+  { work "${session[@]}" start "$PWD/build/windows/prefix" &&
+    work tests/e2e/kill_trial.sh "$PWD/build/windows"; } >"$logs/kills.log" 2>&1 || status=1
+  work "${session[@]}" stop "$PWD/build/windows/prefix" >>"$logs/kills.log" 2>&1
+  if [ $status -eq 0 ]; then
+    say kills "$started" "nothing found before $(grep -c 'killed before it' "$logs/kills.log") calls" 0
+  else
+    say kills "$started" "FOUND something, see $logs/kills.log" 1
+  fi
+}
+
 echo "${bold}loadprobe: long tests, $minutes minutes each$plain"
-need "${build_packages[@]}" python3=python3 pkg-config=pkg-config clang++-14=clang-14 \
+need "${build_packages[@]}" "${wine_packages[@]}" python3=python3 pkg-config=pkg-config clang++-14=clang-14 \
   llvm-symbolizer-14=llvm-14 /usr/lib/llvm-14/lib/clang/14.0.6/lib/linux=libclang-rt-14-dev
 fuzzers=()
 for source in fuzz/*_fuzz.cpp; do
@@ -85,7 +98,10 @@ areas=()
 for area in base log; do
   [[ ${area}_threads != *"$word"* ]] || areas+=("$area")
 done
-[ $((${#fuzzers[@]} + ${#areas[@]})) -gt 0 ] || die "Nothing is called $word."
+trials=()
+[[ kills != *"$word"* ]] || trials+=(kills)
+all=$((${#fuzzers[@]} + ${#areas[@]} + ${#trials[@]}))
+[ $all -gt 0 ] || die "Nothing is called $word."
 
 [ ${#fuzzers[@]} -eq 0 ] || build host-fuzz "${fuzzers[@]}"
 targets=()
@@ -93,4 +109,8 @@ for area in "${areas[@]}"; do targets+=("kr_${area}_tests"); done
 [ ${#areas[@]} -eq 0 ] || build host-tsan "${targets[@]}"
 for name in "${fuzzers[@]}"; do fuzz "$name"; done
 for area in "${areas[@]}"; do threads "$area" '*Thread*:*Mutex*'; done
-[ $found -eq 0 ] || die "$found of $((${#fuzzers[@]} + ${#areas[@]})) found something."
+if [ ${#trials[@]} -gt 0 ]; then
+  build windows loadprobe debugrun
+  kills
+fi
+[ $found -eq 0 ] || die "$found of $all found something."
