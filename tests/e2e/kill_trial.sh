@@ -21,8 +21,12 @@ next_run() {
   esac
 }
 
-# ended: exit code, verdict and what is left behind.
-ended() { echo "$exit_code $(stored_verdict) $(left_behind)"; }
+# ends WHAT EXPECTED: compares exit code, verdict and what is left behind; shows what the run said otherwise.
+ends() {
+  local before=$failures
+  check "$1" "$exit_code $(stored_verdict) $(left_behind)" "$2"
+  [ "$failures" -eq "$before" ] || echo "$debug_output"
+}
 
 for number in "${!calls[@]}"; do
   fresh
@@ -33,13 +37,13 @@ for number in "${!calls[@]}"; do
   left=$(left_behind)
   ! wine sc query krdummy 2>/dev/null | grep -q RUNNING || left+=running
   probe
-  check "$what: the next run, after $left" "$(ended)" "$(next_run "$left")"
+  ends "$what: the next run, after $left" "$(next_run "$left")"
   batch "$work/recover.cmd"
   probe
-  check "$what: the three commands" "$(ended)" '0 1 nothing'
+  ends "$what: the three commands" '0 1 nothing'
 done
 fresh
 probe "$program" $((${#calls[@]} + 1)) "${calls[@]}"
-check 'there are no further calls' "$(ended)" '0 1 nothing'
+ends 'there are no further calls' '0 1 nothing'
 fresh
 finish
