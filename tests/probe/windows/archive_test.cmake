@@ -30,6 +30,6 @@ endif()
 # Notepad on the oldest system that the program is for shows lines that end in LF alone as one.
 file(READ ${folder}/ADMINS.txt notes)
 file(READ ${folder}/ADMINS.txt bytes HEX)
-if(NOT bytes MATCHES "0d0a" OR notes MATCHES "@")
+if(NOT bytes MATCHES "0d0a" OR notes MATCHES "@[A-Za-z_]+@")
   message(FATAL_ERROR "ADMINS.txt has the wrong line ends, or a name in it was not replaced")
 endif()
