@@ -149,64 +149,44 @@ TEST(Mempool, SurvivesEveryFailingAllocation) {
     }
 }
 
-/// The lock is free while a pool grows: elements may come back then.
-TEST(Mempool, TakesElementsBackWhileItGrows) {
-    static kr_mempool* growing;
-    static std::vector<void*> held;
-    test_pool pool(8, 4, 0);
-    growing = pool.pool;
-    held.clear();
-    for (u32 i = 0; i < 4; ++i) { held.push_back(pool.alloc()); }
-    const std::vector<void*> before = held;
-    kr_memory_set_hooks(
-        [](void** out, std::size_t size) {
-            if (held.size() > 2) {
-                kr_mempool_free(growing, held.back());
-                held.pop_back();
-            }
-            *out = std::malloc(size);
-            return ok;
-        },
-        std::free);
-    // What came back last goes out first, then the elements of the growth.
-    EXPECT_EQ(pool.alloc(), before[2]);
-    EXPECT_EQ(pool.alloc(), before[3]);
-    const void* const fresh = pool.alloc();
-    kr_memory_set_hooks(nullptr, nullptr);
-    EXPECT_EQ(std::count(before.begin(), before.end(), fresh), 0);
-    pool.free(before[2]);
-    EXPECT_EQ(pool.alloc(), before[2]);
-}
-
-/// A second thread that finds the pool empty waits for the growth that is under way.
-TEST(MempoolThreads, GrowOneAtATime) {
+/// The lock is free while a pool grows: elements may come back then and go out again, and a second
+/// thread that finds the pool empty waits for the growth that is under way.
+TEST(Mempool, IsInUseWhileOneThreadGrowsIt) {
     static kr_mempool* growing;
     static std::thread::id grower;
     static std::jthread second;
     static std::atomic<u32> foreign;
-    grower = std::this_thread::get_id();
-    foreign = 0;
-    test_pool pool(8, 2, 0);
+    static std::vector<void*> held, got;
+    test_pool pool(8, 4, 0);
     growing = pool.pool;
-    std::set<void*> seen = {pool.alloc(), pool.alloc()};
-    static void* other = nullptr;
+    grower = std::this_thread::get_id();
+    held = {pool.alloc(), pool.alloc(), pool.alloc(), pool.alloc()};
+    got.assign(3, nullptr);
     kr_memory_set_hooks(
         [](void** out, std::size_t size) {
             foreign += std::this_thread::get_id() != grower ? 1 : 0;
             if (!second.joinable()) {
-                second = std::jthread([] { EXPECT_EQ(kr_mempool_alloc(growing, &other), ok); });
+                second = std::jthread([] {
+                    kr_mempool_free(growing, held[3]);
+                    kr_mempool_free(growing, held[2]);
+                    for (void*& element : got) { EXPECT_EQ(kr_mempool_alloc(growing, &element), ok); }
+                });
                 std::this_thread::sleep_for(std::chrono::milliseconds(20));
             }
             *out = std::malloc(size);
             return ok;
         },
         std::free);
-    seen.insert(pool.alloc());
+    const void* const fresh = pool.alloc();
     second.join();
     kr_memory_set_hooks(nullptr, nullptr);
-    seen.insert(other);
-    EXPECT_EQ(seen.size(), 4u);
     EXPECT_EQ(foreign, 0u);
+    // What came back last goes out first, then the elements of the growth.
+    EXPECT_THAT(got, ElementsAre(held[2], held[3], testing::Not(testing::AnyOfArray(held))));
+    EXPECT_NE(fresh, got[2]);
+    EXPECT_EQ(std::count(held.begin(), held.end(), fresh), 0);
+    pool.free(held[2]);
+    EXPECT_EQ(pool.alloc(), held[2]);
 }
 
 /// Every thread writes its mark into what it holds; a second owner would overwrite it.

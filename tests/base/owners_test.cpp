@@ -77,17 +77,16 @@ TEST(Owners, LeaveNothingOfTheLibrarysHandlesBehind) {
 
 TEST(Owners, EndTheLibraryOnlyWhereItStarted) {
     static int running = 0;
-    static kr_result start = out_of_memory;
-    static constinit kr_module module = {"counted",
-                                         [] {
-                                             running += kr_result_succeeded(start) ? 1 : 0;
-                                             return start;
-                                         },
-                                         [] {
-                                             --running;
-                                             return KR_SUCCESS;
-                                         },
-                                         nullptr};
+    static kr_result start = ok;
+    constexpr auto init = [] {
+        running += kr_result_succeeded(start) ? 1 : 0;
+        return start;
+    };
+    constexpr auto fini = [] {
+        --running;
+        return ok;
+    };
+    static constinit kr_module module = {"counted", init, fini, nullptr};
     for (const kr_result result : {ok, out_of_memory, ok}) {
         start = result;
         kr_module_register(&module);

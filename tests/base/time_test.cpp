@@ -124,37 +124,27 @@ TEST(Time, SubtractsInTheFinerUnit) {
 }
 
 TEST(Time, ScalesDurationsOnly) {
-    constexpr auto divide = [](const kr_time* t, u64 divisor, kr_time* out) {
-        return kr_time_divide(t, static_cast<u32>(divisor), out);
-    };
-    const struct {
-        int line;
-        kr_result (*scale)(const kr_time*, u64, kr_time*);
-        kr_time from;
-        u64 factor;
-        kr_result result;
-        u64 count;
-    } rows[] = {
-        {__LINE__, kr_time_multiply, duration(ms, 2), 3, ok, 6},
-        {__LINE__, kr_time_multiply, duration(ms, maximum), 1, ok, maximum},
-        {__LINE__, kr_time_multiply, duration(ms, u64{1} << 63), 2, overflow, 0},
-        {__LINE__, kr_time_multiply, duration(ms, 2), 0, invalid, 0},
-        {__LINE__, kr_time_multiply, point(ms, 2), 1, invalid, 0},
-        {__LINE__, divide, duration(ms, 6), 4, ok, 1},
-        {__LINE__, divide, duration(ms, 1), 2, ok, 0},
-        {__LINE__, divide, duration(ms, 2), 0, invalid, 0},
-        {__LINE__, divide, point(ms, 2), 1, invalid, 0},
-    };
-    for (const auto& r : rows) {
-        kr_time t = r.from;
-        EXPECT_EQ(r.scale(&t, r.factor, &t), r.result) << r.line;
-        EXPECT_TRUE(same(t, r.result == ok ? duration(ms, r.count) : r.from)) << r.line;
+    for (const u64 count : telling_counts()) {
+        for (const u64 factor : telling_counts()) {
+            const kr_result results[] = {factor == 0                      ? invalid
+                                         : u128{count} * factor > maximum ? overflow
+                                                                          : ok,
+                                         static_cast<u32>(factor) == 0 ? invalid : ok};
+            kr_time product = duration(ms, count), quotient = product, absolute = point(ms, count);
+            ASSERT_EQ(kr_time_multiply(&product, factor, &product), results[0]) << count << ' ' << factor;
+            ASSERT_TRUE(same(product, duration(ms, results[0] == ok ? count * factor : count)));
+            ASSERT_EQ(kr_time_divide(&quotient, static_cast<u32>(factor), &quotient), results[1]);
+            ASSERT_TRUE(
+                same(quotient, duration(ms, results[1] == ok ? count / static_cast<u32>(factor) : count)));
+            ASSERT_EQ(kr_time_multiply(&absolute, 1, &absolute), invalid);
+            ASSERT_EQ(kr_time_divide(&absolute, 1, &absolute), invalid);
+        }
     }
-    kr_time made{};
+    kr_time made = point(ns, 1);
     kr_time_set_zero(&made);
     EXPECT_TRUE(same(made, duration(s, 0)));
-    for (const kr_time& none : {duration(ms, 0), point(ms, 0)}) {
-        EXPECT_EQ(kr_time_is_zero(&none), kr_result_make_success(none.relative != 0 ? KR_YES : KR_NO));
+    for (const kr_time& t : {duration(ms, 0), duration(ms, 1), point(ms, 0)}) {
+        EXPECT_EQ(kr_time_is_zero(&t), t.relative > t.count ? yes : no) << t.count;
     }
 }
 
@@ -169,21 +159,19 @@ TEST(Time, GoesToUtcSecondsAndBack) {
     }
     constexpr u64 epoch = KR_TIME_EPOCH_DISTANCE_SECONDS;
     u32 out = 3;
-    const kr_time before = point(s, epoch - 1);
-    const kr_time after = point(s, epoch + 0x100000000);
-    const kr_time relative = duration(s, epoch);
-    const kr_time fraction = point(ms, 1);
-    EXPECT_EQ(kr_time_getUTC32(&before, &out), overflow);
-    EXPECT_EQ(kr_time_getUTC32(&after, &out), overflow);
-    EXPECT_EQ(kr_time_getUTC32(&relative, &out), invalid);
-    EXPECT_EQ(kr_time_getUTC32(&fraction, &out), unexpected);
+    for (const auto& [t, result] : {std::pair{point(s, epoch - 1), overflow},
+                                    {point(s, epoch + 0x100000000), overflow},
+                                    {duration(s, epoch), invalid},
+                                    {point(ms, 1), unexpected}}) {
+        EXPECT_EQ(kr_time_getUTC32(&t, &out), result);
+    }
     EXPECT_EQ(out, 3u);
-    EXPECT_THAT(log.take(),
-                ElementsAre("E 01 kr_time_getUTC32: Overflow.", "E 01 kr_time_getUTC32: Overflow.",
-                            "E 01 kr_time_getUTC32: time_getUTC32 is only applicable to absolute "
-                            "time values.",
-                            "E 01 kr_time_getUTC32: Cannot get seconds. Result is 0x8200004E "
-                            "(error \"Zero\" from \"Unknown source\")"));
+    EXPECT_THAT(
+        log.take(),
+        ElementsAre("E 01 kr_time_getUTC32: Overflow.", "E 01 kr_time_getUTC32: Overflow.",
+                    "E 01 kr_time_getUTC32: time_getUTC32 is only applicable to absolute time values.",
+                    "E 01 kr_time_getUTC32: Cannot get seconds. Result is 0x8200004E "
+                    "(error \"Zero\" from \"Unknown source\")"));
 }
 
 class LocalDate : public testing::Test {
@@ -195,23 +183,15 @@ private:
 };
 
 TEST_F(LocalDate, FormatsShiftedByTheOffset) {
-    constexpr struct {
-        int line;
-        i32 offset;
-        u32 utc;
-        const char* text;
-    } rows[] = {
-        {__LINE__, 3'600, 0, "700101 01:00:00"},
-        {__LINE__, 3'600, 2'147'483'648, "380119 04:14:08"},
-        {__LINE__, -3'600, 951'868'800, "000229 23:00:00"},
-        {__LINE__, -1, 0, "060207 06:28:15"},
-    };
+    constexpr std::tuple<i32, u32, const char*> rows[] = {{3'600, 0, "700101 01:00:00"},
+                                                          {3'600, 2'147'483'648, "380119 04:14:08"},
+                                                          {-3'600, 951'868'800, "000229 23:00:00"},
+                                                          {-1, 0, "060207 06:28:15"}};
     kr_char buffer[64];
-    const char* const format = "%02d%02d%02d %02d:%02d:%02d";
-    for (const auto& r : rows) {
-        kr_time_local_offset = r.offset;
-        EXPECT_EQ(kr_time_format_local(r.utc, buffer, sizeof(buffer), format), ok);
-        EXPECT_EQ(utf8(buffer), r.text) << r.line;
+    for (const auto& [offset, utc, text] : rows) {
+        kr_time_local_offset = offset;
+        EXPECT_EQ(kr_time_format_local(utc, buffer, sizeof(buffer), "%02d%02d%02d %02d:%02d:%02d"), ok);
+        EXPECT_EQ(utf8(buffer), text);
     }
     kr_time_local_offset = 0;
     EXPECT_EQ(kr_time_format_local(0, buffer, 4, "%d"), too_small);
@@ -241,34 +221,25 @@ TEST_F(LocalDate, AgreesWithTheRuntimeOnEveryDay) {
 }
 
 TEST(Clocks, MoveForwardAndAgreeWithTheRuntime) {
-    const captured_log log;
-    kr_time now{};
+    captured_log log;
+    kr_time now{}, first{}, second{}, since = point(9, 9);
     ASSERT_EQ(kr_time_get_current(&now), ok);
-    EXPECT_EQ(now.unit, ns);
-    EXPECT_EQ(now.relative, 0u);
+    EXPECT_TRUE(same(now, point(ns, now.count)));
     u32 seconds = 0;
     ASSERT_EQ(kr_time_getUTC32(&now, &seconds), ok);
     EXPECT_NEAR(static_cast<double>(seconds), static_cast<double>(std::time(nullptr)), 2);
-    kr_time first{}, second{};
     ASSERT_EQ(kr_time_get_uptime(&first), ok);
     ASSERT_EQ(kr_time_get_uptime(&second), ok);
-    i32 direction = 0;
     EXPECT_EQ(first.relative, 1u);
+    i32 direction = 0;
     EXPECT_TRUE(kr_result_succeeded(kr_time_diff(&first, &second, nullptr, &direction)));
     EXPECT_GE(direction, 0);
-}
-
-TEST(Clocks, SinceRefusesTheFutureButTellsItsDistance) {
-    captured_log log;
-    kr_time now{};
-    ASSERT_EQ(kr_time_get_current(&now), ok);
-    kr_time since = point(9, 9);
+    // The time since a moment: the future is refused, though its distance is told.
     EXPECT_EQ(kr_time_since(&now, &since), ok);
     EXPECT_EQ(since.relative, 1u);
-    const kr_time future = point(ns, now.count + 5'000'000'000);
+    const kr_time future = point(ns, now.count + 5'000'000'000), relative = duration(s, 1);
     EXPECT_EQ(kr_time_since(&future, &since), invalid);
     EXPECT_NEAR(static_cast<double>(since.count), 5e9, 2e9);
-    const kr_time relative = duration(s, 1);
     EXPECT_EQ(kr_time_since(&relative, &since), invalid);
     EXPECT_THAT(log.take(), ElementsAre("W 01 kr_time_since: Supplied time is in the future",
                                         "E 01 kr_time_since: kr_time_diff() failed Result is 0x8200000C "

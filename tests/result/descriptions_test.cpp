@@ -12,44 +12,38 @@ using namespace kr::test;
 constexpr kr_result cut = 0x02000021;
 
 struct description_row {
-    int line;
     kr_result result;
     const char* text;
 };
 
 TEST(CodeDescription, FindsTheTextOfEverySpace) {
     constexpr description_row rows[] = {
-        {__LINE__, 0x82000000, "Generic"},
-        {__LINE__, 0x82000002, "Out of memory"},
-        {__LINE__, 0x8200001E, "Unknown internal code"},
-        {__LINE__, 0x8200004B, "Unknown internal code"},
-        {__LINE__, 0x820000D1, "Login required"},
-        {__LINE__, 0x82001000, "Unknown internal code"},
-        {__LINE__, 0x82001001, "XML parse has failed and the XML is considered bad"},
-        {__LINE__, 0x0255200E, "The template project is not available"},
-        {__LINE__, 0x8200FFFF, "Unknown internal code"},
-        {__LINE__, 0x81000000, "No error"},
-        {__LINE__, 0x81000023, "Resource temporarily unavailable / Operation would block"},
-        {__LINE__, 0x8100005D, "Attribute not found"},
-        {__LINE__, 0x81000003, "Unknown macintosh BSD code"},
-        {__LINE__, 0x83000028, "Too many symbolic links encountered"},
-        {__LINE__, 0x83000029, "Unknown Linux code"},
-        {__LINE__, 0x8300007C, "Wrong medium type"},
-        {__LINE__, 0x8300007D, "Unknown Linux code"},
-        {__LINE__, 0x86000005, "Buffer overflow"},
-        {__LINE__, 0x86000279, "Reparse point not handled"},
-        {__LINE__, 0x86000379, "Unknown NTSTATUS code"},
-        {__LINE__, 0x0C000000, "success"},
-        {__LINE__, 0x8C000005, "general error"},
-        {__LINE__, 0x8C000001, "Unknown macintosh Mach code"},
-        {__LINE__, 0x8E000000, "Unknown forth code"},
-        {__LINE__, 0x8E00001D, "Invalid argument passed to a word"},
-        {__LINE__, 0x8E00001E, "Unknown forth code"},
-        {__LINE__, 0x85000001, "Unknown pool code"},
-        {__LINE__, 0xC6000034, "Unknown pool code"},
-    };
+        {0x8200001E, "Unknown internal code"},
+        {0x820000D1, "Login required"},
+        {0x82001000, "Unknown internal code"},
+        {0x82001001, "XML parse has failed and the XML is considered bad"},
+        {0x0255200E, "The template project is not available"},
+        {0x8200FFFF, "Unknown internal code"},
+        {0x81000000, "No error"},
+        {0x81000023, "Resource temporarily unavailable / Operation would block"},
+        {0x8100005D, "Attribute not found"},
+        {0x81000003, "Unknown macintosh BSD code"},
+        {0x83000029, "Unknown Linux code"},
+        {0x8300007C, "Wrong medium type"},
+        {0x8300007D, "Unknown Linux code"},
+        {0x86000005, "Buffer overflow"},
+        {0x86000279, "Reparse point not handled"},
+        {0x86000379, "Unknown NTSTATUS code"},
+        {0x0C000000, "success"},
+        {0x8C000005, "general error"},
+        {0x8C000001, "Unknown macintosh Mach code"},
+        {0x8E000000, "Unknown forth code"},
+        {0x8E00001D, "Invalid argument passed to a word"},
+        {0x8E00001E, "Unknown forth code"},
+        {0x85000001, "Unknown pool code"},
+        {0xC6000034, "Unknown pool code"}};
     for (const description_row& row : rows) {
-        SCOPED_TRACE(row.line);
+        SCOPED_TRACE(row.text);
         const size_t needed = (std::strlen(row.text) + 1) * sizeof(kr_char);
         guarded_buffer<kr_char> buffer(byte_count{needed});
         size_t size = needed - 1;
@@ -64,14 +58,13 @@ TEST(CodeDescription, FindsTheTextOfEverySpace) {
 
 TEST(Description, FramesTheTextAndCutsItToTheRoom) {
     constexpr description_row rows[] = {
-        {__LINE__, KR_SUCCESS, "success \"Generic\" from \"Unknown source\""},
-        {__LINE__, 0x82000002, "error \"Out of memory\" from \"Unknown source\""},
-        {__LINE__, 0x83FF0001, "error \"Operation not permitted\" from \"Unknown source\""},
-        {__LINE__, 0x83010001, "error \"Operation not permitted\" from \"Driver probe\""},
-        {__LINE__, KR_RESULT_INVALID, "Invalid result value"},
-    };
+        {KR_SUCCESS, "success \"Generic\" from \"Unknown source\""},
+        {0x82000002, "error \"Out of memory\" from \"Unknown source\""},
+        {0x83FF0001, "error \"Operation not permitted\" from \"Unknown source\""},
+        {0x83010001, "error \"Operation not permitted\" from \"Driver probe\""},
+        {KR_RESULT_INVALID, "Invalid result value"}};
     for (const description_row& row : rows) {
-        SCOPED_TRACE(row.line);
+        SCOPED_TRACE(row.text);
         const std::string text = row.text;
         const size_t needed = (text.size() + 1) * sizeof(kr_char);
         size_t size = 0;
