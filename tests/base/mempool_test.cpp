@@ -59,15 +59,11 @@ TEST(Mempool, EndsInTheOrderOfItsMakingBackwards) {
 /// number of live blocks tells the number of elements.
 TEST(Mempool, GrowsByItsCountUpToItsBound) {
     const struct {
-        int line;
         u32 grow, max;
         std::vector<std::size_t> stock;
-    } rows[] = {
-        {__LINE__, 0, 0, {10, 20, 30}}, {__LINE__, 10, 12, {10, 12}}, {__LINE__, 3, 9, {3, 6, 9}},
-        {__LINE__, 1, 2, {1, 2}},       {__LINE__, 5, 2, {5}},
-    };
+    } rows[] = {{0, 0, {10, 20, 30}}, {10, 12, {10, 12}}, {3, 9, {3, 6, 9}}, {1, 2, {1, 2}}, {5, 2, {5}}};
     for (const auto& r : rows) {
-        SCOPED_TRACE(r.line);
+        SCOPED_TRACE(r.grow);
         const failing_allocator allocator;
         test_pool pool(24, r.grow, r.max, KR_MEMPOOL_FAIL_WHEN_FULL);
         const std::size_t others = allocator.live() - r.stock.front();
@@ -89,23 +85,15 @@ TEST(Mempool, GrowsByItsCountUpToItsBound) {
 
 /// Against the plain description: an array, an element found by a scan and swapped to the border.
 TEST(Mempool, HandsOutTheElementThatALinearPoolWould) {
-    const struct {
-        int line;
-        u64 element_size;
-        u32 grow, steps;
-    } rows[] = {
-        {__LINE__, 1, 1, 3000},
-        {__LINE__, 24, 10, 20000},
-        {__LINE__, 9000, 64, 3000},
-        {__LINE__, 16, 5000, 20000},
-    };
+    constexpr std::tuple<u64, u32, u32> rows[] = {
+        {1, 1, 3000}, {24, 10, 20000}, {9000, 64, 3000}, {16, 5000, 20000}};
     std::mt19937 random(1); // NOLINT(*-msc51-cpp): the same steps in every run
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.line);
-        test_pool pool(r.element_size, r.grow, 0);
+    for (const auto& [element_size, grow, steps] : rows) {
+        SCOPED_TRACE(element_size);
+        test_pool pool(element_size, grow, 0);
         std::vector<void*> elements;
         std::size_t used = 0;
-        for (u32 i = 0; i < r.steps; ++i) {
+        for (u32 i = 0; i < steps; ++i) {
             if (random() % 16 < (i / 512 % 2 != 0 ? 4u : 12u)) {
                 void* element = pool.alloc();
                 if (used < elements.size()) {
@@ -192,16 +180,13 @@ TEST(Mempool, IsInUseWhileOneThreadGrowsIt) {
 /// Every thread writes its mark into what it holds; a second owner would overwrite it.
 TEST(MempoolThreads, NeverHandOutAnElementTwice) {
     struct row {
-        int line;
         u32 grow, max, held;
     };
     constexpr u32 thread_count = 4;
     // At a bound below the sum of what the threads want, each holds one at most: with more, all
     // could wait for each other.
-    constexpr row rows[] = {
-        {__LINE__, 1, 0, 3}, {__LINE__, 100, 0, 3}, {__LINE__, 5, 12, 3}, {__LINE__, 1, 2, 1}};
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.line);
+    for (const row& r : {row{1, 0, 3}, {100, 0, 3}, {5, 12, 3}, {1, 2, 1}}) {
+        SCOPED_TRACE(r.grow);
         const failing_allocator allocator;
         test_pool pool(sizeof(u64), r.grow, r.max);
         const std::size_t others = allocator.live() - r.grow;

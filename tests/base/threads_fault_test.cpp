@@ -24,18 +24,6 @@ void run_when_released(void* flag) {
     ++ran;
 }
 
-TEST(ThreadFaults, ARefusedThreadRunsNothingAndLeavesItsRecordForTheNext) {
-    ran = 0;
-    ASSERT_EQ(kr_thread_module()->init(), ok);
-    {
-        const armed_fault refuse({.call = "_beginthreadex", .error = 1455});
-        EXPECT_EQ(kr_thread_create_normal(run, nullptr), 0x84000000u | 1455);
-    }
-    EXPECT_EQ(kr_thread_create_normal(run, nullptr), ok);
-    EXPECT_EQ(kr_thread_module()->fini(), ok);
-    EXPECT_EQ(ran, 1);
-}
-
 TEST(ThreadFaults, AFailedWaitLosesNoThreadAndWaitsForNoneTwice) {
     static std::atomic<bool> first, second;
     for (const bool start_anew : {false, true}) {
@@ -66,14 +54,20 @@ TEST(ThreadFaults, AFailedWaitLosesNoThreadAndWaitsForNoneTwice) {
     }
 }
 
-TEST(ThreadFaults, AFinishedThreadHasClosedItsHandleAndIsNotWaitedFor) {
+TEST(ThreadFaults, ARefusedThreadRunsNothingAndAFinishedOneIsNotWaitedFor) {
+    ran = 0;
     ASSERT_EQ(kr_thread_module()->init(), ok);
     const kr::host::call_recorder recorder;
+    {
+        const armed_fault refuse({.call = "_beginthreadex", .error = 1455});
+        EXPECT_EQ(kr_thread_create_normal(run, nullptr), 0x84000000u | 1455);
+    }
     ASSERT_EQ(kr_thread_create_normal(run, nullptr), ok);
     for (int patience = 10000; recorder.count("CloseHandle") == 0 && patience != 0; --patience) { Sleep(1); }
     EXPECT_EQ(kr_thread_module()->fini(), ok);
     EXPECT_EQ(recorder.count("CloseHandle"), 1u);
     EXPECT_EQ(recorder.count("WaitForSingleObject"), 0u);
+    EXPECT_EQ(ran, 1);
 }
 
 /// For a process of its own, which ends with 0 when all was as it must be.

@@ -33,33 +33,20 @@ TEST(Mutex, KeepsThreadsOutAndLetsItsHolderBackIn) {
     EXPECT_EQ(kr_mutex_destroy(&mutex), ok);
 }
 
-/// Starts the module by itself; each test stops it.
-class Threads : public testing::Test {
-protected:
-    void SetUp() override { ASSERT_EQ(kr_thread_module()->init(), ok); }
-    static void stop() { EXPECT_EQ(kr_thread_module()->fini(), ok); }
-};
-
-std::atomic<u32> ran;
-
-void count_run(void* arg) {
-    EXPECT_EQ(kr_thread_context_query(), 1u);
-    ran += *static_cast<const u32*>(arg);
-}
-
 struct priority_note {
     std::atomic<bool> created;
     int priority = THREAD_PRIORITY_ERROR_RETURN;
 };
 
-TEST_F(Threads, RunAtTheSystemsPriorityForTheirs) {
-    const std::pair<u32, int> rows[] = {{KR_THREAD_PRIORITY_IDLE, THREAD_PRIORITY_IDLE},
-                                        {KR_THREAD_PRIORITY_LOW, THREAD_PRIORITY_LOWEST},
-                                        {KR_THREAD_PRIORITY_NORMAL, THREAD_PRIORITY_NORMAL},
-                                        {KR_THREAD_PRIORITY_HIGH, THREAD_PRIORITY_TIME_CRITICAL},
-                                        {4, THREAD_PRIORITY_NORMAL},
-                                        {0xFFFFFFFF, THREAD_PRIORITY_NORMAL}};
+TEST(Threads, RunAtTheSystemsPriorityForTheirs) {
+    constexpr std::pair<u32, int> rows[] = {{KR_THREAD_PRIORITY_IDLE, THREAD_PRIORITY_IDLE},
+                                            {KR_THREAD_PRIORITY_LOW, THREAD_PRIORITY_LOWEST},
+                                            {KR_THREAD_PRIORITY_NORMAL, THREAD_PRIORITY_NORMAL},
+                                            {KR_THREAD_PRIORITY_HIGH, THREAD_PRIORITY_TIME_CRITICAL},
+                                            {4, THREAD_PRIORITY_NORMAL},
+                                            {0xFFFFFFFF, THREAD_PRIORITY_NORMAL}};
     priority_note notes[std::size(rows)];
+    ASSERT_EQ(kr_thread_module()->init(), ok);
     for (std::size_t i = 0; i < std::size(rows); ++i) {
         // The priority stands once the creation has returned.
         const auto ask = [](void* arg) {
@@ -70,44 +57,36 @@ TEST_F(Threads, RunAtTheSystemsPriorityForTheirs) {
         ASSERT_EQ(kr_thread_create(ask, rows[i].first, &notes[i]), ok);
         notes[i].created = true;
     }
-    EXPECT_EQ(kr_thread_create_normal(nullptr, nullptr), invalid);
-    stop();
+    EXPECT_EQ(kr_thread_module()->fini(), ok);
     for (std::size_t i = 0; i < std::size(rows); ++i) {
         EXPECT_EQ(notes[i].priority, rows[i].second) << rows[i].first;
     }
 }
 
-TEST_F(Threads, AreStartedByManyAtOnceAndAllEndBeforeTheModule) {
+/// Each of many starts others at once, one of them until it is refused while the module waits for it.
+TEST(Threads, AllEndBeforeTheModuleWhichRefusesMore) {
+    static std::atomic<u32> ran;
+    static std::atomic<kr_result> late;
     ran = 0;
-    static u32 one = 1;
+    static constexpr auto run = [](void*) { ran += kr_thread_context_query(); };
     constexpr u32 starters = 4, each = 50;
-    std::vector<std::jthread> threads;
-    for (u32 i = 0; i < starters; ++i) {
-        threads.emplace_back([] {
-            for (u32 n = 0; n < each; ++n) { EXPECT_EQ(kr_thread_create_normal(count_run, &one), ok); }
-        });
+    ASSERT_EQ(kr_thread_module()->init(), ok);
+    {
+        std::vector<std::jthread> threads;
+        for (u32 i = 0; i < starters; ++i) {
+            threads.emplace_back([] {
+                for (u32 n = 0; n < each; ++n) { EXPECT_EQ(kr_thread_create_normal(run, nullptr), ok); }
+            });
+        }
     }
-    threads.clear();
-    stop();
-    EXPECT_EQ(ran, starters * each);
-}
-
-std::atomic<bool> release;
-std::atomic<kr_result> late;
-
-/// A thread that is still running while the module waits for it tries to start others.
-void start_others(void*) {
-    while (!release) { std::this_thread::yield(); }
-    while (kr_result_succeeded(late = kr_thread_create_normal([](void*) {}, nullptr))) {}
-}
-
-TEST_F(Threads, AreRefusedFromTheMomentTheModuleStops) {
-    release = false;
+    const auto start_others = [](void*) {
+        while (kr_result_succeeded(late = kr_thread_create_normal([](void*) {}, nullptr))) {}
+    };
     ASSERT_EQ(kr_thread_create_normal(start_others, nullptr), ok);
-    release = true;
-    stop();
+    EXPECT_EQ(kr_thread_module()->fini(), ok);
+    EXPECT_EQ(ran, starters * each);
     EXPECT_EQ(late, generic);
-    EXPECT_EQ(kr_thread_create_normal([](void*) {}, nullptr), generic);
+    EXPECT_EQ(kr_thread_create_normal(run, nullptr), generic);
 }
 
 } // namespace
