@@ -1,9 +1,8 @@
 /// Clocks that are stopped, run over, or fail.
 #include "base/time/time.h"
 #include "log/startup/module.h"
-#include "platform/host/fault.h"
 #include "support/captured_log.h"
-#include "support/fresh_world.h"
+#include "support/host/world.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 /// Stamps and profile lines by stopped clocks.
 #include "base/time/time.h"
 #include "support/captured_log.h"
-#include "support/fresh_world.h"
+#include "support/host/world.h"
 
 namespace {
 

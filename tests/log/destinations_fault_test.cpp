@@ -8,10 +8,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/host/fault.h"
 #include "support/captured_log.h"
 #include "support/failing_allocator.h"
-#include "support/fresh_world.h"
+#include "support/host/world.h"
 #include "support/system.h"
 
 namespace {

@@ -2,10 +2,9 @@
 #include "log/startup/log_module.h"
 
 #include "log/startup/config.h"
-#include "platform/host/fault.h"
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
-#include "support/fresh_world.h"
+#include "support/host/world.h"
 
 namespace {
 

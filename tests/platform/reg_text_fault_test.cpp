@@ -1,8 +1,8 @@
 /// The stand-in's `.reg` text: what is read, what is refused and where, what is written, and what
 /// happens to the file behind the registry when something goes wrong.
 #include "platform/host/reg_text.h"
-#include "platform/platform.h"
 #include "support/host/world.h"
+#include "support/system.h"
 
 #include <csignal>
 #include <filesystem>
@@ -115,10 +115,7 @@ protected:
         std::ofstream(file, std::ios::binary) << text;
         reset_registry_to_file(file);
     }
-    [[nodiscard]] std::string got() const {
-        std::ifstream in(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
+    [[nodiscard]] std::string got() const { return kr::test::read_native_file(file); }
     static LSTATUS set(const WCHAR* name = u"v") {
         return RegSetValueExW(HKEY_LOCAL_MACHINE, name, 0, REG_BINARY, nullptr, 0);
     }

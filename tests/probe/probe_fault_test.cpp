@@ -1,7 +1,6 @@
 /// The probe from start to exit code on the stand-in, with every call that it makes failed once:
 /// what it says, in which order it cleans up, what it leaves behind.
 #include <cstring>
-#include <fstream>
 #include <map>
 #include <regex>
 
@@ -31,11 +30,6 @@ const std::map<std::string, std::string> cleanup_names = {
     {"RegCloseKey HKEY_LOCAL_MACHINE\\SOFTWARE\\Korinth", " key"},
     {"DeleteFileW C:\\Windows\\System32\\drivers\\krdummy.sys", " erase"},
 };
-
-std::string read_image() {
-    std::ifstream file(KR_TEST_DRIVER_IMAGE, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 SC_HANDLE create_service(const WCHAR* name, const WCHAR* path) {
     return CreateServiceW(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS), name, u"shown",
@@ -86,8 +80,8 @@ protected:
             const auto name = cleanup_names.find(call.name + " " + call.argument);
             cleanup += name != cleanup_names.end() ? name->second : "";
         }
-        std::ifstream file(kr::host::native_path(driver_path), std::ios::binary | std::ios::ate);
-        const std::string file_size = file ? std::to_string(file.tellg()) : "-";
+        const std::filesystem::path file = kr::test::native_path(driver_path);
+        const std::string file_size = exists(file) ? std::to_string(std::filesystem::file_size(file)) : "-";
         for (const std::u16string& name : kr::host::service_names()) { services += to_utf8(name); }
         return std::to_string(exit_code) + ' ' + stored_verdict() + ' ' + file_size + ' ' +
                (services.empty() ? "-" : services) + ':' + cleanup + '\n' + messages;
@@ -104,7 +98,7 @@ protected:
         return type == REG_DWORD && size_bytes == sizeof(value) ? std::to_string(value) : "of another type";
     }
 
-    const std::string image_ = read_image();
+    const std::string image_ = kr::test::read_native_file(KR_TEST_DRIVER_IMAGE);
     std::vector<kr::host::call_record> calls_;
 };
 
@@ -114,7 +108,7 @@ const std::string compatible = "F wmain: Successfully loaded test driver, will m
 const std::string loaded = "driver krdummy loaded\n", unloaded = "driver krdummy unloaded\n";
 const std::string supported = loaded + unloaded + compatible + set_value + "1\n";
 const std::string path = "C:\\Windows\\System32\\drivers\\krdummy.sys";
-const std::string size = std::to_string(read_image().size());
+const std::string size = std::to_string(std::filesystem::file_size(KR_TEST_DRIVER_IMAGE));
 const std::string whole = ": file stop delete service manager key erase\n";
 const std::string unstarted = "0 0 - -: file delete service manager key erase\n";
 
