@@ -2,6 +2,9 @@
 /// entry points.
 #include "printf/printf.h"
 
+#include <initializer_list>
+#include <span>
+
 #include "base/text/widen.h"
 #include "printf/library_engine.h"
 #include "printf/number_engine.h"
@@ -321,20 +324,43 @@ kr_result format_all(kr_char* buffer, size_t buffer_size, const char* format, va
     return format_all<false>(buffer, buffer_size, format, args, required_size);
 }
 
-template <bool Traced>
-kr_result string_format_all(kr_char* buffer, size_t buffer_size, const char* format,
-                            va_list* args) {
-    const format_scope<Traced> scope("kr_string_format_va");
-    scope.enter();
-    if (buffer == nullptr) {
-        return scope.leave(invalid_argument());
+/// The public functions that a call came through, the outermost first; kr_printf_format is not
+/// among them.
+using caller_names = std::initializer_list<const char*>;
+
+[[gnu::noinline]] kr_result format_traced(std::span<const char* const> callers, kr_char* buffer,
+                                          size_t buffer_size, const char* format, va_list* args,
+                                          size_t* required_size) {
+    if (callers.empty()) {
+        return format_all<true>(buffer, buffer_size, format, args, required_size);
     }
-    const kr_result result = Traced ? format_all<true>(buffer, buffer_size, format, args, nullptr)
-                                    : format_untraced(buffer, buffer_size, format, args, nullptr);
+    const format_scope<true> scope(callers.front());
+    scope.enter();
+    return scope.leave(
+        format_traced(callers.subspan(1), buffer, buffer_size, format, args, required_size));
+}
+
+/// Chooses the engine.
+inline kr_result format_call(caller_names callers, kr_char* buffer, size_t buffer_size,
+                             const char* format, va_list* args, size_t* required_size) {
+    if (format_is_traced()) [[unlikely]] {
+        return format_traced({callers.begin(), callers.size()}, buffer, buffer_size, format, args,
+                             required_size);
+    }
+    return format_untraced(buffer, buffer_size, format, args, required_size);
+}
+
+/// The same for the functions that leave a string whatever happens.
+inline kr_result string_call(caller_names callers, kr_char* buffer, size_t buffer_size,
+                             const char* format, va_list* args) {
+    if (buffer == nullptr) {
+        return invalid_argument();
+    }
+    const kr_result result = format_call(callers, buffer, buffer_size, format, args, nullptr);
     if (kr_result_failed(result) && buffer_size >= sizeof(kr_char)) {
         buffer[0] = 0;
     }
-    return scope.leave(result);
+    return result;
 }
 
 } // namespace
@@ -347,35 +373,26 @@ kr_result kr_printf_format(kr_char* buffer, size_t buffer_size, const char* form
                            size_t* required_size) {
     va_list list;
     va_copy(list, args);
-    const kr_result result =
-        format_is_traced() ? format_all<true>(buffer, buffer_size, format, &list, required_size)
-                           : format_untraced(buffer, buffer_size, format, &list, required_size);
+    const kr_result result = format_call({}, buffer, buffer_size, format, &list, required_size);
     va_end(list);
     return result;
 }
 
 kr_result kr_printf_get_required_buffer_size(const char* format, va_list args,
                                              size_t* required_size) {
-    if (!format_is_traced()) {
-        return kr_printf_format(nullptr, 0, format, args, required_size);
-    }
-    const format_scope<true> scope(__func__);
-    scope.enter();
-    return scope.leave(kr_printf_format(nullptr, 0, format, args, required_size));
+    va_list list;
+    va_copy(list, args);
+    const kr_result result = format_call({__func__}, nullptr, 0, format, &list, required_size);
+    va_end(list);
+    return result;
 }
 
 kr_result kr_printf_format2(kr_char* buffer, size_t buffer_size, size_t* required_size,
                             const char* format, ...) {
     va_list list;
     va_start(list, format);
-    kr_result result = KR_SUCCESS;
-    if (format_is_traced()) {
-        const format_scope<true> scope(__func__);
-        scope.enter();
-        result = scope.leave(format_all<true>(buffer, buffer_size, format, &list, required_size));
-    } else {
-        result = format_untraced(buffer, buffer_size, format, &list, required_size);
-    }
+    const kr_result result =
+        format_call({__func__}, buffer, buffer_size, format, &list, required_size);
     va_end(list);
     return result;
 }
@@ -384,9 +401,7 @@ kr_result kr_string_format_va(kr_char* buffer, size_t buffer_size, const char* f
                               va_list args) {
     va_list list;
     va_copy(list, args);
-    const kr_result result = format_is_traced()
-                                 ? string_format_all<true>(buffer, buffer_size, format, &list)
-                                 : string_format_all<false>(buffer, buffer_size, format, &list);
+    const kr_result result = string_call({__func__}, buffer, buffer_size, format, &list);
     va_end(list);
     return result;
 }
@@ -394,14 +409,8 @@ kr_result kr_string_format_va(kr_char* buffer, size_t buffer_size, const char* f
 kr_result kr_string_format(kr_char* buffer, size_t buffer_size, const char* format, ...) {
     va_list list;
     va_start(list, format);
-    kr_result result = KR_SUCCESS;
-    if (format_is_traced()) {
-        const format_scope<true> scope(__func__);
-        scope.enter();
-        result = scope.leave(string_format_all<true>(buffer, buffer_size, format, &list));
-    } else {
-        result = string_format_all<false>(buffer, buffer_size, format, &list);
-    }
+    const kr_result result =
+        string_call({__func__, "kr_string_format_va"}, buffer, buffer_size, format, &list);
     va_end(list);
     return result;
 }

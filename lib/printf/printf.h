@@ -5,9 +5,9 @@
 ///
 ///     % [flags: each of ' - + space # 0 at most once] [width digits] [h | l | ll | z] letter
 ///
-/// where the letter may be two characters that begin with an underscore. printf/conversion_table.h
-/// lists the letters. There is no precision, no '*' and no left-justification; of the flags only 0
-/// and # change the output. h and l read 32 bits, ll and z read 64.
+/// where the letter may be two characters that begin with an underscore. docs/formatting.md lists
+/// the conversions with examples. There is no precision, no '*' and no left-justification; of the
+/// flags only 0 and # change the output. h and l read 32 bits, ll and z read 64.
 ///
 /// All sizes are in bytes, two for each character, the terminator included. The output is
 /// zero-terminated on success. Nothing here allocates, locks or keeps state: safe from any thread.
@@ -74,6 +74,21 @@ template <typename... Args>
 kr_string_format_checked(kr_char* buffer, size_t buffer_size,
                          kr_format<std::type_identity_t<Args>...> format, Args... args) {
     return kr_string_format(buffer, buffer_size, format.text, args...);
+}
+
+/// The same for an array, whose whole size is the room.
+template <size_t Chars, typename... Args>
+[[nodiscard]] inline kr_result
+kr_printf_format2_checked(kr_char (&buffer)[Chars], size_t* required_size,
+                          kr_format<std::type_identity_t<Args>...> format, Args... args) {
+    return kr_printf_format2(buffer, sizeof(buffer), required_size, format.text, args...);
+}
+
+template <size_t Chars, typename... Args>
+[[nodiscard]] inline kr_result
+kr_string_format_checked(kr_char (&buffer)[Chars], kr_format<std::type_identity_t<Args>...> format,
+                         Args... args) {
+    return kr_string_format(buffer, sizeof(buffer), format.text, args...);
 }
 
 /// The parsers of one conversion's parts. Each sets its output to 0, consumes what it recognises

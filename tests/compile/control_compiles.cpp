@@ -1,4 +1,4 @@
-/// What the sources beside this one do wrong, done right: were a refusal due to anything else, this
+/// What the refused calls do wrong, done right: were a refusal due to anything else, this
 /// would be refused too.
 #include "log/trace.h"
 #include "printf/printf.h"
@@ -13,6 +13,8 @@ kr_result accepted(kr_char* out, const kr_char* name, const KRGUID* guid, kr_res
     if (kr_result_failed(kr_printf_format2_checked(nullptr, 0, &size, "no conversion, 100%%"))) {
         return result;
     }
+    kr_char line[8];
+    if (kr_result_failed(kr_printf_format2_checked(line, &size, "%s", ""))) { return result; }
     return kr_string_format_checked(
         out, 64, "%05d %-i %#lx %hu %c %d %ld %08X %zu %lld %06ll_u %h_x %_b %s %_s %p %_P %_p %_g %_g", -1,
         u8{1}, 2u, 'c', kr_char{'w'}, red, i32{1}, true, sizeof(size), i64{1}, u64{1}, u16{1}, 1, nullptr,

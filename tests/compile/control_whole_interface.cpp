@@ -11,7 +11,7 @@ constinit const kr_product_record kr_product = {"program", KR_TEXT("tools"), KR_
 kr_result read_number(const kr_char* text, u64* value) {
     kr_trace trace(KR_LOG_OTHER, __func__);
     kr_char line[64];
-    if (kr_result_failed(kr_string_format_checked(line, 64, "%_s", text))) { return KR_OUT_OF_MEMORY; }
+    if (kr_result_failed(kr_string_format_checked(line, "%_s", text))) { return KR_OUT_OF_MEMORY; }
     KR_LOG(KR_LOG_MAIN, KR_LOG_INFO, "%_s", line);
     return kr_string_to_ui64_w(text, value);
 }

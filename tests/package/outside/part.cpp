@@ -31,7 +31,7 @@ int run_part() {
     kr_char wide[32];
     char line[32];
     if (!keep_and_read(&interval) ||
-        kr_result_failed(kr_string_format_checked(wide, 32, "interval %u ms", interval)) ||
+        kr_result_failed(kr_string_format_checked(wide, "interval %u ms", interval)) ||
         kr_result_failed(kr_krchar_to_ascii(wide, line, sizeof(line)))) {
         return 1;
     }

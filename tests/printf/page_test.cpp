@@ -1,0 +1,125 @@
+/// docs/formatting.md does not lie: every example of its tables is formatted, every refused call
+/// refused, and it has a row for everything that a format may hold.
+#include <fstream>
+#include <set>
+
+#include "base/convert/guid.h"
+#include "printf/printf.h"
+#include "support/checked_format.h"
+
+namespace {
+
+using namespace kr::test;
+using kr::detail::format_argument;
+using kr::detail::format_conversion;
+
+using cells = std::vector<std::string>;
+
+/// The rows of the table below the heading that begins with `first`, each as what its cells hold
+/// between back quotes, or their text where there are none.
+std::vector<cells> table(const std::string& first) {
+    std::ifstream page(KR_FORMATTING_PAGE);
+    std::vector<cells> rows;
+    std::string line;
+    while (std::getline(page, line) && !line.starts_with("| " + first + " |")) {}
+    std::getline(page, line); // the rule
+    while (std::getline(page, line) && line.starts_with("| ")) {
+        cells row;
+        for (size_t at = 2; at < line.size();) {
+            const size_t end = line.find(" |", at + 1);
+            std::string cell = line.substr(at, end - at);
+            if (cell.front() == '`' && cell.back() == '`') { cell = cell.substr(1, cell.size() - 2); }
+            row.push_back(cell);
+            at = end + 3;
+        }
+        rows.push_back(row);
+    }
+    EXPECT_GE(rows.size(), 5u) << "the page has lost its table of " << first;
+    return rows;
+}
+
+/// The row of the first conversion of a format.
+const format_conversion& conversion_of(const std::string& format) {
+    const char* cursor = format.c_str() + format.find('%') + 1;
+    cursor += std::strspn(cursor, "'-+ #0123456789");
+    cursor += kr::detail::format_find_size(cursor).length;
+    const u8 row = kr::detail::format_take_conversion(&cursor);
+    EXPECT_NE(row, kr::detail::format_no_row) << format;
+    return kr::detail::format_conversions[row];
+}
+
+/// What an example's argument is made of: its slot points into here.
+struct argument {
+    std::string narrow;
+    wide text;
+    kr_result result;
+    KRGUID guid;
+    u64 slot = 0;
+
+    argument(format_argument kind, const std::string& written) {
+        if (written == "nullptr") { return; }
+        const size_t quote = written.find('"') + 1;
+        const void* at = nullptr;
+        switch (kind) {
+        case format_argument::narrow_string:
+            at = (narrow = written.substr(quote, written.rfind('"') - quote)).c_str();
+            break;
+        case format_argument::wide_string:
+            at = (text = widen(written.substr(quote, written.rfind('"') - quote))).c_str();
+            break;
+        case format_argument::guid:
+            EXPECT_EQ(kr_guid_from_string_simple_ascii(written.c_str(), &guid), ok);
+            at = &guid;
+            break;
+        case format_argument::result:
+            result = static_cast<kr_result>(std::stoull(written, nullptr, 0));
+            at = &result;
+            break;
+        default:
+            slot =
+                written[0] == '-' ? static_cast<u64>(std::stoll(written)) : std::stoull(written, nullptr, 0);
+            return;
+        }
+        slot = reinterpret_cast<std::uintptr_t>(at);
+    }
+};
+
+TEST(FormattingPage, ShowsWhatTheEngineWrites) {
+    std::set<std::string> shown;
+    for (const cells& row : table("format")) {
+        ASSERT_EQ(row.size(), 3u);
+        const format_conversion& conversion = conversion_of(row[0]);
+        shown.insert(conversion.name);
+        shown.insert(std::string(1, conversion.letter));
+        const argument value(conversion.argument, row[1]);
+        EXPECT_EQ(formatted(row[0].c_str(), value.slot), row[2]) << row[0] << " of " << row[1];
+    }
+    std::string listed;
+    for (const cells& row : table("conversion")) { listed += row[0]; }
+    std::string known;
+    for (const format_conversion& conversion : kr::detail::format_conversions) {
+        known += std::string("%") + (conversion.library ? "_" : "") + conversion.letter;
+        EXPECT_TRUE(shown.contains(conversion.name)) << conversion.name << " has no example";
+    }
+    EXPECT_EQ(std::set(listed.begin(), listed.end()), std::set(known.begin(), known.end()));
+    EXPECT_EQ(listed.size(), known.size());
+    std::string flags;
+    for (const cells& row : table("flag")) { flags += row[0]; }
+    for (const auto& flag : kr::detail::format_flags) { EXPECT_NE(flags.find(flag.character), flags.npos); }
+}
+
+TEST(FormattingPage, ShowsWhatTheEngineRefuses) {
+    size_t refused = 0;
+    for (const cells& row : table("call")) {
+        ASSERT_EQ(row.size(), 3u);
+        if (row[2] != "refuses") { continue; }
+        ++refused;
+        const std::string format = row[0].substr(1, row[0].find('"', 1) - 1);
+        const bool null = row[0].ends_with("nullptr");
+        EXPECT_EQ(formatted(format.c_str(), u64{null ? 0u : 1u}, u64{2}), null ? "8200000C" : "82000079")
+            << row[0];
+    }
+    EXPECT_GE(refused, 10u);
+}
+
+} // namespace
