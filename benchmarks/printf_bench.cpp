@@ -13,6 +13,7 @@
 #define STB_SPRINTF_IMPLEMENTATION
 #include <stb/stb_sprintf.h>
 
+#include "base/convert/guid.h"
 #include "base/product.h"
 #include "printf/printf.h"
 #include "result/descriptions.h"
@@ -141,6 +142,41 @@ KR_WORK(log_line_snprintf, c_write(c_line, KR_LINE_ARGUMENTS(line.stamp, line.me
 KR_WORK(log_line_swprintf, w_write(w_line, KR_LINE_ARGUMENTS(line.wstamp, line.wmessage)))
 KR_WORK(log_line_stb, s_write(c_line, KR_LINE_ARGUMENTS(line.stamp, line.message)))
 
+// A line unlike that: long texts, a GUID, an address, a result. The peers get the description
+// ready.
+struct long_line {
+    const char* path =
+        opaque("C:\\Windows\\System32\\drivers\\a folder with a long name\\krdummy.sys");
+    const kr_char* path16 =
+        opaque(KR_TEXT("C:\\Windows\\System32\\drivers\\a folder with a long name\\krdummy.sys"));
+    const wchar_t* wpath =
+        opaque(L"C:\\Windows\\System32\\drivers\\a folder with a long name\\krdummy.sys");
+    KRGUID guid = {{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0, 1, 2, 3, 4, 5, 6, 7, 8}};
+    unsigned words[4] = {0x12345678, 0x9ABCDEF0, 0x01020304, 0x05060708};
+    unsigned long long base = opaque(0xFFFFF80123456000ull);
+    kr_result result = opaque(kr_result{0x82000002});
+    const char* description = opaque("error \"Out of memory\" from \"Unknown source\"");
+    const wchar_t* wdescription = opaque(L"error \"Out of memory\" from \"Unknown source\"");
+};
+
+const long_line other;
+
+#define KR_OTHER_ARGUMENTS(path, description)                                                      \
+    path, other.words[0], other.words[1], other.words[2], other.words[3], other.base,              \
+        other.result, description
+constexpr const char* c_other = "Image '%s' {%08X%08X%08X%08X} at %016llX: Result is 0x%08X (%s)";
+
+KR_WORK(other_line_kr, kr_write("Image '%_s' {%_g} at %016llX: Result is %_r (%_z)", other.path16,
+                                &other.guid, other.base, &other.result, &other.result))
+KR_WORK(other_line_fmt, f_write("Image '{}' {{{:08X}{:08X}{:08X}{:08X}}} at {:016X}: Result is "
+                                "0x{:08X} ({})",
+                                KR_OTHER_ARGUMENTS(other.path, other.description)))
+KR_WORK(other_line_snprintf, c_write(c_other, KR_OTHER_ARGUMENTS(other.path, other.description)))
+KR_WORK(other_line_swprintf,
+        w_write(L"Image '%ls' {%08X%08X%08X%08X} at %016llX: Result is 0x%08X (%ls)",
+                KR_OTHER_ARGUMENTS(other.wpath, other.wdescription)))
+KR_WORK(other_line_stb, s_write(c_other, KR_OTHER_ARGUMENTS(other.path, other.description)))
+
 const u32 number = opaque(1072u);
 constexpr const char* text_number = "Unable to create driver service, error code = %u";
 KR_WORK(text_u_kr, kr_write(text_number, number))
@@ -216,6 +252,11 @@ KR_BENCHMARK(log_line, fmt_wide);
 KR_BENCHMARK(log_line, snprintf);
 KR_BENCHMARK(log_line, swprintf);
 KR_BENCHMARK(log_line, stb);
+KR_BENCHMARK(other_line, kr);
+KR_BENCHMARK(other_line, fmt);
+KR_BENCHMARK(other_line, snprintf);
+KR_BENCHMARK(other_line, swprintf);
+KR_BENCHMARK(other_line, stb);
 KR_BENCHMARK(text_u, kr);
 KR_BENCHMARK(text_u, fmt);
 KR_BENCHMARK(text_u, fmt_wide);

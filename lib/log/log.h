@@ -112,10 +112,13 @@ void kr_log_profile(u32 category, const char* domain, const char* function, cons
 /// Takes the uptime for a later kr_log_profile. Any thread.
 void kr_log_take_uptime(kr_time* out);
 
-/// kr_log with the program's domain and a format that was checked against the argument types.
+/// kr_log with the program's domain and a format that was checked against the argument types. Out
+/// of line, once for each list of types, and cold: a call takes little code, and none where it is
+/// passed by.
 template <typename... Args>
-inline void kr_log_checked(u32 category, u32 level, const char* function,
-                           kr_format<std::type_identity_t<Args>...> format, Args... args) {
+[[gnu::noinline, gnu::cold]] inline void
+kr_log_checked(u32 category, u32 level, const char* function,
+               kr_format<std::type_identity_t<Args>...> format, Args... args) {
     kr_log(category, level, kr_product.name, function, format.text, args...);
 }
 
