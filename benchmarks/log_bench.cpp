@@ -2,6 +2,7 @@
 /// work/peer; compare the peers of one work only.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstring>
@@ -22,6 +23,9 @@
 #include "log/core_start.h"
 #include "log/destinations/destinations.h"
 #include "log/destinations/slots.h"
+#include "log/line.h"
+#include "log/stamp.h"
+#include "printf/printf.h"
 #include "threaded_process.h"
 
 constinit const kr_product_record kr_product = {"bench", KR_TEXT("tools"), KR_TEXT("Korinth")};
@@ -144,10 +148,11 @@ void counting_write(void* context, const kr_char* line, std::size_t size_bytes) 
     *static_cast<u64*>(context) += size_bytes;
 }
 
-class counting_sink final : public spdlog::sinks::base_sink<std::mutex> {
+template <typename Mutex>
+class counting_sink final : public spdlog::sinks::base_sink<Mutex> {
     void sink_it_(const spdlog::details::log_msg& message) override {
         spdlog::memory_buf_t buffer;
-        formatter_->format(message, buffer);
+        this->formatter_->format(message, buffer);
         benchmark::DoNotOptimize(buffer.data());
         size_ += buffer.size();
     }
@@ -172,12 +177,13 @@ void counted_kr(benchmark::State& state) {
     }
 }
 BENCHMARK(counted_kr)->Name("line_to_counter/kr");
-BENCHMARK(counted_kr)->Name("line_to_counter_two_threads/kr")->Threads(2)->UseRealTime();
+BENCHMARK(counted_kr)->Name("line_to_counter_threads/kr")->ThreadRange(1, 8)->UseRealTime();
 
 void counted_spdlog(benchmark::State& state) {
     static std::unique_ptr<spdlog::logger> logger;
     if (state.thread_index() == 0) {
-        logger = std::make_unique<spdlog::logger>("bench", std::make_shared<counting_sink>());
+        logger = std::make_unique<spdlog::logger>("bench",
+                                                  std::make_shared<counting_sink<std::mutex>>());
         logger->set_pattern(pattern);
     }
     int i = 100'000;
@@ -189,7 +195,49 @@ void counted_spdlog(benchmark::State& state) {
     }
 }
 BENCHMARK(counted_spdlog)->Name("line_to_counter/spdlog");
-BENCHMARK(counted_spdlog)->Name("line_to_counter_two_threads/spdlog")->Threads(2)->UseRealTime();
+BENCHMARK(counted_spdlog)->Name("line_to_counter_threads/spdlog")->Threads(2)->UseRealTime();
+
+/// What a line costs besides its lock: the core's steps by themselves.
+void unlocked_kr(benchmark::State& state) {
+    kr::detail::stamp_clock clock;
+    clock.clear();
+    kr::detail::thread_label label = {};
+    std::copy_n(u"________:00001234", kr::detail::thread_label_length, label.text);
+    kr_char message[kr::detail::line_capacity];
+    kr_char line[kr::detail::line_capacity];
+    int i = 100'000;
+    for (auto iteration : state) {
+        clock.refresh();
+        clock.count_line();
+        std::size_t size = 0;
+        benchmark::DoNotOptimize(kr_printf_format2_checked(
+            message, sizeof(message), &size, "request %d from %s took %u microseconds", i++,
+            "client-17", 1234u));
+        const kr::detail::line_fields fields = {.stamp = &clock.stamp(),
+                                                .domain = kr_product.name,
+                                                .function = "serve_request",
+                                                .thread = &label,
+                                                .category = KR_LOG_MAIN,
+                                                .level = KR_LOG_INFO,
+                                                .depth = 0,
+                                                .colors = false,
+                                                .message = message,
+                                                .message_length = size / sizeof(kr_char) - 1};
+        counting_write(&counted, line,
+                       kr::detail::build_line(kr::detail::line_layout::thread_first, fields, line));
+    }
+}
+BENCHMARK(unlocked_kr)->Name("line_unlocked/kr");
+
+void unlocked_spdlog(benchmark::State& state) {
+    spdlog::logger logger("bench", std::make_shared<counting_sink<spdlog::details::null_mutex>>());
+    logger.set_pattern(pattern);
+    int i = 100'000;
+    for (auto iteration : state) {
+        spdlog_line(logger, i++);
+    }
+}
+BENCHMARK(unlocked_spdlog)->Name("line_unlocked/spdlog");
 
 void disabled_kr(benchmark::State& state) {
     const running_log log;

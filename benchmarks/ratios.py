@@ -77,14 +77,20 @@ def rows():
     yield ratio("text of a result", "printf_bench", "describe/kr", "describe/strerror", "strerror",
                 0.4)
 
-    for peer, target in (("spdlog", 0.8), ("write", 1.25), ("fprintf", None)):
+    for peer, target in (("spdlog", 0.8), ("write", 1.2), ("fprintf", None)):
         yield ratio("line written through", "log_bench", "line_written_through/kr",
                     f"line_written_through/{peer}", peer, target)
     yield ratio("line to a counting sink", "log_bench", "line_to_counter/kr",
                 "line_to_counter/spdlog", "spdlog", 0.4)
     two = "/real_time/threads:2"
-    yield ratio("the same, two threads (lock)", "log_bench", f"line_to_counter_two_threads/kr{two}",
-                f"line_to_counter_two_threads/spdlog{two}", "spdlog", 0.5)
+    yield ratio("the same, two threads (lock)", "log_bench", f"line_to_counter_threads/kr{two}",
+                f"line_to_counter_threads/spdlog{two}", "spdlog", 0.5)
+    yield ratio("the same, no lock", "log_bench", "line_unlocked/kr", "line_unlocked/spdlog",
+                "spdlog", 0.4)
+    for threads in (2, 4, 8):
+        yield ratio(f"the same, {threads} threads", "log_bench",
+                    f"line_to_counter_threads/kr/real_time/threads:{threads}",
+                    "line_to_counter_threads/kr/real_time/threads:1", "itself, 1 thread", 2.0)
     yield ratio("disabled line", "log_bench", "disabled_line/kr", "disabled_line/loop",
                 "load + test", 1.5)
 

@@ -9,9 +9,11 @@ usage() {
 usage: tools/scripts/long_tests.sh [MINUTES [WORD]]
 
 Every fuzz target, and then the thread tests under the thread sanitizer over and over, for MINUTES
-each (10 unless given; 0.1 is a fair try); at last "kills" once: the program under Wine, killed before
-each of its calls. With WORD only those whose name holds it. Says how long each ran and what it found. Exit status 2 when one found something: the input, or the log of the run,
-lies in build/long.
+each (10 unless given; 0.1 is a fair try). Then, whatever the MINUTES, the trials of the log: killed
+while it logs, a full disk, switches of destinations, a million lines of 8 threads; and "kills" once:
+the program under Wine, killed before each of its calls. With WORD only those whose name holds it.
+Says how long each ran and what it found. Exit status 2 when one found something: the input, or the
+log of the run, lies in build/long.
 EOF
 }
 
@@ -73,6 +75,18 @@ threads() {
   say "$name" "$started" "nothing found in $rounds rounds" 0
 }
 
+# log_trial NAME ROUNDS FILTER: tests of the log as the product has it, without sanitizers.
+log_trial() {
+  local started=$SECONDS
+  if work timeout --foreground 1200 build/host/tests/kr_log_tests --gtest_filter="$3" \
+    --gtest_repeat="$2" --gtest_throw_on_failure >"$logs/$1.log" 2>&1 &&
+    [ "$(grep -c '^\[  PASSED  \] [1-9]' "$logs/$1.log")" -eq "$2" ]; then
+    say "$1" "$started" "nothing found in $2 rounds" 0
+  else
+    say "$1" "$started" "FOUND something, see $logs/$1.log" 1
+  fi
+}
+
 # kills: the trial of that name, in the session of the tests under Wine.
 kills() {
   local started=$SECONDS status=0 session=(tools/scripts/wine_session.sh)
@@ -98,9 +112,14 @@ areas=()
 for area in base log; do
   [[ ${area}_threads != *"$word"* ]] || areas+=("$area")
 done
+log_trials=()
+for row in log_killed:40:'*SurvivesAKill*' log_full_disk:40:'*TheFullDisk*' \
+  log_switches:40:'*SwitchesKeep*' log_million_lines:1:'*EveryLineIsWhole*'; do
+  [[ ${row%%:*} != *"$word"* ]] || log_trials+=("$row")
+done
 trials=()
 [[ kills != *"$word"* ]] || trials+=(kills)
-all=$((${#fuzzers[@]} + ${#areas[@]} + ${#trials[@]}))
+all=$((${#fuzzers[@]} + ${#areas[@]} + ${#log_trials[@]} + ${#trials[@]}))
 [ $all -gt 0 ] || die "Nothing is called $word."
 
 [ ${#fuzzers[@]} -eq 0 ] || build host-fuzz "${fuzzers[@]}"
@@ -109,6 +128,12 @@ for area in "${areas[@]}"; do targets+=("kr_${area}_tests"); done
 [ ${#areas[@]} -eq 0 ] || build host-tsan "${targets[@]}"
 for name in "${fuzzers[@]}"; do fuzz "$name"; done
 for area in "${areas[@]}"; do threads "$area" '*Thread*:*Mutex*'; done
+[ ${#log_trials[@]} -eq 0 ] || build host kr_log_tests
+export KR_TEST_LINES=125000 # of each thread
+for row in "${log_trials[@]}"; do
+  IFS=: read -r name rounds filter <<<"$row"
+  log_trial "$name" "$rounds" "$filter"
+done
 if [ ${#trials[@]} -gt 0 ]; then
   build windows loadprobe debugrun
   kills
