@@ -1,5 +1,4 @@
 /// The public parsers and conversions on their own: each writes, measures, traces and refuses.
-#include <functional>
 
 #include "base/convert/guid.h"
 #include "printf/library_conversions.h"
@@ -15,7 +14,8 @@ using namespace kr::test;
 using conversion = kr_result (*)(kr_char** cursor, size_t remaining, va_list* args, size_t* required);
 
 /// Calls `convert` with a list of its own arguments.
-kr_result with_list(const std::function<kr_result(va_list*)>& convert, ...) {
+template <typename Convert>
+kr_result with_list(Convert convert, ...) {
     va_list args;
     va_start(args, convert);
     const kr_result result = convert(&args);
