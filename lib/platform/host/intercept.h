@@ -4,6 +4,7 @@
 #include "platform/host/win_types.h"
 
 #include <atomic>
+#include <concepts>
 #include <functional>
 #include <optional>
 #include <string>
@@ -57,9 +58,10 @@ bool injected_failure(std::string_view call, const Describe&... describe) {
     return status != ERROR_SUCCESS;
 }
 
-/// Sets the last error and gives `value`, by which the call says that it failed.
-template <typename Value = BOOL>
-Value fail(LONG error, Value value = {}) {
+/// Sets the last error (a DWORD or one of the constants) and gives `value`, by which the call says
+/// that it failed.
+template <std::integral Error, typename Value = BOOL>
+Value fail(Error error, Value value = {}) {
     SetLastError(static_cast<DWORD>(error));
     return value;
 }

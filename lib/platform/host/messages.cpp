@@ -19,21 +19,21 @@ DWORD FormatMessageW(DWORD flags, const void*, DWORD id, DWORD, WCHAR* buffer, D
     }
     if (flags != (FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_MAX_WIDTH_MASK) ||
         buffer == nullptr) {
-        return fail(ERROR_INVALID_PARAMETER, 0);
+        return fail(ERROR_INVALID_PARAMETER, DWORD{0});
     }
     const WCHAR* const known = message_text(id);
     if (known == nullptr) {
-        return fail(ERROR_MR_MID_NOT_FOUND, 0);
+        return fail(ERROR_MR_MID_NOT_FOUND, DWORD{0});
     }
     const std::u16string text = std::u16string(known).append(u" ");
     if (text.find(u'%') != std::u16string::npos) {
-        return fail(ERROR_INVALID_PARAMETER, 0);
+        return fail(ERROR_INVALID_PARAMETER, DWORD{0});
     }
     if (room_chars != 0) {
         buffer[text.copy(buffer, room_chars - 1)] = 0;
     }
     return text.size() < room_chars ? static_cast<DWORD>(text.size())
-                                    : fail(ERROR_INSUFFICIENT_BUFFER, 0U);
+                                    : fail(ERROR_INSUFFICIENT_BUFFER, DWORD{0});
 }
 
 namespace {

@@ -64,12 +64,12 @@ HRSRC FindResourceW(HMODULE module, const WCHAR* name, const WCHAR* type) {
 
 DWORD SizeofResource(HMODULE, HRSRC resource) {
     if (const auto fault = intercept(__func__)) {
-        return fault->error == 0 ? fault->amount : fail(fault->error, 0U);
+        return fault->error == 0 ? fault->amount : fail(fault->error, DWORD{0});
     }
     const std::lock_guard hold(resources().lock);
     const HRSRC__* const record = known(resource);
     if (record == nullptr) {
-        return fail(ERROR_INVALID_PARAMETER, 0);
+        return fail(ERROR_INVALID_PARAMETER, DWORD{0});
     }
     return static_cast<DWORD>(record->bytes.size());
 }

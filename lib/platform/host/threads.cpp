@@ -65,7 +65,7 @@ std::string thread_argument() {
 } // namespace
 
 std::uintptr_t _beginthreadex(void*, unsigned, unsigned (*start)(void*), void* argument, unsigned,
-                              unsigned* thread_id) {
+                              unsigned* id) {
     if (injected_failure(__func__)) {
         errno = EAGAIN;
         return 0;
@@ -79,8 +79,8 @@ std::uintptr_t _beginthreadex(void*, unsigned, unsigned (*start)(void*), void* a
         errno = EAGAIN;
         return fail(ERROR_NO_SYSTEM_RESOURCES, std::uintptr_t{0});
     }
-    if (thread_id != nullptr) {
-        while ((*thread_id = object->id) == 0) {
+    if (id != nullptr) {
+        while ((*id = object->id) == 0) {
             std::this_thread::yield();
         }
     }
