@@ -9,10 +9,13 @@
 
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
+#include <iconv.h>
+#include <unicode/ustring.h>
 
 #include "base/convert/convert.h"
 #include "base/product.h"
 #include "base/text/widen.h"
+#include "log/destinations/utf8.h"
 
 constinit const kr_product_record kr_product = {"krbench", KR_TEXT("tools"), KR_TEXT("Korinth")};
 
@@ -106,7 +109,8 @@ void u64_to_narrow_to_chars(benchmark::State& state) {
     write_each(state,
                [&text](u64 value) { *std::to_chars(text, text + sizeof text, value).ptr = '\0'; });
 }
-/// fmt's own fast path keeps the text in the object that makes it; its terminator comes with c_str().
+/// fmt's own fast path keeps the text in the object that makes it; its terminator comes with
+/// c_str().
 void u64_to_narrow_format_int(benchmark::State& state) {
     write_each(state, [](u64 value) {
         const fmt::format_int text(value);
@@ -174,6 +178,66 @@ void wide_to_ascii_plain_loop(benchmark::State& state) {
     }
 }
 
+/// Words of 3 to 9 letters between blanks: of two or three bytes in UTF-8, or ASCII.
+enum class script { ascii, two_bytes, three_bytes };
+
+template <script Script>
+std::basic_string<kr_char> words(size_t length) {
+    constexpr kr_char first_letter[] = {'a', u'\u0430', u'\u4E00'};
+    std::basic_string<kr_char> text;
+    u64 state = 88172645463325252u;
+    while (text.size() < length) {
+        state = state * 6364136223846793005u + 1442695040888963407u;
+        for (u64 letters = 3 + (state >> 60) % 7; letters != 0; --letters) {
+            text += static_cast<kr_char>(first_letter[static_cast<size_t>(Script)] +
+                                         (state >> (4 * letters)) % 26);
+        }
+        text += kr_char{' '};
+    }
+    return text.substr(0, length);
+}
+
+template <script Script, typename Encode>
+void encode(benchmark::State& state, Encode encode_text) {
+    const auto text = words<Script>(static_cast<size_t>(state.range(0)));
+    std::vector<char> out(kr::detail::utf8_room(text.size()));
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(encode_text(text, out));
+        benchmark::ClobberMemory();
+    }
+}
+
+template <script Script>
+void utf8_kr(benchmark::State& state) {
+    encode<Script>(state, [](const auto& text, auto& out) {
+        return kr::detail::encode_utf8(text.data(), text.size(), kr::detail::newline_form::lf,
+                                       out.data());
+    });
+}
+template <script Script>
+void utf8_icu(benchmark::State& state) {
+    encode<Script>(state, [](const auto& text, auto& out) {
+        i32 length = 0;
+        UErrorCode status = U_ZERO_ERROR;
+        u_strToUTF8(out.data(), static_cast<i32>(out.size()), &length, text.data(),
+                    static_cast<i32>(text.size()), &status);
+        return length;
+    });
+}
+template <script Script>
+void utf8_iconv(benchmark::State& state) {
+    const iconv_t descriptor = iconv_open("UTF-8", "UTF-16LE");
+    encode<Script>(state, [descriptor](const auto& text, auto& out) {
+        char* in = const_cast<char*>(reinterpret_cast<const char*>(text.data()));
+        size_t in_left = text.size() * sizeof(kr_char);
+        char* end = out.data();
+        size_t out_left = out.size();
+        iconv(descriptor, &in, &in_left, &end, &out_left);
+        return end;
+    });
+    iconv_close(descriptor);
+}
+
 BENCHMARK(u64_from_narrow_kr)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
 BENCHMARK(u64_from_narrow_from_chars)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
 BENCHMARK(u64_from_wide_strict_kr)->Arg(1)->Arg(5)->Arg(10)->Arg(20);
@@ -187,5 +251,13 @@ BENCHMARK(ascii_to_wide_kr)->Arg(5)->Arg(20)->Arg(100)->Arg(4000);
 BENCHMARK(ascii_to_wide_plain_loop)->Arg(5)->Arg(20)->Arg(100)->Arg(4000);
 BENCHMARK(wide_to_ascii_kr)->Arg(5)->Arg(20)->Arg(100)->Arg(4000);
 BENCHMARK(wide_to_ascii_plain_loop)->Arg(5)->Arg(20)->Arg(100)->Arg(4000);
+
+#define UTF8_ROWS(Script)                                                                          \
+    BENCHMARK_TEMPLATE(utf8_kr, Script)->Arg(120)->Arg(4000);                                      \
+    BENCHMARK_TEMPLATE(utf8_icu, Script)->Arg(120)->Arg(4000);                                     \
+    BENCHMARK_TEMPLATE(utf8_iconv, Script)->Arg(120)->Arg(4000)
+UTF8_ROWS(script::ascii);
+UTF8_ROWS(script::two_bytes);
+UTF8_ROWS(script::three_bytes);
 
 } // namespace

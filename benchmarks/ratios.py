@@ -44,6 +44,9 @@ def rows():
                     f"length_char_traits/{size}", "char_traits", target)
     yield ratio("compare, 100 characters", text, "compare_kr/100", "compare_loop/100", "loop", 0.4)
     yield ratio("find character in 100", text, "find_char_kr/100", "find_char_loop/100", "loop", 0.4)
+    for peer, name, target in (("towlower", "loop over towlower", 0.5), ("icu", "ICU", None)):
+        yield ratio("compare without case, 100", text, "compare_nocase_kr/100",
+                    f"compare_nocase_{peer}/100", name, target)
     convert = "convert_bench"
     yield ratio("ASCII to wide, 100", convert, "ascii_to_wide_kr/100", "ascii_to_wide_plain_loop/100",
                 "loop", 0.4)
@@ -52,13 +55,20 @@ def rows():
     for digits in (1, 5, 10, 20):
         yield ratio(f"u64 from text of {digits}", convert, f"u64_from_narrow_kr/{digits}",
                     f"u64_from_narrow_from_chars/{digits}", "from_chars", 1.0)
-    for digits in (1, 5, 10, 18):
+    for digits, target in ((1, 0.4), (5, 0.4), (10, 0.5), (18, 0.5)):
         yield ratio(f"u64 from wide text of {digits}", convert, f"u64_from_wide_kr/{digits}",
-                    f"u64_from_wide_wcstoull/{digits}", "wcstoull", 0.5)
+                    f"u64_from_wide_wcstoull/{digits}", "wcstoull", target)
     for digits, chars, fmt in ((1, 1.25, 1.4), (5, 0.9, 1.0), (10, 0.7, 1.0), (20, 0.5, 1.0)):
         for peer, target in (("to_chars", chars), ("format_int", fmt)):
             yield ratio(f"u64 to text of {digits}", convert, f"u64_to_narrow_kr/{digits}",
                         f"u64_to_narrow_{peer}/{digits}", peer, target)
+    for script, kind in (("ascii", "ASCII"), ("two_bytes", "2 bytes"), ("three_bytes", "3 bytes")):
+        for size in (120, 4000):
+            for peer, target in (("iconv", 0.2), ("icu", 0.7)):
+                yield ratio(f"UTF-8, {size} letters, {kind}", convert,
+                            f"utf8_kr<script::{script}>/{size}",
+                            f"utf8_{peer}<script::{script}>/{size}", "ICU" if peer == "icu" else peer,
+                            target)
     yield ratio("64 KiB of zeros", "memory_bench", "is_zero_kr/65536", "is_zero_memcmp/65536",
                 "memcmp", 1.3)
 

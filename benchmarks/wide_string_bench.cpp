@@ -1,7 +1,10 @@
 /// Walks over 16-bit text against the standard library and against plain loops.
+#include <cwctype>
 #include <string>
 
 #include <benchmark/benchmark.h>
+#include <unicode/uchar.h>
+#include <unicode/ustring.h>
 
 #include "base/product.h"
 #include "base/text/wide_string.h"
@@ -84,6 +87,40 @@ void compare_loop(benchmark::State& state) {
     walk_two(state, loop_compare);
 }
 
+/// The same letters, the one text in capitals.
+template <typename Operation>
+void walk_nocase(benchmark::State& state, Operation operation) {
+    const text lower = sample(state);
+    const text upper = text(1, 'y') + text(lower.size(), 'X');
+    const kr_char* a = lower.c_str();
+    const kr_char* b = upper.c_str() + 1;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(a);
+        benchmark::DoNotOptimize(b);
+        benchmark::DoNotOptimize(operation(a, b));
+    }
+}
+
+i64 loop_compare_nocase(const kr_char* a, const kr_char* b) {
+    while (*a != 0 && std::towlower(*a) == std::towlower(*b)) {
+        ++a;
+        ++b;
+    }
+    return i64{std::towlower(*a)} - i64{std::towlower(*b)};
+}
+
+void compare_nocase_kr(benchmark::State& state) {
+    walk_nocase(state, kr_string_compare_nocase);
+}
+void compare_nocase_towlower(benchmark::State& state) {
+    walk_nocase(state, loop_compare_nocase);
+}
+void compare_nocase_icu(benchmark::State& state) {
+    walk_nocase(state, [](const kr_char* a, const kr_char* b) {
+        return u_strcasecmp(a, b, U_FOLD_CASE_DEFAULT);
+    });
+}
+
 void sizes(benchmark::internal::Benchmark* bench) {
     bench->Arg(5)->Arg(20)->Arg(100)->Arg(4000);
 }
@@ -96,5 +133,8 @@ BENCHMARK(find_char_kr)->Apply(sizes);
 BENCHMARK(find_char_loop)->Apply(sizes);
 BENCHMARK(compare_kr)->Apply(sizes);
 BENCHMARK(compare_loop)->Apply(sizes);
+BENCHMARK(compare_nocase_kr)->Apply(sizes);
+BENCHMARK(compare_nocase_towlower)->Apply(sizes);
+BENCHMARK(compare_nocase_icu)->Apply(sizes);
 
 } // namespace
