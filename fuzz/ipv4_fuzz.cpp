@@ -1,48 +1,7 @@
-/// Any text as a dotted quad, against a model that cuts it at the dots; every address as text and
-/// back.
-#include <cstring>
-#include <optional>
-#include <string>
-#include <vector>
-
-#include "base/convert/net_address.h"
+/// See the model.
+#include "models/address_model.h"
 #include "text_input.h"
 
-namespace {
-
-std::optional<u32> model(std::string text) {
-    u32 ip = 0;
-    text += '.';
-    for (u32 component = 0; component < 4; ++component) {
-        const size_t dot = text.find('.');
-        if (dot == 0 || dot == std::string::npos || dot > 3 ||
-            text.find_first_not_of("0123456789") < dot) {
-            return std::nullopt;
-        }
-        const unsigned long value = std::stoul(text.substr(0, dot));
-        if (value > 255) {
-            return std::nullopt;
-        }
-        ip = ip << 8 | static_cast<u32>(value);
-        text.erase(0, dot + 1);
-    }
-    return text.empty() ? std::optional(ip) : std::nullopt;
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
-    const std::string_view text = text_of(data, size);
-    constexpr u32 untouched = 0x5A5A5A5A;
-    u32 ip = untouched;
-    const kr_result result = kr_string_to_ipv4(exact_text<char>(text), &ip);
-    const std::optional<u32> expected = model(std::string(text));
-    require(result == (expected ? KR_SUCCESS : kr_result_make_error(KR_GENERIC)));
-    require(ip == expected.value_or(untouched));
-
-    u32 any = 0;
-    std::memcpy(&any, data, size < sizeof any ? size : sizeof any);
-    char written[KR_STRING_IPV4_CHARS];
-    require(kr_string_to_ipv4(kr_string_from_ipv4(any, written), &ip) == KR_SUCCESS && ip == any);
-    return 0;
+    return run_model(kr::test::check_address, {data, size});
 }

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdarg>
 
-#include "base/text/short_text.h"
+#include "base/text/vector_text.h"
 #include "base/text/wide_string.h"
 #include "base/threads/mutex_section.h"
 #include "base/threads/sync.h"

@@ -2,7 +2,7 @@
 #include "log/line.h"
 
 #include "base/convert/decimal.h"
-#include "base/text/short_text.h"
+#include "base/text/widen.h"
 #include "log/log.h"
 
 namespace kr::detail {

@@ -96,7 +96,7 @@ namespace vectors = kr::detail::vectors;
 /// A vector of an item: two bits for each terminator and for each character to be escaped.
 struct piece {
     explicit piece(const kr_char* at)
-        : chars(vectors::load(at)),
+        : chars(vectors::load_beyond(at)),
           ends(vectors::bits_of(_mm_cmpeq_epi16(chars, _mm_setzero_si128()))),
           escaped(vectors::bits_of(_mm_or_si128(_mm_cmpeq_epi16(chars, _mm_set1_epi16(separator)),
                                                 _mm_cmpeq_epi16(chars, _mm_set1_epi16(escape))))) {}

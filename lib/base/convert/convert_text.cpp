@@ -1,26 +1,29 @@
 /// Copies between ASCII and wide text, and UTF-8 counts. Reaches the allocator hooks and the log.
 #include "base/convert/convert_text.h"
 
-#include <cstring>
-
 #include "base/memory/owner.h"
-#include "base/text/wide_string.h"
 #include "base/text/widen.h"
 #include "log/log.h"
+#include "result/failures.h"
+
+using kr::detail::invalid_argument;
+using kr::detail::text_length;
+using kr::detail::widen;
 
 namespace {
 
-kr_result invalid_argument() {
-    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
-}
-
 kr_result to_ascii(const char* function, const kr_char* src, char* dst, size_t dst_size) {
-    if (dst_size != 0 && (src == nullptr || dst == nullptr)) {
+    const auto too_small = kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH);
+    if (dst_size == 0) {
+        return too_small;
+    }
+    if (src == nullptr || dst == nullptr) {
         return invalid_argument();
     }
-    const size_t count = kr::detail::narrow_ascii(src, dst, dst_size);
+    const size_t count = kr::detail::scan::first_match(src, kr::detail::ends_ascii{}, dst_size);
+    kr::detail::narrow(src, count, dst);
     if (count == dst_size) {
-        return kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH);
+        return too_small;
     }
     const kr_char stop = src[count];
     if (stop != kr_char{}) {
@@ -56,8 +59,9 @@ kr_result widen_dup(const char* function, const char* kind, const char* src, kr_
     if (src == nullptr || out == nullptr) {
         return invalid_argument();
     }
-    return make_string(function, kind, std::strlen(src) + 1, out, [src](kr_char* dst) {
-        kr::detail::widen_text(src, dst);
+    const size_t size = text_length(src) + 1;
+    return make_string(function, kind, size, out, [=](kr_char* dst) {
+        widen(src, size, dst);
         return KR_SUCCESS;
     });
 }
@@ -107,11 +111,11 @@ kr_result kr_krchar_to_ascii(const kr_char* src, char* dst, size_t dst_size) {
 }
 
 void kr_ascii_to_wchar(const char* src, kr_char* dst) {
-    kr::detail::widen_text(src, dst);
+    widen(src, text_length(src) + 1, dst);
 }
 
 void kr_ascii_to_krchar(const char* src, kr_char* dst) {
-    kr::detail::widen_text(src, dst);
+    widen(src, text_length(src) + 1, dst);
 }
 
 kr_result kr_ascii_to_wchar_strdup(const char* src, kr_char** out) {
@@ -126,7 +130,7 @@ kr_result kr_krchar_to_ascii_strdup(const kr_char* src, char** out) {
     if (src == nullptr || out == nullptr) {
         return invalid_argument();
     }
-    const size_t size = kr_string_length(src) + 1;
+    const size_t size = text_length(src) + 1;
     return make_string(__func__, "ascii char string", size, out,
                        [=](char* dst) { return kr_wchar_to_ascii(src, dst, size); });
 }

@@ -10,12 +10,11 @@
 #include "base/convert/hex.h"
 #include "base/text/wide_string.h"
 #include "log/log.h"
+#include "result/failures.h"
 
 namespace {
 
-kr_result invalid_argument() {
-    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
-}
+using kr::detail::invalid_argument;
 
 constexpr u32 digit_count = 2 * KR_GUID_BYTES;
 /// The shortest form never shows fewer bytes than a serial number has.

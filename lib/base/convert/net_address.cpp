@@ -6,18 +6,17 @@
 #include "base/convert/decimal.h"
 #include "log/log.h"
 #include "platform/platform.h"
+#include "result/failures.h"
 
 namespace {
+
+using kr::detail::invalid_argument;
 
 using kr::detail::is_decimal_digit;
 
 constexpr u32 ipv4_bytes = 4;
 constexpr u32 max_component_digits = 3;
 constexpr u32 max_component = 255;
-
-kr_result invalid_argument() {
-    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
-}
 
 /// The first address of a resolver's answer; false where it has none of this family.
 bool first_address(const hostent& answer, u32* out) {

@@ -9,6 +9,7 @@
 #include "base/convert/digit_scan.h"
 #include "log/log.h"
 #include "platform/platform.h"
+#include "result/failures.h"
 
 namespace {
 
@@ -22,8 +23,7 @@ constexpr u64 max_of_i64 = std::numeric_limits<i64>::max();
 
 /// The answer to a null text or output, of which the text is looked at first.
 kr_result missing(const void* text) {
-    return kr_result_make_error(text == nullptr ? KR_UNEXPECTED_BEHAVIOUR
-                                                : KR_INVALID_ARGUMENT_TO_FUNCTION);
+    return text == nullptr ? kr::detail::unexpected_behaviour() : kr::detail::invalid_argument();
 }
 
 /// Logs the rejected text. The format shows it whole.

@@ -9,14 +9,13 @@
 #include "base/memory/typed_memory.h"
 #include "base/text/wide_string.h"
 #include "log/log.h"
+#include "result/failures.h"
 
 namespace {
 
-constexpr u32 first_capacity = 10;
+using kr::detail::invalid_argument;
 
-kr_result invalid_argument() {
-    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
-}
+constexpr u32 first_capacity = 10;
 
 kr_result grow(kr_array_string& arr) {
     if (arr.capacity > UINT32_MAX / 2) {

@@ -2,23 +2,23 @@
 #include "base/text/wide_string.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <span>
 
 #include "base/memory/memory.h"
 #include "base/text/wide_scan.h"
 #include "platform/platform.h"
+#include "result/failures.h"
 
 namespace scan = kr::detail::scan;
 namespace plain = kr::detail::plain;
 
 namespace {
 
-constexpr u64 no_limit = UINT64_MAX;
-
-kr_result invalid_argument() {
-    return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
-}
+using kr::detail::invalid_argument;
+using kr::detail::no_limit;
+using kr::detail::text_length;
+using kr::detail::text_length_within;
+using ends = kr::detail::is_terminator<kr_char>;
 
 kr_result too_small() {
     return kr_result_make_error(KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH);
@@ -54,7 +54,7 @@ int refusal(kr_char* dst, u64 size, u64 used, const kr_char* src) {
     int error = 0;
     if (src == nullptr || used == size) {
         error = EINVAL;
-    } else if (scan::length_within(src, size - used) == size - used) {
+    } else if (text_length_within(src, size - used) == size - used) {
         error = ERANGE;
     }
     if (error != 0) {
@@ -77,26 +77,50 @@ kr_result copy_bounded(Char* dst, u64 size, const Char* src) {
     return too_small();
 }
 
+// Searches.
+
+using either = kr::detail::is_either<kr_char>;
+
+/// The position of the first `c` or of the terminator, whichever comes first.
+u64 find_or_end(const kr_char* s, kr_char c) {
+    return scan::first_match(s, either{c, 0}, no_limit);
+}
+
 // Comparisons.
 
-kr_result order_of(int difference) {
-    if (difference == 0) {
-        return kr_result_make_success(KR_EQUAL);
-    }
-    return kr_result_make_success(difference < 0 ? KR_LESS : KR_GREATER);
+template <typename Value>
+kr_result order_of(Value a, Value b) {
+    return kr_result_make_success(a == b ? KR_EQUAL : a < b ? KR_LESS : KR_GREATER);
 }
 
 bool says_equal(kr_result result) {
     return kr_result_succeeded(result) && kr_result_is(result, KR_EQUAL);
 }
 
-struct as_is {
-    int operator()(kr_char unit) const { return unit; }
-};
+using kr::detail::as_is;
+using kr::detail::ascii_folded;
 
 struct folded {
-    int operator()(kr_char unit) const { return static_cast<kr_char>(towlower(unit)); }
+    u32 operator()(kr_char unit) const { return static_cast<kr_char>(towlower(unit)); }
 };
+
+/// What the runtime says of two texts, or of their first `n` units. Every locale folds ASCII alike,
+/// so the runtime is asked about what stands behind the first two units that differ then, and about
+/// these only where one of them is beyond ASCII.
+kr_result compare_folded(const kr_char* a, const kr_char* b, u64 n) {
+    if (a == nullptr || b == nullptr) {
+        return invalid_argument();
+    }
+    const u64 at = scan::mismatch(a, b, n, ascii_folded{});
+    if (at == n) {
+        return kr_result_make_success(KR_EQUAL);
+    }
+    if ((a[at] | b[at]) < 0x80) {
+        return order_of(ascii_folded{}(a[at]), ascii_folded{}(b[at]));
+    }
+    return order_of(n == no_limit ? _wcsicmp(a + at, b + at) : _wcsnicmp(a + at, b + at, n - at),
+                    0);
+}
 
 template <typename Fold>
 kr_result compare_plainly(const kr_char* a, const kr_char* b, u64 n, Fold fold) {
@@ -104,15 +128,26 @@ kr_result compare_plainly(const kr_char* a, const kr_char* b, u64 n, Fold fold) 
         return invalid_argument();
     }
     for (u64 at = 0; at < n; ++at) {
-        const int difference = fold(a[at]) - fold(b[at]);
-        if (difference != 0 || a[at] == 0) {
-            return order_of(difference);
+        const u32 x = fold(a[at]), y = fold(b[at]);
+        if (x != y || x == 0) {
+            return order_of(x, y);
         }
     }
     return kr_result_make_success(KR_EQUAL);
 }
 
 // New buffers.
+
+/// A text for `length` units, the terminator behind them; `out` is written on success only.
+kr_result new_text(kr_char** out, u64 length) {
+    void* block = nullptr;
+    const kr_result result = kr_memory_allocate_hook(&block, bytes_of(length + 1));
+    if (kr_result_succeeded(result)) {
+        *out = static_cast<kr_char*>(block);
+        (*out)[length] = 0;
+    }
+    return result;
+}
 
 kr_result concat(kr_char** out, std::span<const kr_char* const> parts) {
     constexpr size_t most_parts = 5;
@@ -128,29 +163,22 @@ kr_result concat(kr_char** out, std::span<const kr_char* const> parts) {
         lengths[i] = kr_string_length(parts[i]);
         total += lengths[i];
     }
-    void* block = nullptr;
-    const kr_result result = kr_memory_allocate_hook(&block, bytes_of(total + 1));
+    const kr_result result = new_text(out, total);
     if (kr_result_failed(result)) {
         return result;
     }
-    *out = static_cast<kr_char*>(block);
     kr_char* end = *out;
     for (size_t i = 0; i < parts.size(); ++i) {
         kr_memcpy(end, parts[i], bytes_of(lengths[i]));
         end += lengths[i];
     }
-    *end = 0;
     return result;
 }
 
 // The module's narrow functions.
 
 u64 narrow_length(const char* s) {
-    u64 length = 0;
-    while (s[length] != 0) {
-        ++length;
-    }
-    return length;
+    return text_length(s);
 }
 
 kr_result string_module_init() {
@@ -174,7 +202,7 @@ kr_result kr_string_copy_s(kr_char* dst, u64 size, const kr_char* src) {
 }
 
 kr_result kr_string_cat_s(kr_char* dst, u64 size, const kr_char* src) {
-    const u64 used = dst != nullptr ? scan::length_within(dst, size) : 0;
+    const u64 used = dst != nullptr ? text_length_within(dst, size) : 0;
     const int refused = refusal(dst, size, used, src);
     return from_runtime(refused != 0 ? refused : wcscat_s(dst, size, src));
 }
@@ -188,7 +216,7 @@ void kr_string_cat(kr_char* dst, const kr_char* src) {
 }
 
 void kr_string_cat_generic(kr_char* dst, const kr_char* src) {
-    kr_char* end = dst + plain::length(dst);
+    kr_char* end = dst + plain::first_match(dst, ends{}, no_limit);
     do {
         *end++ = *src;
     } while (*src++ != 0);
@@ -199,7 +227,7 @@ bool kr_string_copy_trunc(kr_char* dst, u64 dst_bytes, const kr_char* src) {
     if (room == 0) {
         return true;
     }
-    const u64 length = scan::length_within(src, room);
+    const u64 length = text_length_within(src, room);
     const bool cut = length == room;
     const u64 kept = cut ? room - 1 : length;
     kr_memcpy(dst, src, bytes_of(kept));
@@ -215,7 +243,7 @@ kr_result kr_string_cat_s_generic(kr_char* dst, u64 size, const kr_char* src) {
     if (dst == nullptr || src == nullptr || size == 0) {
         return invalid_argument();
     }
-    const u64 used = plain::length_within(dst, size);
+    const u64 used = plain::first_match(dst, ends{}, size);
     return used == size ? too_small() : copy_bounded(dst + used, size - used, src);
 }
 
@@ -228,10 +256,7 @@ kr_result kr_string_compare_generic(const kr_char* a, const kr_char* b) {
 }
 
 kr_result kr_string_compare_nocase(const kr_char* a, const kr_char* b) {
-    if (a == nullptr || b == nullptr) {
-        return invalid_argument();
-    }
-    return order_of(_wcsicmp(a, b));
+    return compare_folded(a, b, no_limit);
 }
 
 kr_result kr_string_compare_nocase_generic(const kr_char* a, const kr_char* b) {
@@ -243,14 +268,11 @@ kr_result kr_string_compare_n(const kr_char* a, const kr_char* b, u64 n) {
         return invalid_argument();
     }
     const u64 at = scan::mismatch(a, b, n);
-    return order_of(at < n ? a[at] - b[at] : 0);
+    return at < n ? order_of(a[at], b[at]) : kr_result_make_success(KR_EQUAL);
 }
 
 kr_result kr_string_compare_n_nocase(const kr_char* a, const kr_char* b, u64 n) {
-    if (a == nullptr || b == nullptr) {
-        return invalid_argument();
-    }
-    return order_of(_wcsnicmp(a, b, n));
+    return compare_folded(a, b, n);
 }
 
 kr_result kr_string_compare_n_nocase_generic(const kr_char* a, const kr_char* b, u64 n) {
@@ -282,37 +304,37 @@ bool kr_string_starts_with_nocase(const kr_char* s, const kr_char* prefix) {
 }
 
 u64 kr_string_length(const kr_char* s) {
-    return scan::length(s);
+    return text_length(s);
 }
 
 u64 kr_string_bytesize(const kr_char* s) {
-    return bytes_of(scan::length(s) + 1);
+    return bytes_of(text_length(s) + 1);
 }
 
 u64 kr_string_bytesize_generic(const kr_char* s) {
-    return bytes_of(plain::length(s) + 1);
+    return bytes_of(plain::first_match(s, ends{}, no_limit) + 1);
 }
 
 u64 kr_string_bytesize_clean(const kr_char* s) {
-    return bytes_of(scan::length(s));
+    return bytes_of(text_length(s));
 }
 
 u64 kr_string_bytesize_clean_generic(const kr_char* s) {
-    return bytes_of(plain::length(s));
+    return bytes_of(plain::first_match(s, ends{}, no_limit));
 }
 
 const kr_char* kr_string_find_char(const kr_char* s, kr_char c) {
-    const kr_char* const found = s + scan::find_or_end(s, c);
+    const kr_char* const found = s + find_or_end(s, c);
     return *found == c ? found : nullptr;
 }
 
 const kr_char* kr_string_find_char_generic(const kr_char* s, kr_char c) {
-    const kr_char* const found = s + plain::find_or_end(s, c);
+    const kr_char* const found = s + plain::first_match(s, either{c, 0}, no_limit);
     return *found == c && c != 0 ? found : nullptr;
 }
 
 const kr_char* kr_string_find_last_char(const kr_char* s, kr_char c) {
-    for (u64 at = scan::length(s); at-- > 0;) {
+    for (u64 at = text_length(s); at-- > 0;) {
         if (s[at] == c) {
             return s + at;
         }
@@ -324,10 +346,10 @@ const kr_char* kr_string_find(const kr_char* s, const kr_char* sub) {
     if (*s == 0 || *sub == 0) {
         return *s == 0 ? nullptr : s;
     }
-    const u64 sub_length = scan::length(sub);
+    const u64 sub_length = text_length(sub);
     // A terminator of `s` equals no character of `sub`, so no match runs beyond the end.
     for (const kr_char* q = s;; ++q) {
-        q += scan::find_or_end(q, *sub);
+        q += find_or_end(q, *sub);
         if (*q == 0) {
             return nullptr;
         }
@@ -338,8 +360,8 @@ const kr_char* kr_string_find(const kr_char* s, const kr_char* sub) {
 }
 
 const kr_char* kr_string_find_with(const kr_char* s, const kr_char* sub, kr_string_comparison cmp) {
-    const u64 sub_length = scan::length(sub);
-    u64 left = scan::length(s);
+    const u64 sub_length = text_length(sub);
+    u64 left = text_length(s);
     for (const kr_char* q = s; left != 0 && left >= sub_length; ++q, --left) {
         if (kr_result_code(cmp(q, sub, sub_length)) == KR_EQUAL) {
             return q;
@@ -368,14 +390,10 @@ kr_result kr_string_dup_n(kr_char** out, const kr_char* s, u64 n) {
     if (n > SIZE_MAX / sizeof(kr_char) - 1) {
         return kr_result_make_error(KR_OUT_OF_MEMORY);
     }
-    void* block = nullptr;
-    const kr_result result = kr_memory_allocate_hook(&block, bytes_of(n + 1));
-    if (kr_result_failed(result)) {
-        return result;
+    const kr_result result = new_text(out, n);
+    if (kr_result_succeeded(result)) {
+        kr_memcpy(*out, s, bytes_of(n));
     }
-    *out = static_cast<kr_char*>(block);
-    kr_memcpy(*out, s, bytes_of(n));
-    (*out)[n] = 0;
     return result;
 }
 

@@ -1,14 +1,13 @@
 /// How narrow text becomes wide text and ASCII wide text becomes narrow: the one place that says
-/// so. For the library's own sources. Any thread.
+/// so. For the library's own sources; touches the language only. Any thread.
 ///
-/// What is in `plain` takes one character at a time, what is in `vectors` does the same with
-/// 16-byte vectors; the tests hold one against the other. Texts are NUL-terminated and do not
-/// overlap.
+/// Common to all: `count` characters are copied and no terminator; none is looked for, and nothing
+/// beside the two blocks is read or written. The blocks do not overlap.
 #pragma once
 
-#include <cstddef>
 #include <cstring>
 
+#include "base/text/vector_text.h"
 #include "platform/types.h"
 #include "platform/vectors.h"
 
@@ -30,14 +29,14 @@ inline __m128i widen_high(__m128i bytes) {
 }
 
 inline void widen_16(const char* src, kr_char* dst) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), widen_low(bytes));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 8), widen_high(bytes));
+    const __m128i bytes = vectors::load(src);
+    vectors::store(dst, widen_low(bytes));
+    vectors::store(dst + 8, widen_high(bytes));
 }
 
 inline void widen_8(const char* src, kr_char* dst) {
     const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(src));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), widen_low(bytes));
+    vectors::store(dst, widen_low(bytes));
 }
 
 inline void widen_4(const char* src, kr_char* dst) {
@@ -45,30 +44,28 @@ inline void widen_4(const char* src, kr_char* dst) {
     std::memcpy(&bytes, src, sizeof bytes);
     _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), widen_low(_mm_cvtsi32_si128(bytes)));
 }
+
+/// Narrows 16 units, which are ASCII.
+inline void narrow_16(const kr_char* src, char* dst) {
+    vectors::store(dst, _mm_packus_epi16(vectors::load(src), vectors::load(src + 8)));
+}
+
+inline void narrow_8(const kr_char* src, char* dst) {
+    const __m128i units = vectors::load(src);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(dst), _mm_packus_epi16(units, units));
+}
 #endif
 
-/// Widens `count` bytes; no terminator is looked for or written, and nothing beside the two blocks
-/// is read or written. The blocks do not overlap.
 inline void widen(const char* src, size_t count, kr_char* dst) {
 #if KR_VECTORS
-    // The last vector overlaps the one before it: cheaper than a loop over the rest.
     if (count >= 16) {
-        const size_t last = count - 16;
-        for (size_t i = 0; i < last; i += 16) {
-            widen_16(src + i, dst + i);
-        }
-        widen_16(src + last, dst + last);
-        return;
+        return copy_by<16, widen_16>(src, count, dst);
     }
     if (count >= 8) {
-        widen_8(src, dst);
-        widen_8(src + count - 8, dst + count - 8);
-        return;
+        return copy_by<8, widen_8>(src, count, dst);
     }
     if (count >= 4) {
-        widen_4(src, dst);
-        widen_4(src + count - 4, dst + count - 4);
-        return;
+        return copy_by<4, widen_4>(src, count, dst);
     }
 #endif
     for (size_t i = 0; i < count; ++i) {
@@ -76,33 +73,24 @@ inline void widen(const char* src, size_t count, kr_char* dst) {
     }
 }
 
-namespace plain {
-
-/// Widens `src` with its terminator.
-void widen_text(const char* src, kr_char* dst);
-
-/// Copies the characters of `src` to `dst` up to the first that is the terminator, `stop` or not
-/// ASCII, at most `room` of them, and returns their number. Writes no terminator, and nothing of
-/// `dst` behind the characters copied. With a `room` of 0 `src` is not read.
-size_t narrow_ascii(const kr_char* src, char* dst, size_t room, char stop = '\0');
-
-} // namespace plain
-
+/// Narrows units that are ASCII.
+inline void narrow(const kr_char* src, size_t count, char* dst) {
 #if KR_VECTORS
-namespace vectors {
-
-void widen_text(const char* src, kr_char* dst);
-size_t narrow_ascii(const kr_char* src, char* dst, size_t room, char stop = '\0');
-
-} // namespace vectors
+    if (count >= 16) {
+        return copy_by<16, narrow_16>(src, count, dst);
+    }
+    if (count >= 8) {
+        return copy_by<8, narrow_8>(src, count, dst);
+    }
 #endif
+    for (size_t i = 0; i < count; ++i) {
+        dst[i] = static_cast<char>(src[i]);
+    }
+}
 
-#if KR_VECTORS && !KR_READS_ARE_WATCHED
-using vectors::narrow_ascii;
-using vectors::widen_text;
-#else
-using plain::narrow_ascii;
-using plain::widen_text;
-#endif
+/// Copies to wide text whatever the source is.
+inline void copy_text(const char* src, size_t count, kr_char* dst) {
+    widen(src, count, dst);
+}
 
 } // namespace kr::detail

@@ -10,9 +10,10 @@ namespace kr::detail {
 /// How a newline is stored.
 enum class newline_form : u8 { lf, cr_lf };
 
-/// Room that any `length` units of text need, in bytes.
+/// Room that any `length` units of text need, in bytes; the encoder may write two more than the
+/// longest text has.
 constexpr size_t utf8_room(size_t length) {
-    return 3 * length;
+    return 3 * length + 2;
 }
 
 /// The length of the longest piece at the start of `length` units of text that has up to `limit`
