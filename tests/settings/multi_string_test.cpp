@@ -81,6 +81,17 @@ TEST_F(MultiString, ComposesAsAPlainLoopWould) {
     }
 }
 
+TEST_F(MultiString, TakesABlockOfExactlyItsSize) {
+    kr_char item[] = KR_TEXT("a;\0;;;;;;;;;;;;"); // what lies behind it does not count
+    kr_char* only_item = item;
+    const kr_array_string array = {1, 1, &only_item};
+    const failing_allocator allocator;
+    kr::owned_text composed;
+    EXPECT_EQ(kr_settings_compose_multi_string(&array, composed.out()), ok);
+    EXPECT_EQ(utf8(composed.get()), "a\\;;");
+    EXPECT_EQ(allocator.last_size(), 5 * sizeof(kr_char));
+}
+
 TEST_F(MultiString, RefusesWhatIsNotThere) {
     const kr::owned_strings read = array_of({"p"});
     EXPECT_EQ(kr_settings_get_multi_string(settings_, entry, read.get()), not_found);
