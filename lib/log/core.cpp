@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdarg>
 
+#include "base/convert/hex.h"
 #include "base/text/vector_text.h"
 #include "base/text/wide_string.h"
 #include "base/threads/mutex_section.h"
@@ -295,13 +296,11 @@ void kr_log_profile(u32 /*category*/, const char* domain, const char* function,
 
 void kr_log_hexdump(const u8* data, size_t length) {
     constexpr size_t bytes_per_row = 16;
-    constexpr char digits[] = "0123456789ABCDEF";
     for (size_t first = 0; first < length; first += bytes_per_row) {
         char row[3 * bytes_per_row + 1];
         char* end = row;
         for (size_t i = first; i < std::min(length, first + bytes_per_row); ++i) {
-            *end++ = digits[data[i] >> 4];
-            *end++ = digits[data[i] & 0xF];
+            end = kr::detail::write_hex_byte(data[i], end);
             *end++ = ' ';
         }
         *end = '\0';

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 
+#include "base/convert/hex.h"
 #include "base/memory/owner.h"
 #include "base/text/widen.h"
 #include "base/threads/mutex_section.h"
@@ -297,10 +298,9 @@ void thread_table_label(u32 thread_id, thread_label* out) {
     }
     widen(name, name_length, out->text);
     out->text[name_length] = ':';
-    constexpr char digits[] = "0123456789ABCDEF";
-    for (u32 i = thread_label_length; i-- > name_length + 1; thread_id >>= 4) {
-        out->text[i] = static_cast<kr_char>(digits[thread_id & 0xF]);
-    }
+    constexpr u32 id_digits = 8;
+    static_assert(name_length + 1 + id_digits == thread_label_length);
+    write_hex_number<id_digits>(thread_id, out->text + name_length + 1, true);
 }
 
 u32 thread_table_depth(u32 thread_id) {
