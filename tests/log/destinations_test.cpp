@@ -23,56 +23,50 @@ public:
 
 wide file_spec(const wide& path) { return KR_TEXT("file://") + path; }
 
-/// Which initialiser took the main slot, by the operation that it put there.
-std::string selected() {
-    const kr_log_destination destination = log_main_slot.get();
-    const std::tuple<const char*, kr_log_init, const kr_char*> candidates[] = {
-        {"debugger", kr_debugger_log_init, KR_TEXT("windbg")},
-        {"console", kr_console_log_init, KR_TEXT("stdout")},
-        {"null", kr_null_log_init, KR_TEXT("x")},
-    };
-    for (const auto& [name, init, spec] : candidates) {
-        kr_log_destination own{};
-        if (init(spec, &own.no_timestamps, &own.context, &own.write, &own.close) != 0 &&
-            own.write == destination.write) {
-            EXPECT_EQ(own.no_timestamps, destination.no_timestamps) << name;
-            EXPECT_EQ(destination.close, nullptr);
-            return name;
-        }
+/// What stands behind "windbg", "stdout" or any other text.
+kr_log_destination opened(const kr_char* spec) {
+    kr_log_destination own{};
+    for (const kr_log_init init : {kr_debugger_log_init, kr_console_log_init, kr_null_log_init}) {
+        if (init(spec, &own.no_timestamps, &own.context, &own.write, &own.close) != 0) { break; }
     }
-    return destination.write == file_log_do_log    ? "file"
-           : destination.write == event_log_do_log ? "event log"
-                                                   : "unknown";
+    return own;
+}
+
+void expect_selected(const kr_char* same_as) {
+    const kr_log_destination selected = log_main_slot.get(), expected = opened(same_as);
+    EXPECT_EQ(selected.write, expected.write);
+    EXPECT_EQ(selected.no_timestamps, expected.no_timestamps);
+    EXPECT_EQ(selected.close, nullptr);
 }
 
 TEST(Destinations, AreSelectedByText) {
+    const kr_char *const debugger = KR_TEXT("windbg"), *const console = KR_TEXT("stdout"),
+                         *const null = KR_TEXT("x");
     const struct {
         int line;
-        const kr_char* spec;
-        const char* selected;
+        const kr_char *spec, *same_as;
         bool quiet = false;
     } rows[] = {
-        {__LINE__, KR_TEXT("windbg"), "debugger"},
-        {__LINE__, KR_TEXT("windbG"), "null"},
-        {__LINE__, KR_TEXT("stdout"), "console"},
-        {__LINE__, KR_TEXT(""), "console"},
-        {__LINE__, nullptr, "console"},
-        {__LINE__, KR_TEXT("quiet"), "null"},
-        {__LINE__, KR_TEXT("quiet!stdout"), "console", true},
-        {__LINE__, KR_TEXT("qu!windbg"), "debugger", true},
-        {__LINE__, KR_TEXT("!"), "console", true},
-        {__LINE__, KR_TEXT("quiets!windbg"), "debugger"},
-        {__LINE__, KR_TEXT("Quiet!windbg"), "debugger"},
-        {__LINE__, KR_TEXT("!windbg!"), "null", true},
-        {__LINE__, KR_TEXT("file://"), "null"},
-        {__LINE__, KR_TEXT("FILE://x"), "null"},
-        {__LINE__, KR_TEXT("eventlog:krtest"), "event log"},
+        {__LINE__, debugger, debugger},
+        {__LINE__, KR_TEXT("windbG"), null},
+        {__LINE__, console, console},
+        {__LINE__, KR_TEXT(""), console},
+        {__LINE__, nullptr, console},
+        {__LINE__, KR_TEXT("quiet"), null},
+        {__LINE__, KR_TEXT("quiet!stdout"), console, true},
+        {__LINE__, KR_TEXT("qu!windbg"), debugger, true},
+        {__LINE__, KR_TEXT("!"), console, true},
+        {__LINE__, KR_TEXT("quiets!windbg"), debugger},
+        {__LINE__, KR_TEXT("Quiet!windbg"), debugger},
+        {__LINE__, KR_TEXT("!windbg!"), null, true},
+        {__LINE__, KR_TEXT("file://"), null},
+        {__LINE__, KR_TEXT("FILE://x"), null},
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.line);
         const captured_log log(KR_LOG_ERROR);
         EXPECT_EQ(kr_log_set_destination(r.spec), ok);
-        EXPECT_EQ(selected(), r.selected);
+        expect_selected(r.same_as);
         kr_log_apply_defaults();
         EXPECT_EQ(kr_log_enabled(KR_LOG_MAIN, KR_LOG_ERROR), !r.quiet);
         kr_log_quiet_defaults(0);
@@ -180,7 +174,7 @@ TEST(FileDestination, RefusesWhatItCannotOpenAndSaysWhy) {
     for (const wide& path : {folder + KR_TEXT("\\krlog none\\x.log"), folder, scratch_path(wide(300, 'x'))}) {
         captured_log log;
         EXPECT_EQ(kr_log_set_destination(file_spec(path).c_str()), ok);
-        EXPECT_EQ(selected(), "null");
+        expect_selected(KR_TEXT("x"));
         EXPECT_THAT(log.take(), ElementsAre("W 01 kr_file_log_init: cannot open " + utf8(path.c_str())));
         EXPECT_EQ(read_file(path), "no such file");
     }

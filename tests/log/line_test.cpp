@@ -44,7 +44,7 @@ TEST(Line, HasTheTextOfItsLayout) {
         const u32 category = one_of(0u, 9u, 81u, 99u, 100u, ~0u, 0x80000000u);
         const auto level = static_cast<u32>(random() % 20),
                    depth = static_cast<u32>(random() % (maximum_depth + 1));
-        const wide message(one_of(size_t{0}, size_t{9}, 3'990 + random() % 100), 'm');
+        const wide message(one_of(0u, 9u, 3'990u + static_cast<u32>(random() % 100)), 'm');
         const bool colors = one_of(true, false), stamped = one_of(true, false);
 
         thread_label label{};
