@@ -39,10 +39,10 @@ SC_HANDLE CreateServiceW(SC_HANDLE manager, const WCHAR* name, const WCHAR* disp
 /// Loads the driver's image: 1058 when disabled, 1056 when running, 2 or 3 when the image is
 /// missing, 193 when it is not a PE32+ image for x86-64 of the native subsystem, 577 when it
 /// carries no signature block or the policy refuses it.
-BOOL StartServiceW(SC_HANDLE service, DWORD argument_count, const WCHAR** arguments);
+BOOL StartServiceW(SC_HANDLE handle, DWORD argument_count, const WCHAR** arguments);
 /// SERVICE_CONTROL_STOP only: 1062 when the service is stopped.
-BOOL ControlService(SC_HANDLE service, DWORD control, SERVICE_STATUS* status);
+BOOL ControlService(SC_HANDLE handle, DWORD control, SERVICE_STATUS* status);
 /// Marks the service; it goes when the last handle is closed and it is stopped. 1072 the second
 /// time.
-BOOL DeleteService(SC_HANDLE service);
+BOOL DeleteService(SC_HANDLE handle);
 BOOL CloseServiceHandle(SC_HANDLE handle);
