@@ -29,6 +29,7 @@ TEST(ThreadFaults, AFailedWaitLosesNoThreadAndWaitsForNoneTwice) {
     for (const bool start_anew : {false, true}) {
         ran = 0;
         first = second = false;
+        EXPECT_EQ(kr_thread_create_normal(run, nullptr), generic) << "the module has not started";
         ASSERT_EQ(kr_thread_module()->init(), ok);
         {
             const armed_fault priority({.call = "SetThreadPriority", .error = 5, .sticky = true});

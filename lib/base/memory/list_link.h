@@ -14,6 +14,8 @@ struct list_link {
     list_link& operator=(const list_link&) = delete;
 
     [[nodiscard]] bool empty() const { return next == this; }
+    /// Makes a head forget its list, whose links may be gone.
+    void clear() { next = prev = this; }
 
     /// Puts this link, which is in no list, in front of `place`; in front of the head is the tail.
     void insert_before(list_link& place) {
@@ -26,7 +28,7 @@ struct list_link {
     void unlink() {
         prev->next = next;
         next->prev = prev;
-        prev = next = this;
+        clear();
     }
 };
 

@@ -81,21 +81,13 @@ int system_priority(u32 priority) {
     }
 }
 
-/// A record of the free list, or null.
-thread_record* take_idle() {
-    if (state.idle.empty()) {
-        return nullptr;
-    }
-    list_link* const first = state.idle.next;
-    first->unlink();
-    return static_cast<thread_record*>(first);
-}
-
 /// A record outside both lists, or null when there is no memory. Records come from the runtime heap
 /// and not from the hooks: they outlive the modules that an allocator of the program may need.
 thread_record* take_record() {
-    if (thread_record* const idle = take_idle()) {
-        return idle;
+    if (!state.idle.empty()) {
+        list_link* const first = state.idle.next;
+        first->unlink();
+        return static_cast<thread_record*>(first);
     }
     void* const block = std::malloc(sizeof(thread_record));
     return block != nullptr ? new (block) thread_record{} : nullptr;
@@ -176,9 +168,12 @@ kr_result thread_module_fini() {
     wait_for_visitors();
     kr_mutex_destroy(&state.list_lock);
     kr_mutex_destroy(&state.state_lock);
-    while (thread_record* const record = take_idle()) {
+    for (list_link* at = state.idle.next; at != &state.idle;) {
+        auto* const record = static_cast<thread_record*>(at);
+        at = at->next;
         std::free(record);
     }
+    state.idle.clear();
     return KR_SUCCESS;
 }
 
