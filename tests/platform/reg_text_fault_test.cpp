@@ -179,6 +179,11 @@ TEST_F(RegFile, IsLeftAloneWhenItIsBroken) {
               "registry file " + file + ": line 4: an unknown kind of data, error 1009\n");
     EXPECT_EQ(set(), 1009);
     EXPECT_EQ(got(), in_key + "@=\n");
+    testing::internal::CaptureStderr();
+    reset_registry_to_file(folder);
+    EXPECT_EQ(RegDeleteValueW(HKEY_LOCAL_MACHINE, u"v"), 5) << "what cannot be read is not empty";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "registry file " + folder + ": cannot be read, error 5\n");
 }
 
 TEST_F(RegFile, IsWholeWhenItCannotBeWritten) {

@@ -30,9 +30,13 @@ LONG read_file(const std::string& path, std::string& bytes) {
         return errno == ENOENT ? LONG{ERROR_SUCCESS} : last_errno();
     }
     std::ostringstream content;
+    errno = 0; // stays so for an empty file, which the stream takes for a failure too
     content << file.rdbuf();
+    if (!content && errno != 0) {
+        return last_errno();
+    }
     bytes = content.str();
-    return content.bad() ? last_errno() : LONG{ERROR_SUCCESS};
+    return ERROR_SUCCESS;
 }
 
 /// Beside the file first, then in its place, so that it is never half written; never through a link
