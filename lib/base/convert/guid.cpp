@@ -55,7 +55,7 @@ bool has_length(const Char* text, u32 length) {
 
 enum class marks { refused, skipped };
 
-/// Reads the 32 digits among the first `length` characters; `braces` and dashes may stand between
+/// Reads the 32 digits among the first `length` characters; braces and dashes may stand between
 /// them where they are skipped. False when another character or another number of digits is there.
 template <typename Char>
 bool read_digits(const Char* text, u32 length, marks braces_and_dashes, KRGUID* out) {

@@ -249,8 +249,7 @@ kr_result kr_mempool_create(const kr_char* name, u64 element_size, u32 flags, u3
         return result;
     }
     // Whole as far as it goes at every step, so that the ordinary end also undoes half a creation.
-    kr::owner<kr_mempool*, kr_mempool_destroy> owned(
-        new (record) kr_mempool);
+    kr::owner<kr_mempool*, kr_mempool_destroy> owned(new (record) kr_mempool);
     kr_mempool* const pool = owned.get();
     result = kr_mutex_init(&pool->lock);
     pool->element_size = element_size;

@@ -1,4 +1,4 @@
-/// The records behind a memory vector, for the sources base/memvec*.cpp and their tests.
+/// The records behind a memory vector, for the sources base/memory/memvec*.cpp and their tests.
 #pragma once
 
 #include "base/memory/list_link.h"
