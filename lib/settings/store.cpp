@@ -200,7 +200,8 @@ kr_result kr_settings_domain_delete(const kr_char* domain) {
 }
 
 kr_result kr_settings_group_exists(kr_settings_handle parent, const kr_char* name) {
-    return names_a_key(name) ? key_exists(key_of(parent), name) : kr_result_make_success(KR_NO);
+    return parent != nullptr && names_a_key(name) ? key_exists(key_of(parent), name)
+                                                  : kr_result_make_success(KR_NO);
 }
 
 kr_result kr_settings_group_open(kr_settings_handle parent, const kr_char* name,

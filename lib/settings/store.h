@@ -37,7 +37,8 @@ kr_result kr_settings_domain_close(kr_settings_handle domain);
 /// kr_settings_domain_open.
 [[nodiscard]] kr_result kr_settings_domain_delete(const kr_char* domain);
 
-/// KR_YES if the group exists below `parent` and can be opened, else KR_NO, as for domains.
+/// KR_YES if the group exists below `parent` and can be opened, else KR_NO, as for domains; a null
+/// `parent` is KR_NO too.
 [[nodiscard]] kr_result kr_settings_group_exists(kr_settings_handle parent, const kr_char* name);
 
 /// Opens the group below `parent`, a domain or a group, creating it when it is missing. The caller

@@ -84,6 +84,9 @@ TEST_F(SettingsFaults, MapTheSystemsErrors) {
         EXPECT_EQ(row.run(settings_), row.result);
         EXPECT_EQ(fault.hits(), 1u);
     }
+    const kr::host::armed_fault never({.call = "RegOpenKeyW", .error = 6});
+    EXPECT_EQ(kr_settings_group_exists(nullptr, u"e"), no);
+    EXPECT_EQ(never.hits(), 0u) << "a null handle reached the registry";
 }
 
 // 16 characters are read without a block, 600 with one.
