@@ -10,7 +10,9 @@
 #include "conversion_table.h"
 
 /// Takes a pointer and writes "0x" and its 16 upper-case digits. `size_modifier` is
-/// KR_PRINTF_SIZE_NONE or KR_PRINTF_SIZE_64, which mean the same.
+/// KR_PRINTF_SIZE_NONE or KR_PRINTF_SIZE_64, which mean the same; the others take 32 bits.
+/// KR_FUNCTION_NOT_IMPLEMENTED for an unknown one; no argument is taken then, and in writing mode
+/// `*cursor` stands behind the "0x".
 [[nodiscard]] kr_result kr_printf_format_pointer(u32 flags, u32 width, u32 precision,
                                                  u32 size_modifier, kr_char** cursor,
                                                  size_t remaining, va_list* args, size_t* required);

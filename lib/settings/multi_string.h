@@ -3,7 +3,8 @@
 /// lock; the caller keeps other threads from changing the array meanwhile.
 ///
 /// The empty list is the empty text; a single semicolon is a list of one empty item. Failures are
-/// logged as warnings. A null pointer is answered with KR_INVALID_ARGUMENT_TO_FUNCTION.
+/// logged as warnings except where the comment says otherwise. A null pointer is answered with
+/// KR_INVALID_ARGUMENT_TO_FUNCTION; parsing and composing do not log it.
 #pragma once
 
 #include "../platform/types.h"
@@ -20,7 +21,8 @@ struct kr_array_string;
 
 /// Builds the text of all items in a new block, which the caller releases with
 /// kr_memory_deallocate_hook. KR_SUCCESS; KR_INVALID_ARGUMENT_TO_FUNCTION when the array has a null
-/// item; KR_OVERFLOW when the text would take 4 GiB or more; the allocation's failure.
+/// item; KR_OVERFLOW, without a line, when the text would take 4 GiB or more; the allocation's
+/// failure.
 [[nodiscard]] kr_result kr_settings_compose_multi_string(const kr_array_string* array,
                                                          kr_char** out);
 

@@ -24,8 +24,9 @@ struct kr_ip_subnet {
                                                    u32 value);
 
 /// A subnet, stored as address, "/" and prefix length. Reading also takes a prefix in hexadecimal
-/// (0x10) or octal (010); it fails as for an address, and with KR_GENERIC without a "/" or with a
-/// prefix above 255. Neither side checks that the prefix is at most 32.
+/// (0x10) or octal (010), and none behind the "/" as 0; it fails as for an address, and with
+/// KR_GENERIC without a "/" or with anything but a number of at most 255 behind it. Neither side
+/// checks that the prefix is at most 32.
 [[nodiscard]] kr_result kr_settings_get_ip_subnet(kr_settings_handle settings, const kr_char* name,
                                                   kr_ip_subnet* out);
 /// A prefix above 255 is KR_INVALID_ARGUMENT_TO_FUNCTION.

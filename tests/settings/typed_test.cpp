@@ -118,6 +118,7 @@ TEST_F(TypedSettings, CopyOrRefuseAndSaySo) {
         {__LINE__, address, "1.2.3.4", nowhere, generic, {"set_ip_address: kr_settings_set_string() failed."}},
         {__LINE__, subnet, "10.0.0.0/0x10", "10.0.0.0/16"},
         {__LINE__, subnet, "255.255.255.255/255", "255.255.255.255/255"},
+        {__LINE__, subnet, "10.0.0.0/", "10.0.0.0/0"},
         {__LINE__, subnet, "10.0.0.0", nullptr, generic, {"get_ip_subnet: Subnet separator not found."}},
         {__LINE__, subnet, "10.0.0/8", nullptr, generic, {"get_ip_subnet: kr_string_to_ipv4() failed."}},
         {__LINE__, subnet, "10.0.0.0/8/8", nullptr, generic, {"get_ip_subnet: kr_string_to_ui16_a() failed."}},
