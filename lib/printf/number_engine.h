@@ -212,7 +212,7 @@ inline kr_result format_unsigned(u32 radix, const kr_char* digits, const format_
     scope.enter("Enter (buffer_left = %zu, radix = %u)", out.remaining_bytes(), radix);
     u64 value = 0;
     if (!take_unsigned(scope, settings.size_modifier, args, &value)) {
-        return scope.leave(kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED));
+        return scope.leave(not_implemented());
     }
     return scope.leave(
         format_unsigned_value<Traced>(radix, digits, settings.flags, settings.width, out, value));
@@ -260,7 +260,7 @@ inline kr_result format_signed(const format_settings& settings, format_output& o
     scope.enter("Enter (buffer_left = %u)", static_cast<u32>(out.remaining_bytes()));
     i64 argument = 0;
     if (!take_signed(scope, settings.size_modifier, args, &argument)) {
-        return scope.leave(kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED));
+        return scope.leave(not_implemented());
     }
     const bool negative = argument < 0;
     u64 value = static_cast<u64>(argument);

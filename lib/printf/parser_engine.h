@@ -30,7 +30,7 @@ inline kr_result parse_width(const char** cursor, u32* width) {
     *width = 0;
     if (**cursor == '*') {
         scope.warn("'*' in width field not supported.");
-        return scope.leave(kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED));
+        return scope.leave(not_implemented());
     }
     for (; format_is_digit(**cursor); ++*cursor) {
         *width = *width * 10 + static_cast<u32>(**cursor - '0');
@@ -46,7 +46,7 @@ inline kr_result parse_precision(const char** cursor, u32* precision) {
     *precision = 0;
     if (**cursor == '.') {
         scope.warn("Precision not supported.");
-        return scope.leave(kr_result_make_error(KR_FUNCTION_NOT_IMPLEMENTED));
+        return scope.leave(not_implemented());
     }
     return scope.leave(KR_SUCCESS);
 }

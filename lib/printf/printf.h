@@ -14,9 +14,8 @@
 ///
 /// Results common to all entry points:
 ///  - KR_SUCCESS;
-///  - KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: the text and its terminator do not fit; also, even
-///  when
-///    only measuring, "%_z" of a Win32 error whose text has more than 127 characters;
+///  - KR_SUPPLIED_BUFFER_IS_NOT_LARGE_ENOUGH: the text and its terminator do not fit; "%_z" of a
+///    Win32 error whose text exceeds 127 characters (it cannot be measured either);
 ///  - KR_PRINTF_FORMAT_STRING_SYNTAX_ERROR: the format is defective or asks for what is not
 ///    supported;
 ///  - KR_INVALID_ARGUMENT_TO_FUNCTION: a null format, or "%_r" or "%_z" of a null pointer;

@@ -56,7 +56,7 @@ kr_result append_items(const kr_char* text, kr_char* item, kr_array_string* arra
         if (*next == escape && !is_escaped(*++next)) {
             KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, parse_name,
                       "Parsing error. String '%_s' is not properly escaped.", text);
-            return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+            return kr::detail::unexpected_behaviour();
         }
         *end++ = *next;
     }

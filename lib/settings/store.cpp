@@ -15,6 +15,7 @@
 
 namespace {
 
+using kr::detail::generic_failure;
 using kr::detail::invalid_argument;
 
 constexpr std::size_t domain_path_capacity_chars = 256;
@@ -41,7 +42,7 @@ bool names_a_domain(const kr_char* name) {
 }
 
 kr_result generic_unless_done(LSTATUS error) {
-    return error == ERROR_SUCCESS ? KR_SUCCESS : kr_result_make_error(KR_GENERIC);
+    return error == ERROR_SUCCESS ? KR_SUCCESS : generic_failure();
 }
 
 kr_result not_found_or_generic_unless_done(LSTATUS error) {
@@ -126,7 +127,7 @@ kr_result enumerate(const enumeration& what, kr_settings_handle settings, kr_cha
     DWORD found = 0;
     DWORD longest_chars = 0;
     if (what.measure(key_of(settings), &found, &longest_chars) != ERROR_SUCCESS) {
-        return kr_result_make_error(KR_GENERIC);
+        return generic_failure();
     }
     const DWORD capacity_chars = longest_chars + 1;
 
@@ -138,7 +139,7 @@ kr_result enumerate(const enumeration& what, kr_settings_handle settings, kr_cha
     DWORD index = 0;
     for (kr_char* name : list.get()) {
         if (what.name_at(key_of(settings), index++, name, capacity_chars) != ERROR_SUCCESS) {
-            return kr_result_make_error(KR_GENERIC);
+            return generic_failure();
         }
     }
     *names = list.release(count);
@@ -179,7 +180,7 @@ kr_result kr_settings_domain_open(const kr_char* domain, kr_settings_handle* out
     }
     HKEY key = nullptr;
     if (RegCreateKeyW(HKEY_LOCAL_MACHINE, path.text, &key) != ERROR_SUCCESS) {
-        return kr_result_make_error(KR_GENERIC);
+        return generic_failure();
     }
     *out = handle_of(key);
     return KR_SUCCESS;
@@ -214,7 +215,7 @@ kr_result kr_settings_group_open(kr_settings_handle parent, const kr_char* name,
     if (error != ERROR_SUCCESS) {
         KR_LOG(KR_LOG_SETTINGS, KR_LOG_WARNING, "Unable to open subkey '%_s', error code = %ld",
                name, static_cast<i32>(error));
-        return kr_result_make_error(KR_GENERIC);
+        return generic_failure();
     }
     *out = handle_of(key);
     return KR_SUCCESS;
@@ -266,19 +267,19 @@ kr_result kr_settings_get_string(kr_settings_handle settings, const kr_char* nam
     LSTATUS error = query(settings, name, &type, text, &size_bytes);
     while (error == ERROR_MORE_DATA && size_bytes > room_bytes && size_bytes <= capacity_bytes) {
         if (kr_result_failed(kr_memory_allocate_hook(block.out(), size_bytes))) {
-            return kr_result_make_error(KR_GENERIC);
+            return generic_failure();
         }
         text = block.get();
         room_bytes = size_bytes;
         error = query(settings, name, &type, text, &size_bytes);
     }
     if (error != ERROR_SUCCESS || type != REG_SZ) {
-        return kr_result_make_error(KR_GENERIC);
+        return generic_failure();
     }
     const std::size_t length_chars = size_bytes / sizeof(kr_char);
     if (!is_terminated(static_cast<const kr_char*>(text), size_bytes)) {
         if (length_chars >= capacity) {
-            return kr_result_make_error(KR_GENERIC);
+            return generic_failure();
         }
         buffer[length_chars] = 0;
     }
@@ -298,7 +299,7 @@ kr_result kr_settings_get_string_alloc(kr_settings_handle settings, const kr_cha
         return not_found_or_generic_unless_done(error);
     }
     if (type != REG_SZ) {
-        return kr_result_make_error(KR_GENERIC);
+        return generic_failure();
     }
 
     kr::owned_block block;
@@ -308,7 +309,7 @@ kr_result kr_settings_get_string_alloc(kr_settings_handle settings, const kr_cha
     }
     error = query(settings, name, &type, block.get(), &size_bytes);
     if (error != ERROR_SUCCESS || type != REG_SZ) {
-        return kr_result_make_error(KR_GENERIC);
+        return generic_failure();
     }
     const kr_char* const text = static_cast<const kr_char*>(block.get());
     if (!is_terminated(text, size_bytes)) {
@@ -327,7 +328,7 @@ kr_result kr_settings_set_string(kr_settings_handle settings, const kr_char* nam
     // The registry takes 32-bit byte counts; a longer text must not be stored cut.
     const u64 size_bytes = kr_string_bytesize(value);
     if (size_bytes > UINT32_MAX) {
-        return kr_result_make_error(KR_GENERIC);
+        return generic_failure();
     }
     return generic_unless_done(RegSetValueExW(key_of(settings), name, 0, REG_SZ,
                                               reinterpret_cast<const BYTE*>(value),

@@ -12,6 +12,7 @@
 
 namespace {
 
+using kr::detail::generic_failure;
 using kr::detail::invalid_argument;
 using kr::detail::report;
 
@@ -44,7 +45,7 @@ kr_result parse_ip_subnet(const char* function, char* text, kr_ip_subnet* out) {
     char* const separator = std::strchr(text, '/');
     if (separator == nullptr) {
         KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function, "Subnet separator not found.");
-        return kr_result_make_error(KR_GENERIC);
+        return generic_failure();
     }
     *separator = 0;
     u32 address = 0;
@@ -59,7 +60,7 @@ kr_result parse_ip_subnet(const char* function, char* text, kr_ip_subnet* out) {
     }
     if (prefix > largest_prefix) {
         KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, function, "Invalid subnet");
-        return kr_result_make_error(KR_GENERIC);
+        return generic_failure();
     }
     *out = {address, prefix};
     return KR_SUCCESS;
