@@ -34,7 +34,7 @@ using owned_cursor = owner<kr_memvec_cursor*, kr_memvec_release>;
 /// The library as one part of the program uses it: kr_init() at start, kr_fini() at the end, each
 /// with its own rules. For the program's main thread; one at a time.
 ///
-///     kr_log_register_module(KR_TEXT("console"));
+///     kr_log_register_module(KR_TEXT("stdout"));
 ///     kr::library library;
 ///     if (kr_result_failed(library.start())) {
 ///         return 1;
