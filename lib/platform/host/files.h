@@ -4,7 +4,7 @@
 /// environment variable KR_HOST_ROOT names, in a folder per drive; when it is not set, below a
 /// fresh temporary folder that goes away with the process. There letter case is ignored, as on
 /// Windows. Other paths are used as they are, with '\' read as '/'. Dots and blanks at the end of
-/// a name count for nothing, except behind a prefix.
+/// a path count for nothing, except behind a prefix.
 #pragma once
 
 #include "platform/host/win_types.h"

@@ -36,11 +36,11 @@ SC_HANDLE CreateServiceW(SC_HANDLE manager, const WCHAR* name, const WCHAR* disp
                          DWORD access, DWORD type, DWORD start_type, DWORD error_control,
                          const WCHAR* image_path, const WCHAR* load_group, DWORD* tag,
                          const WCHAR* dependencies, const WCHAR* account, const WCHAR* password);
-/// Loads the driver's image: 1058 when disabled, 1056 when running, 2 or 3 when the image is
-/// missing, 193 when it is not a PE32+ image for x86-64 of the native subsystem, 577 when it
-/// carries no signature block or the policy refuses it.
+/// Loads the driver's image: 1072 when the service waits for its deletion, 1058 when disabled, 1056
+/// when running, 2 or 3 when the image is missing, 193 when it is not a PE32+ image for x86-64 of
+/// the native subsystem, 577 when it carries no signature block or the policy refuses it.
 BOOL StartServiceW(SC_HANDLE handle, DWORD argument_count, const WCHAR** arguments);
-/// SERVICE_CONTROL_STOP only: 1062 when the service is stopped.
+/// SERVICE_CONTROL_STOP only, else 87; 1062 when the service is stopped.
 BOOL ControlService(SC_HANDLE handle, DWORD control, SERVICE_STATUS* status);
 /// Marks the service; it goes when the last handle is closed and it is stopped. 1072 the second
 /// time.
