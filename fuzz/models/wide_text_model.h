@@ -104,7 +104,10 @@ inline void check_searches(const wide_text& a, const wide_text& sub, kr_char c) 
 inline void check_bounded(bool runtime, const wide_text& before, const wide_text& src, u64 size) {
     const exact_text<kr_char> from(src);
     const exact_block<kr_char> into(size);
-    std::copy_n(before.c_str(), std::min<u64>(before.size() + 1, size), into.get());
+    // What a refused copy must empty: no terminator stands there before.
+    std::fill_n(into.get(), size, kr_char{'z'});
+    std::copy_n(before.c_str(), std::min<u64>(before.empty() ? 0 : before.size() + 1, size),
+                into.get());
     const auto copy = runtime ? kr_string_copy_s : kr_string_copy_s_generic;
     const auto append = runtime ? kr_string_cat_s : kr_string_cat_s_generic;
     const bool open = !before.empty() && before.size() >= size; // no terminator within the size
