@@ -22,6 +22,8 @@ struct thread_label {
 /// Creates the lock of the table, which is empty / empties the table and destroys the lock.
 [[nodiscard]] kr_result thread_table_start();
 kr_result thread_table_stop();
+/// Forgets the filter, the names and the depths.
+void thread_table_clear();
 void thread_table_forget_names();
 
 /// Changes whenever a label of any thread may have changed. Read without the lock.

@@ -253,7 +253,7 @@ kr_result thread_table_start() {
     return result;
 }
 
-kr_result thread_table_stop() {
+void thread_table_clear() {
     name_record* names = nullptr;
     muted_thread* muted_threads = nullptr;
     muted_name* muted_names = nullptr;
@@ -265,9 +265,13 @@ kr_result thread_table_stop() {
         table.depth_count = 0;
         labels_changed();
     }
-    release_list(names);
     release_list(muted_threads);
     release_tree(muted_names);
+    release_list(names);
+}
+
+kr_result thread_table_stop() {
+    thread_table_clear();
     started.store(false, std::memory_order_release);
     return kr_mutex_destroy(&table.lock);
 }

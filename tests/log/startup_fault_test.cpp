@@ -66,7 +66,14 @@ TEST(LogModule, FailsWithoutMemoryForItsList) {
     EXPECT_EQ(kr_log_module_init(), out_of_memory);
     EXPECT_FALSE(log_main_slot.is_set());
     EXPECT_EQ(kr_log_module_init(), ok);
+    // The end gives back filter and names, then the list and the work buffer.
+    const u32 list = 2, buffer = allocator.allocations();
+    EXPECT_EQ(kr_log_thread_register("x"), ok);
+    kr_log_filter_mute_thread();
     EXPECT_EQ(kr_log_module_uninit(), ok);
+    const std::vector<u32> released = allocator.released();
+    EXPECT_EQ(std::vector(released.end() - 4, released.end()),
+              (std::vector{buffer + 2, buffer + 1, list, buffer}));
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include "log/destinations/slots.h"
 #include "log/layout.h"
 #include "log/startup/config.h"
+#include "log/thread_labels.h"
 #include "result/failures.h"
 
 namespace {
@@ -97,6 +98,7 @@ kr_result kr_log_module_uninit() {
     if (destination.close != nullptr) {
         (void)destination.close(destination.context);
     }
+    kr::detail::thread_table_clear();
     kr_memory_deallocate_hook(deferred.list_head);
     kr_memory_deallocate_hook(deferred.work_buffer);
     deferred = {};
