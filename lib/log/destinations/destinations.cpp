@@ -87,7 +87,7 @@ kr_result kr_log_set_secondary_destination(const kr_char* spec) {
 }
 
 void kr_log_set_no_timestamps(u32 on) {
-    no_timestamps_override.store(on, std::memory_order_relaxed);
+    no_timestamps_override.store(on != 0 ? 1 : 0, std::memory_order_relaxed);
     if (on != 0) {
         kr::detail::log_main_slot.set_no_timestamps(1);
     }
