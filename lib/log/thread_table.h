@@ -1,5 +1,5 @@
 /// Names of threads and the thread filter. Public. Any thread may call anything here while the log
-/// module is started; outside that time it does nothing.
+/// module is started; outside that time only kr_log_filter_enable has an effect.
 #pragma once
 
 #include "log.h"
@@ -17,7 +17,8 @@
 /// for the look-up; the text is valid until that name is removed.
 const char* kr_log_thread_name(u64 thread_id);
 
-/// While on, lines of the threads that the filter names are dropped, level 0 included.
+/// While on, lines of the threads that the filter names are dropped, level 0 included. Off at
+/// first; the log's end empties the filter and leaves this as it is.
 void kr_log_filter_enable(u32 on);
 /// Puts the calling thread into the filter by its id, once only. A failing allocation changes
 /// nothing.

@@ -4,8 +4,9 @@
 ///
 /// Selection is done at start-up and during configuration, by one thread at a time; it takes no
 /// lock. The write operations run under the log's output lock, one at a time. A destination's slot
-/// is cleared before its close operation runs, so what closing reports is lost: closing releases
-/// what a further line would need.
+/// is cleared before its close operation runs, as closing releases what a further line would need:
+/// what the main one reports while it closes is lost, and what the secondary one reports goes to
+/// the main one.
 #pragma once
 
 #include "../log.h"
@@ -13,9 +14,10 @@
 /// Selects the main destination and closes the one before it. `spec` null or empty means "stdout".
 /// A '!' splits it: when the text before the first '!' is "quiet" or any leading part of it (none
 /// included), every level mask and every category's default mask becomes 0, so that only level-0
-/// lines are left; the destination is what follows the '!'. What cannot be set up is logged as a
-/// warning and selects the destination that writes nothing. Returns KR_SUCCESS. No other thread may
-/// log meanwhile: it could be writing to the destination that is closed.
+/// lines are left; the destination is what follows the '!'. What cannot be set up selects the
+/// destination that writes nothing; the warning about it reaches the destination before only where
+/// that has no close operation. Returns KR_SUCCESS. No other thread may log meanwhile: it could be
+/// writing to the destination that is closed.
 kr_result kr_log_set_destination(const kr_char* spec);
 
 /// Selects the destination of lines flagged KR_LOG_SECONDARY: `spec` as above, not null, without
@@ -57,7 +59,7 @@ void event_log_do_log(void* context, const kr_char* line, std::size_t size_bytes
 kr_result event_log_uninit(void* context);
 
 /// "stdout": standard output. Where it is a console, the first line while colours are on turns the
-/// console's processing of escape sequences on; the first line after colours went off, another
+/// console's processing of escape sequences on; the first line after colours went off, another main
 /// destination, the log's end and the program's end restore its mode. On a console that does not
 /// know it (before Windows 10) coloured lines go without any escape sequence. To a file or a pipe
 /// they go as they are.
