@@ -8,8 +8,8 @@ static void krdummy_unload(PDRIVER_OBJECT driver) {
     DbgPrint("krdummy unloaded.\n");
 }
 
-/* The unload routine is set first: a driver without one cannot be stopped, and it and its service
- * would stay until the next restart. */
+/* The unload routine is set first: a driver without one cannot be stopped. Until the next restart
+ * it would stay loaded, and its service listed. */
 NTSTATUS DriverEntry(PDRIVER_OBJECT driver, PUNICODE_STRING registry_path) {
     UNREFERENCED_PARAMETER(registry_path);
     driver->DriverUnload = krdummy_unload;
