@@ -34,13 +34,14 @@ public:
     bool turn_on(HANDLE handle) {
         if (state_ == state::untouched) {
             DWORD mode = 0;
-            state_ =
-                GetConsoleMode(handle, &mode) != FALSE &&
-                        SetConsoleMode(handle, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE
-                    ? state::on
-                    : state::refused;
+            const bool known = GetConsoleMode(handle, &mode) != FALSE;
             mode_before_ = mode;
             handle_ = handle;
+            // Last: from here on restore() puts the mode back.
+            state_ =
+                known && SetConsoleMode(handle, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE
+                    ? state::on
+                    : state::refused;
         }
         return state_ == state::on;
     }
