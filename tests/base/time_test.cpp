@@ -17,7 +17,6 @@ constexpr i32 ns = KR_TIME_UNIT_NANOSECONDS;
 constexpr u64 maximum = ~u64{0};
 
 constexpr kr_time duration(i32 unit, u64 count) { return {.unit = unit, .count = count, .relative = 1}; }
-
 constexpr kr_time point(i32 unit, u64 count) { return {.unit = unit, .count = count, .relative = 0}; }
 
 bool same(const kr_time& a, const kr_time& b) {
@@ -84,22 +83,6 @@ TEST(Time, ConvertsBetweenUnitsOrChangesNothing) {
     }
 }
 
-/// Both orders at once: the distance is the same and the direction turns.
-void expect_difference(const kr_time& a, const kr_time& b, kr_result result, const kr_time& distance,
-                       i32 direction) {
-    const kr_time untouched = point(9, 9);
-    kr_time got = untouched;
-    i32 way = 9;
-    const bool failed = kr_result_failed(result);
-    EXPECT_EQ(kr_time_diff(&a, &b, &got, &way), result);
-    EXPECT_TRUE(same(got, failed ? untouched : distance));
-    EXPECT_EQ(way, failed ? 9 : direction);
-    EXPECT_EQ(kr_time_diff_reversed(&a, &b, nullptr, &way), result);
-    EXPECT_EQ(way, failed ? 9 : -direction);
-    EXPECT_EQ(kr_time_is_equal(&a, &b),
-              failed ? result : kr_result_make_success(direction == 0 ? KR_YES : KR_NO));
-}
-
 TEST(Time, SubtractsInTheFinerUnit) {
     const std::vector<u64> counts = telling_counts();
     std::mt19937 random(1); // NOLINT(*-msc51-cpp): the same pairs in every run
@@ -107,35 +90,38 @@ TEST(Time, SubtractsInTheFinerUnit) {
         return kr_time{-static_cast<i32>(random() % 4), counts[random() % counts.size()], relative};
     };
     for (u32 i = 0; i < 20'000; ++i) {
-        const kr_time a = any(i & 1);
-        const kr_time b = i % 16 < 2 ? a : any(i & 1);
+        const kr_time a = any(i & 1), b = i % 16 < 2 ? a : any(i & 1), untouched = point(9, 9);
         const i32 finer = std::min(a.unit, b.unit);
-        const u128 first = in_nanoseconds(a) / factors[3 + finer],
-                   second = in_nanoseconds(b) / factors[3 + finer];
-        const kr_result result = std::max(first, second) > maximum ? overflow
-                                 : first == second                 ? kr_result_make_success(KR_ZERO)
-                                                                   : ok;
-        const u64 distance = static_cast<u64>(first < second ? second - first : first - second);
-        expect_difference(a, b, result, duration(finer, distance), (first < second) - (first > second));
-        if (HasFailure()) { FAIL() << a.unit << ' ' << a.count << ", " << b.unit << ' ' << b.count; }
+        const u128 x = in_nanoseconds(a) / factors[3 + finer], y = in_nanoseconds(b) / factors[3 + finer];
+        const bool failed = std::max(x, y) > maximum;
+        const kr_result result = failed ? overflow : x == y ? kr_result_make_success(KR_ZERO) : ok;
+        const i32 direction = failed ? 9 : (x < y) - (x > y);
+        kr_time got = untouched;
+        i32 way = 9, reversed = -9;
+        ASSERT_EQ(kr_time_diff(&a, &b, &got, &way), result) << a.unit << ' ' << a.count;
+        ASSERT_TRUE(same(got, failed ? untouched : duration(finer, static_cast<u64>(x < y ? y - x : x - y))));
+        ASSERT_EQ(kr_time_diff_reversed(&a, &b, nullptr, &reversed), result);
+        ASSERT_THAT((std::array{way, reversed}), ElementsAre(direction, -direction))
+            << b.unit << ' ' << b.count;
+        ASSERT_EQ(kr_time_is_equal(&a, &b), failed ? result : x == y ? yes : no);
     }
-    expect_difference(point(s, 1), duration(s, 1), invalid, {}, 0);
-    expect_difference(duration(s, 1), duration(-4, 1), unexpected, {}, 0);
+    const kr_time second = duration(s, 1);
+    for (const auto& [other, result] : {std::pair{point(s, 1), invalid}, {duration(-4, 1), unexpected}}) {
+        EXPECT_EQ(kr_time_diff(&second, &other, nullptr, nullptr), result);
+        EXPECT_EQ(kr_time_diff(&other, &second, nullptr, nullptr), result);
+    }
 }
 
 TEST(Time, ScalesDurationsOnly) {
     for (const u64 count : telling_counts()) {
         for (const u64 factor : telling_counts()) {
-            const kr_result results[] = {factor == 0                      ? invalid
-                                         : u128{count} * factor > maximum ? overflow
-                                                                          : ok,
-                                         static_cast<u32>(factor) == 0 ? invalid : ok};
+            const auto divisor = static_cast<u32>(factor);
+            const kr_result result = factor == 0 ? invalid : u128{count} * factor > maximum ? overflow : ok;
             kr_time product = duration(ms, count), quotient = product, absolute = point(ms, count);
-            ASSERT_EQ(kr_time_multiply(&product, factor, &product), results[0]) << count << ' ' << factor;
-            ASSERT_TRUE(same(product, duration(ms, results[0] == ok ? count * factor : count)));
-            ASSERT_EQ(kr_time_divide(&quotient, static_cast<u32>(factor), &quotient), results[1]);
-            ASSERT_TRUE(
-                same(quotient, duration(ms, results[1] == ok ? count / static_cast<u32>(factor) : count)));
+            ASSERT_EQ(kr_time_multiply(&product, factor, &product), result) << count << ' ' << factor;
+            ASSERT_TRUE(same(product, duration(ms, result == ok ? count * factor : count)));
+            ASSERT_EQ(kr_time_divide(&quotient, divisor, &quotient), divisor == 0 ? invalid : ok);
+            ASSERT_TRUE(same(quotient, duration(ms, divisor == 0 ? count : count / divisor)));
             ASSERT_EQ(kr_time_multiply(&absolute, 1, &absolute), invalid);
             ASSERT_EQ(kr_time_divide(&absolute, 1, &absolute), invalid);
         }
@@ -166,29 +152,20 @@ TEST(Time, GoesToUtcSecondsAndBack) {
         EXPECT_EQ(kr_time_getUTC32(&t, &out), result);
     }
     EXPECT_EQ(out, 3u);
+    const std::string line = "E 01 kr_time_getUTC32: ";
     EXPECT_THAT(
         log.take(),
-        ElementsAre("E 01 kr_time_getUTC32: Overflow.", "E 01 kr_time_getUTC32: Overflow.",
-                    "E 01 kr_time_getUTC32: time_getUTC32 is only applicable to absolute time values.",
-                    "E 01 kr_time_getUTC32: Cannot get seconds. Result is 0x8200004E "
-                    "(error \"Zero\" from \"Unknown source\")"));
+        ElementsAre(line + "Overflow.", line + "Overflow.",
+                    line + "time_getUTC32 is only applicable to absolute time values.",
+                    line +
+                        R"(Cannot get seconds. Result is 0x8200004E (error "Zero" from "Unknown source"))"));
 }
 
-class LocalDate : public testing::Test {
-protected:
-    ~LocalDate() override { kr_time_local_offset = before_; }
-
-private:
-    i32 before_ = kr_time_local_offset;
-};
-
-TEST_F(LocalDate, FormatsShiftedByTheOffset) {
-    constexpr std::tuple<i32, u32, const char*> rows[] = {{3'600, 0, "700101 01:00:00"},
-                                                          {3'600, 2'147'483'648, "380119 04:14:08"},
-                                                          {-3'600, 951'868'800, "000229 23:00:00"},
-                                                          {-1, 0, "060207 06:28:15"}};
+TEST(LocalDate, FormatsShiftedByTheOffset) {
     kr_char buffer[64];
-    for (const auto& [offset, utc, text] : rows) {
+    for (const auto& [offset, utc, text] : {std::tuple{3'600, 0u, "700101 01:00:00"},
+                                            {-3'600, 951'868'800u, "000229 23:00:00"},
+                                            {-1, 0u, "060207 06:28:15"}}) {
         kr_time_local_offset = offset;
         EXPECT_EQ(kr_time_format_local(utc, buffer, sizeof(buffer), "%02d%02d%02d %02d:%02d:%02d"), ok);
         EXPECT_EQ(utf8(buffer), text);
@@ -199,19 +176,16 @@ TEST_F(LocalDate, FormatsShiftedByTheOffset) {
 }
 
 /// Every day of the 32-bit range against the runtime's own calendar.
-TEST_F(LocalDate, AgreesWithTheRuntimeOnEveryDay) {
+TEST(LocalDate, AgreesWithTheRuntimeOnEveryDay) {
     kr_time_local_offset = 0;
     for (u64 seconds = 0; seconds <= 0xFFFFFFFF; seconds += 86'399) {
         const kr_time t = point(s, seconds + KR_TIME_EPOCH_DISTANCE_SECONDS);
-        u32 fields[6] = {};
-        ASSERT_EQ(kr_time_get_local_date(&t, &fields[0], &fields[1], &fields[2], &fields[3], &fields[4],
-                                         &fields[5]),
-                  ok);
+        u32 f[6] = {};
+        ASSERT_EQ(kr_time_get_local_date(&t, &f[0], &f[1], &f[2], &f[3], &f[4], &f[5]), ok);
         const auto clock = static_cast<std::time_t>(seconds);
         const std::tm* const tm = std::gmtime(&clock);
-        ASSERT_NE(tm, nullptr);
-        ASSERT_THAT(fields, ElementsAre(tm->tm_year + 1900, tm->tm_mon + 1, tm->tm_mday, tm->tm_hour,
-                                        tm->tm_min, tm->tm_sec))
+        ASSERT_THAT(f, ElementsAre(tm->tm_year + 1900, tm->tm_mon + 1, tm->tm_mday, tm->tm_hour, tm->tm_min,
+                                   tm->tm_sec))
             << seconds;
     }
     u32 field = 4;
@@ -223,9 +197,9 @@ TEST_F(LocalDate, AgreesWithTheRuntimeOnEveryDay) {
 TEST(Clocks, MoveForwardAndAgreeWithTheRuntime) {
     captured_log log;
     kr_time now{}, first{}, second{}, since = point(9, 9);
+    u32 seconds = 0;
     ASSERT_EQ(kr_time_get_current(&now), ok);
     EXPECT_TRUE(same(now, point(ns, now.count)));
-    u32 seconds = 0;
     ASSERT_EQ(kr_time_getUTC32(&now, &seconds), ok);
     EXPECT_NEAR(static_cast<double>(seconds), static_cast<double>(std::time(nullptr)), 2);
     ASSERT_EQ(kr_time_get_uptime(&first), ok);
