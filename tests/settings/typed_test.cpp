@@ -1,69 +1,62 @@
-/// Typed settings: what each type makes of a stored text, what it stores in turn, and what it says
-/// about values that it refuses.
+/// Typed settings and multi-strings: what each type makes of a stored text, what it stores in turn,
+/// and what it says about values that it refuses.
 #include "settings/typed.h"
+
+#include <random>
 
 #include "base/convert/guid.h"
 #include "settings/multi_string.h"
+#include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 #include "support/string_array.h"
 
 namespace {
 
 using namespace kr::test;
-
-template <typename T>
-T value_type(kr_result (*)(kr_settings_handle, const kr_char*, T*));
-
 using handle = kr_settings_handle;
 
+constexpr const char* digits = "00112233445566778899AABBCCDDEEFF";
+
+template <typename T>
+using getter = kr_result (*)(handle, const kr_char*, T*);
+template <typename T>
+using setter = kr_result (*)(handle, const kr_char*, T);
+
 /// Reads the entry "from" and stores its value as "to". A failed read leaves the value alone.
-template <auto Get, auto Set>
-kr_result copy(handle source, handle target) {
-    using value = decltype(value_type(Get));
-    value read, before;
+template <typename T, typename Stored>
+kr_result copy(getter<T> get, setter<Stored> set, handle from, handle to) {
+    T read, before;
     std::memset(&read, 0x77, sizeof(read));
     std::memset(&before, 0x77, sizeof(before));
-    const kr_result result = Get(source, KR_TEXT("from"), &read);
+    const kr_result result = get(from, KR_TEXT("from"), &read);
     if (kr_result_failed(result)) {
         // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): padding must be untouched as well
         EXPECT_EQ(std::memcmp(&read, &before, sizeof(read)), 0);
         return result;
     }
-    if constexpr (requires { Set(target, KR_TEXT("to"), &read); }) {
-        return Set(target, KR_TEXT("to"), &read);
+    if constexpr (std::is_pointer_v<Stored>) {
+        return set(to, KR_TEXT("to"), &read);
     } else {
-        return Set(target, KR_TEXT("to"), static_cast<decltype(value(read))>(read));
+        return set(to, KR_TEXT("to"), static_cast<Stored>(read));
     }
 }
 
-constexpr auto signed_int = copy<kr_settings_get_signed_int, kr_settings_set_signed_int>;
-constexpr auto unsigned_int = copy<kr_settings_get_unsigned_int, kr_settings_set_unsigned_int>;
-constexpr auto uint8 = copy<kr_settings_get_UINT8, kr_settings_set_UINT8>;
-constexpr auto int8 = copy<kr_settings_get_INT8, kr_settings_set_INT8>;
-constexpr auto uint16 = copy<kr_settings_get_UINT16, kr_settings_set_UINT16>;
-constexpr auto int16 = copy<kr_settings_get_INT16, kr_settings_set_INT16>;
-constexpr auto uint32 = copy<kr_settings_get_UINT32, kr_settings_set_UINT32>;
-constexpr auto int32 = copy<kr_settings_get_INT32, kr_settings_set_INT32>;
-constexpr auto uint64 = copy<kr_settings_get_UINT64, kr_settings_set_UINT64>;
-constexpr auto int64 = copy<kr_settings_get_INT64, kr_settings_set_INT64>;
-constexpr auto duration = copy<kr_settings_get_relative_time, kr_settings_set_relative_time>;
-constexpr auto address = copy<kr_settings_get_ip_address, kr_settings_set_ip_address>;
-constexpr auto subnet = copy<kr_settings_get_ip_subnet, kr_settings_set_ip_subnet>;
-constexpr auto guid = copy<kr_settings_get_guid, kr_settings_set_guid>;
-
-kr_result boolean(handle source, handle target) {
-    u32 read = 7;
-    const kr_result result = kr_settings_get_BOOL(source, KR_TEXT("from"), &read);
-    return kr_result_failed(result) ? result
-                                    : kr_settings_set_BOOL(target, KR_TEXT("to"), read == 1 ? -7 : 0);
+/// The items read stand behind "p" and "q".
+kr_result copy(getter<kr_array_string> get, setter<const kr_array_string*> set, handle from, handle to) {
+    const kr::owned_strings read = array_of({"p", "q"});
+    const kr_result result = get(from, KR_TEXT("from"), read.get());
+    if (kr_result_succeeded(result)) { return set(to, KR_TEXT("to"), read.get()); }
+    EXPECT_THAT(items_of(read), ElementsAre("p", "q"));
+    return result;
 }
 
-kr_result strings(handle source, handle target) {
-    const kr::owned_strings read = array_of({});
-    const kr_result result = kr_settings_get_multi_string(source, KR_TEXT("from"), read.get());
-    return kr_result_failed(result) ? result
-                                    : kr_settings_set_multi_string(target, KR_TEXT("to"), read.get());
-}
+struct copier {
+    std::string type;
+    kr_result (*copy)(handle from, handle to);
+};
+// clang-format off
+#define COPIER(type) {#type, [](handle from, handle to) { return copy(kr_settings_get_##type, kr_settings_set_##type, from, to); }}
+// clang-format on
 
 class TypedSettings : public testing::Test {
 protected:
@@ -73,138 +66,173 @@ protected:
     const handle unopened = reinterpret_cast<handle>(0x7FFF0004);
 };
 
-TEST_F(TypedSettings, CopyOrRefuseAndSaySo) {
-    const char* const too_large = "9223372036854775808";
-    const char* const digits = "00112233445566778899AABBCCDDEEFF";
-    const char* const nowhere = "a handle that is not open";
+/// Entry and return lines of the getter and of the setter; what they call is a level deeper.
+TEST_F(TypedSettings, CopyAndTrace) {
+    // clang-format off
+    const std::string success = "0x02000000 () success \"Generic\" from \"Unknown source\"";
+    const struct {
+        int line;
+        copier row;
+        std::string from, to, returned = "()";
+        const char* shown = nullptr; ///< when it is not `to`
+    } rows[] = {
+        {__LINE__, COPIER(signed_int), "4294967297abc", "1", success},
+        {__LINE__, COPIER(unsigned_int), "-1", "4294967295", success},
+        {__LINE__, COPIER(INT64), "-9223372036854775808", "-9223372036854775808", success},
+        {__LINE__, COPIER(UINT64), "9223372036854775807", "9223372036854775807", success},
+        {__LINE__, COPIER(INT8), "-128", "-128", "()", "4294967168"},
+        {__LINE__, COPIER(UINT8), "255", "255"},
+        {__LINE__, COPIER(INT16), "-32768", "-32768"},
+        {__LINE__, COPIER(UINT16), "65535", "65535"},
+        {__LINE__, COPIER(INT32), "2147483648", "-2147483648"},
+        {__LINE__, COPIER(UINT32), "4294967295", "4294967295"},
+        {__LINE__, COPIER(BOOL), "2", "1", "(1)"},
+        {__LINE__, COPIER(relative_time), "1500000000", "1500000000", "()", ""},
+        {__LINE__, COPIER(ip_address), "255.255.255.255", "255.255.255.255", "(255.255.255.255)"},
+        {__LINE__, COPIER(ip_subnet), "10.0.0.0/0x10", "10.0.0.0/16", "(10.0.0.0 / 16)"},
+        {__LINE__, COPIER(ip_subnet), "255.255.255.255/255", "255.255.255.255/255", "(255.255.255.255 / 255)"},
+        {__LINE__, COPIER(ip_subnet), "10.0.0.0/", "10.0.0.0/0", "(10.0.0.0 / 0)"},
+        {__LINE__, COPIER(guid), digits, digits, std::string("(") + digits + ")"},
+        {__LINE__, COPIER(multi_string), "x;y", "p;q;x;y;", success, ""},
+        {__LINE__, COPIER(multi_string), "a\\;b;c\\\\d;;", "p;q;a\\;b;c\\\\d;;", success, ""},
+    };
+    // clang-format on
+    log_.set_mask(KR_LOG_SETTINGS, KR_LOG_CALL);
+    for (const auto& [line, row, from, to, returned, shown] : rows) {
+        SCOPED_TRACE(line);
+        settings_.plant("from", from.c_str());
+        EXPECT_EQ(row.copy(settings_, settings_), ok);
+        std::vector<std::string> lines = log_.take();
+        std::erase_if(lines, [](const std::string& one) { return one[5] == '.'; });
+        const std::string get = "C 07 kr_settings_get_" + row.type, set = "C 07 kr_settings_set_" + row.type;
+        const std::string value = shown == nullptr ? to : shown;
+        EXPECT_THAT(lines,
+                    ElementsAre(get + ": Enter (name = from)", get + ": Return " + returned,
+                                set + ": Enter (name=to" + (value.empty() ? "" : ", value=") + value + ")",
+                                set + ": Return " + (to.back() == ';' ? success : "()")));
+        EXPECT_EQ(settings_.text("to"), to);
+    }
+}
+
+TEST_F(TypedSettings, RefuseAndSaySo) {
     const char* const number = nullptr; // an entry that is no string
+    const char* const missing = "no entry at all";
+    constexpr bool lost = true; // it reads; the handle to store it with is not open
     // clang-format off
     const struct {
         int line;
-        kr_result (*copy)(handle, handle);
-        const char *from, *to;
-        kr_result result = ok;
+        copier row;
+        const char* from;
+        kr_result result;
         std::vector<std::string> said = {};
+        bool lost = false;
     } rows[] = {
-        {__LINE__, signed_int, "4294967297", "1"},
-        {__LINE__, signed_int, "12abc", "12"},
-        {__LINE__, unsigned_int, "-1", "4294967295"},
-        {__LINE__, uint8, "256", nullptr, overflow},
-        {__LINE__, uint8, "-1", nullptr, overflow},
-        {__LINE__, int8, "-129", nullptr, overflow},
-        {__LINE__, int8, "128", nullptr, overflow},
-        {__LINE__, uint16, "65535", "65535"},
-        {__LINE__, int16, "-32768", "-32768"},
-        {__LINE__, uint16, "65536", nullptr, overflow},
-        {__LINE__, int16, "32768", nullptr, overflow},
-        {__LINE__, int16, too_large, nullptr, generic, {"get_signed_int: kr_string_to_si64() failed for string=9223372036854775808"}},
-        {__LINE__, int8, "-1", nowhere, generic, {"set_signed_int: kr_settings_set_string(name_ptr=to, value=-1) failed."}},
-        {__LINE__, uint32, "4294967295", "4294967295"},
-        {__LINE__, int32, "2147483648", "-2147483648"},
-        {__LINE__, int64, "-9223372036854775808", "-9223372036854775808"},
-        {__LINE__, uint64, "9223372036854775807", "9223372036854775807"},
-        {__LINE__, boolean, "2", "1"},
-        {__LINE__, boolean, "256", nullptr, overflow, {"get_BOOL: kr_settings_get_UINT8() failed."}},
-        {__LINE__, boolean, number, nullptr, generic, {"get_unsigned_int: kr_settings_get_string_alloc() failed for name=from", "get_BOOL: kr_settings_get_UINT8() failed."}},
-        {__LINE__, boolean, "0", nowhere, generic, {"set_unsigned_int: kr_settings_set_string(name_ptr=to, value=0) failed.", "set_BOOL: kr_settings_set_UINT8() failed."}},
-        {__LINE__, duration, "1500000000", "1500000000"},
-        {__LINE__, duration, "0", nullptr, zero, {"set_relative_time: kr_time_getNanoseconds() failed."}},
-        {__LINE__, duration, too_large, nullptr, generic, {"get_UINT64: kr_string_to_ui64() failed for string=9223372036854775808", "get_relative_time: kr_settings_get_UINT64() failed."}},
-        {__LINE__, duration, "7", nowhere, generic, {"set_UINT64: kr_settings_set_string(name_ptr=to, value=7) failed.", "set_relative_time: kr_settings_set_UINT64() failed."}},
-        {__LINE__, address, "255.255.255.255", "255.255.255.255"},
-        {__LINE__, address, "0255.255.255.255", nullptr, generic, {"get_ip_address: kr_settings_get_string() failed."}},
-        {__LINE__, address, "1.2.3.256", nullptr, generic, {"get_ip_address: kr_string_to_ipv4() failed."}},
-        {__LINE__, address, "1.2.3.\xE9", nullptr, invalid, {"get_ip_address: kr_krchar_to_ascii() failed."}},
-        {__LINE__, address, "1.2.3.4", nowhere, generic, {"set_ip_address: kr_settings_set_string() failed."}},
-        {__LINE__, subnet, "10.0.0.0/0x10", "10.0.0.0/16"},
-        {__LINE__, subnet, "255.255.255.255/255", "255.255.255.255/255"},
-        {__LINE__, subnet, "10.0.0.0/", "10.0.0.0/0"},
-        {__LINE__, subnet, "10.0.0.0", nullptr, generic, {"get_ip_subnet: Subnet separator not found."}},
-        {__LINE__, subnet, "10.0.0/8", nullptr, generic, {"get_ip_subnet: kr_string_to_ipv4() failed."}},
-        {__LINE__, subnet, "10.0.0.0/8/8", nullptr, generic, {"get_ip_subnet: kr_string_to_ui16_a() failed."}},
-        {__LINE__, subnet, "10.0.0.0/256", nullptr, generic, {"get_ip_subnet: Invalid subnet"}},
-        {__LINE__, subnet, "10.0.0.0/8", nowhere, generic, {"set_ip_subnet: kr_settings_set_string() failed"}},
-        {__LINE__, guid, digits, digits},
-        {__LINE__, guid, digits + 1, nullptr, generic, {"get_guid: kr_guid_from_string_simple() failed."}},
-        {__LINE__, guid, digits, nowhere, generic, {"set_guid: kr_settings_set_string() failed."}},
-        {__LINE__, strings, "a;b", "a;b;"},
-        {__LINE__, strings, number, nullptr, generic, {"get_multi_string: kr_settings_get_string_alloc() failed."}},
-        {__LINE__, strings, "a;b", nowhere, generic, {"set_multi_string: kr_settings_set_string() failed."}},
+        {__LINE__, COPIER(INT8), "-129", overflow},
+        {__LINE__, COPIER(INT8), "-1", generic, {"set_signed_int: kr_settings_set_string(name_ptr=to, value=-1) failed."}, lost},
+        {__LINE__, COPIER(INT16), "9223372036854775808", generic, {"get_signed_int: kr_string_to_si64() failed for string=9223372036854775808"}},
+        {__LINE__, COPIER(BOOL), "256", overflow, {"get_BOOL: kr_settings_get_UINT8() failed."}},
+        {__LINE__, COPIER(BOOL), number, generic, {"get_unsigned_int: kr_settings_get_string_alloc() failed for name=from", "get_BOOL: kr_settings_get_UINT8() failed."}},
+        {__LINE__, COPIER(BOOL), "0", generic, {"set_unsigned_int: kr_settings_set_string(name_ptr=to, value=0) failed.", "set_BOOL: kr_settings_set_UINT8() failed."}, lost},
+        {__LINE__, COPIER(relative_time), "0", zero, {"set_relative_time: kr_time_getNanoseconds() failed."}},
+        {__LINE__, COPIER(relative_time), "9223372036854775808", generic, {"get_UINT64: kr_string_to_ui64() failed for string=9223372036854775808", "get_relative_time: kr_settings_get_UINT64() failed."}},
+        {__LINE__, COPIER(relative_time), "7", generic, {"set_UINT64: kr_settings_set_string(name_ptr=to, value=7) failed.", "set_relative_time: kr_settings_set_UINT64() failed."}, lost},
+        {__LINE__, COPIER(ip_address), "0255.255.255.255", generic, {"get_ip_address: kr_settings_get_string() failed."}},
+        {__LINE__, COPIER(ip_address), "1.2.3.256", generic, {"get_ip_address: kr_string_to_ipv4() failed."}},
+        {__LINE__, COPIER(ip_address), "1.2.3.\xE9", invalid, {"get_ip_address: kr_krchar_to_ascii() failed."}},
+        {__LINE__, COPIER(ip_address), "1.2.3.4", generic, {"set_ip_address: kr_settings_set_string() failed."}, lost},
+        {__LINE__, COPIER(ip_subnet), "10.0.0.0", generic, {"get_ip_subnet: Subnet separator not found."}},
+        {__LINE__, COPIER(ip_subnet), "10.0.0/8", generic, {"get_ip_subnet: kr_string_to_ipv4() failed."}},
+        {__LINE__, COPIER(ip_subnet), "10.0.0.0/8/8", generic, {"get_ip_subnet: kr_string_to_ui16_a() failed."}},
+        {__LINE__, COPIER(ip_subnet), "10.0.0.0/256", generic, {"get_ip_subnet: Invalid subnet"}},
+        {__LINE__, COPIER(ip_subnet), "10.0.0.0/8", generic, {"set_ip_subnet: kr_settings_set_string() failed"}, lost},
+        {__LINE__, COPIER(guid), digits + 1, generic, {"get_guid: kr_guid_from_string_simple() failed."}},
+        {__LINE__, COPIER(guid), digits, generic, {"set_guid: kr_settings_set_string() failed."}, lost},
+        {__LINE__, COPIER(multi_string), "a;b\\", unexpected, {"parse_multi_string: Parsing error. String 'a;b\\' is not properly escaped.", "get_multi_string: Unable to parse multi string a;b\\ Result is 0x82000003"}},
+        {__LINE__, COPIER(multi_string), "a;b;c\\x", unexpected, {"parse_multi_string: Parsing error. String 'a;b;c\\x' is not properly escaped.", "get_multi_string: Unable to parse multi string a;b;c\\x Result is 0x82000003"}},
+        {__LINE__, COPIER(multi_string), number, generic, {"get_multi_string: kr_settings_get_string_alloc() failed."}},
+        {__LINE__, COPIER(multi_string), "a;b", generic, {"set_multi_string: kr_settings_set_string() failed."}, lost},
+        {__LINE__, COPIER(BOOL), missing, not_found},
+        {__LINE__, COPIER(ip_address), missing, generic, {"get_ip_address: kr_settings_get_string() failed."}},
     };
     // clang-format on
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line);
-        settings_.plant("from", row.from);
-        (void)kr_settings_delete_entry(settings_, KR_TEXT("to"));
-        const bool lost = row.to == nowhere;
-        EXPECT_EQ(row.copy(settings_, lost ? unopened : settings_), row.result);
-        EXPECT_EQ(settings_.text("to"), row.to == nullptr || lost ? "<missing>" : row.to);
+        (void)kr_settings_delete_entry(settings_, KR_TEXT("from"));
+        if (row.from != missing) { settings_.plant("from", row.from); }
+        EXPECT_EQ(row.row.copy(settings_, row.lost ? unopened : settings_), row.result);
+        EXPECT_EQ(settings_.text("to"), "<missing>");
         char result[40];
         std::snprintf(result, sizeof(result), " Result is 0x%08X", row.result);
         std::string lines;
         for (const std::string& line : row.said) {
-            lines +=
-                "W kr_settings_" + line + (line.find("failed") == std::string::npos ? "" : result) + '\n';
+            lines += "W kr_settings_" + line + (line.find("failed") == line.npos ? "" : result) + '\n';
         }
         EXPECT_EQ(said(log_, "07"), lines);
     }
 }
 
-TEST_F(TypedSettings, MissingEntriesAndOddValues) {
-    for (const auto copy : {signed_int, int8, uint64, boolean, duration, strings}) {
-        EXPECT_EQ(copy(settings_, settings_), not_found);
-    }
-    EXPECT_EQ(said(log_, "07"), "");
-    for (const auto copy : {address, subnet, guid}) { EXPECT_EQ(copy(settings_, settings_), generic); }
-    (void)log_.take();
+TEST_F(TypedSettings, StoreOddValues) {
     EXPECT_EQ(kr_settings_set_UINT64(settings_, KR_TEXT("to"), ~u64{0}), ok);
     EXPECT_EQ(settings_.text("to"), "18446744073709551615");
+    EXPECT_EQ(kr_settings_set_BOOL(settings_, KR_TEXT("to"), -7), ok);
     const kr_ip_subnet refused = {0x0A000001, 256};
     EXPECT_EQ(kr_settings_set_ip_subnet(settings_, KR_TEXT("to"), &refused), invalid);
+    kr_char* null_item = nullptr;
+    const kr_array_string holed = {1, 1, &null_item};
+    EXPECT_EQ(kr_settings_set_multi_string(settings_, KR_TEXT("to"), &holed), invalid);
+    EXPECT_EQ(settings_.text("to"), "1") << "the last that was not refused";
     handle group = nullptr;
     EXPECT_EQ(kr_settings_group_open(unopened, KR_TEXT("g"), &group), generic);
-    EXPECT_EQ(said(log_, "07"), "W kr_settings_set_ip_subnet: invalid subnet mask\n"
-                                "W kr_settings_group_open: Unable to open subkey 'g', error code = 6\n");
+    EXPECT_EQ(said(log_, "07"),
+              "W kr_settings_set_ip_subnet: invalid subnet mask\n"
+              "W kr_settings_compose_multi_string: kr_array_string_get_item() return an invalid item.\n"
+              "W kr_settings_set_multi_string: Unable to compose multi string from array of strings. "
+              "Result is 0x8200000C\n"
+              "W kr_settings_group_open: Unable to open subkey 'g', error code = 6\n");
 }
 
-/// Entry and return lines of a getter and of its setter; what they call is a level deeper.
-TEST_F(TypedSettings, TraceEntryAndReturn) {
-    const std::string success = "0x02000000 () success \"Generic\" from \"Unknown source\"";
-    const std::string digits = "00112233445566778899AABBCCDDEEFF";
-    const struct {
-        int line;
-        kr_result (*copy)(handle, handle);
-        std::string type, from, shown = ", value=-2", returned = "()";
-    } rows[] = {
-        {__LINE__, signed_int, "signed_int", "-2", ", value=-2", success},
-        {__LINE__, unsigned_int, "unsigned_int", "2", ", value=2", success},
-        {__LINE__, int64, "INT64", "-2", ", value=-2", success},
-        {__LINE__, uint64, "UINT64", "2", ", value=2", success},
-        {__LINE__, int8, "INT8", "-2", ", value=4294967294"},
-        {__LINE__, uint8, "UINT8", "2", ", value=2"},
-        {__LINE__, int16, "INT16", "-2"},
-        {__LINE__, uint16, "UINT16", "2", ", value=2"},
-        {__LINE__, int32, "INT32", "-2"},
-        {__LINE__, uint32, "UINT32", "2", ", value=2"},
-        {__LINE__, boolean, "BOOL", "2", ", value=-7", "(1)"},
-        {__LINE__, duration, "relative_time", "2", ""},
-        {__LINE__, address, "ip_address", "1.2.3.4", ", value=1.2.3.4", "(1.2.3.4)"},
-        {__LINE__, subnet, "ip_subnet", "1.2.3.4/8", ", value=1.2.3.4/8", "(1.2.3.4 / 8)"},
-        {__LINE__, guid, "guid", digits, ", value=" + digits, "(" + digits + ")"},
-        {__LINE__, strings, "multi_string", "a;", "", success},
-    };
-    log_.set_mask(KR_LOG_SETTINGS, KR_LOG_CALL);
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.line);
-        settings_.plant("from", row.from.c_str());
-        EXPECT_EQ(row.copy(settings_, settings_), ok);
-        const std::string get = "C 07 kr_settings_get_" + row.type, set = "C 07 kr_settings_set_" + row.type;
-        std::vector<std::string> lines = log_.take();
-        std::erase_if(lines, [](const std::string& line) { return line[5] == '.'; });
-        EXPECT_THAT(lines, ElementsAre(get + ": Enter (name = from)", get + ": Return " + row.returned,
-                                       set + ": Enter (name=to" + row.shown + ")",
-                                       set + ": Return " + (row.type == "multi_string" ? success : "()")));
+TEST_F(TypedSettings, MultiStringsComposeAsAPlainLoopWould) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 3000; ++round) {
+        wide text, stored[3];
+        kr_char* pointers[3];
+        std::vector<std::string> given(random() % 4);
+        for (u32 index = 0; index < given.size(); ++index) {
+            wide& item = stored[index];
+            for (auto length = random() % 40; length != 0; --length) {
+                item += KR_TEXT("ab;\\")[random() % (round % 2 == 0 ? 4 : 2)];
+                text += wide(item.back() == ';' || item.back() == '\\' ? 1 : 0, '\\') + item.back();
+            }
+            text += KR_TEXT(';');
+            given[index] = utf8(item.c_str());
+            item += wide(1, 0) + wide(15, ';'); // what lies behind an item does not count
+            pointers[index] = item.data();
+        }
+        const kr_array_string array = {3, static_cast<u32>(given.size()), pointers};
+        const failing_allocator allocator;
+        kr::owned_text composed;
+        EXPECT_EQ(kr_settings_compose_multi_string(&array, composed.out()), ok);
+        EXPECT_EQ(composed.get(), text);
+        EXPECT_EQ(allocator.last_size(), (text.size() + 1) * sizeof(kr_char));
+        const kr::owned_strings read = array_of({});
+        EXPECT_EQ(kr_settings_parse_multi_string(composed.get(), read.get()), ok);
+        EXPECT_EQ(items_of(read), given);
     }
+}
+
+TEST_F(TypedSettings, MultiStringsLeaveNothingBehindWhenMemoryRunsOut) {
+    const kr::owned_strings source = array_of(std::vector<std::string>(12, "a;b\\c"));
+    sweep_allocations([&] {
+        kr::owned_text text;
+        kr_array_string array = {};
+        kr_result result = kr_settings_compose_multi_string(source.get(), text.out());
+        EXPECT_EQ(text.get() != nullptr, kr_result_succeeded(result));
+        if (text.get() != nullptr) { result = kr_settings_parse_multi_string(text.get(), &array); }
+        EXPECT_EQ(array.count, kr_result_succeeded(result) ? 12u : 0u);
+        kr_array_string_clear(&array);
+        kr_memory_deallocate_hook(array.items);
+        return result;
+    });
 }
 
 } // namespace
