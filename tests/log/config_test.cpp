@@ -1,16 +1,59 @@
-/// The log's configuration: which entry changes what, in which order, and what is said about it.
+/// Categories and their masks; the log's configuration: which entry changes what, in which order, and
+/// what is said about it.
 #include "log/startup/config.h"
 
 #include <sstream>
 
 #include "log/categories.h"
 #include "log/destinations/destinations.h"
+#include "log/trace.h"
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 
 namespace {
 
 using namespace kr::test;
+
+TEST(Categories, AreFoundByNameAndById) {
+    const std::pair<const kr_char*, u16> rows[] = {{KR_TEXT("MAIN"), 2},
+                                                   {KR_TEXT("memory"), 26},
+                                                   {KR_TEXT("mai"), 999},
+                                                   {KR_TEXT(""), 999},
+                                                   {nullptr, 999}};
+    for (const auto& [name, expected] : rows) {
+        u16 id = 999;
+        EXPECT_EQ(kr_log_category_id(name, &id), expected != 999 ? 1u : 0u);
+        EXPECT_EQ(id, expected);
+    }
+    for (const u16 none : {u16{0}, u16{82}}) { EXPECT_EQ(kr_log_category_name(none), nullptr); }
+    for (u16 id = 1, back = 0; id < KR_LOG_SLOT_COUNT; ++id) {
+        ASSERT_EQ(kr_log_category_id(kr_log_category_name(id), &back), 1u) << id;
+        EXPECT_EQ(back, id);
+    }
+}
+
+TEST(Categories, DefaultsReachEverySlotButTheRawChannel) {
+    const std::pair<u32, u32> rows[] = {{KR_LOG_RAW, ~0u},  {KR_LOG_OTHER, 3},    {KR_LOG_MAIN, 7},
+                                        {KR_LOG_PRINTF, 1}, {KR_LOG_SETTINGS, 3}, {KR_LOG_MEMORY, 1}};
+    const captured_log log(~0u);
+    kr_log_apply_defaults();
+    for (const auto& [category, mask] : rows) {
+        EXPECT_EQ(kr_log_category_masks[category], mask) << category;
+    }
+}
+
+TEST(LogMacro, EvaluatesNoArgumentOfADisabledLine) {
+    const captured_log log(KR_LOG_ERROR | KR_LOG_CALL);
+    int evaluated = 0;
+    KR_LOG(KR_LOG_MAIN, KR_LOG_WARNING, "%d", ++evaluated);
+    EXPECT_EQ(evaluated, 0);
+    KR_LOG(KR_LOG_MAIN, KR_LOG_ERROR, "%d", ++evaluated);
+    KR_LOG(KR_LOG_MAIN, KR_LOG_FORCED, "%d", ++evaluated);
+    EXPECT_EQ(evaluated, 2);
+    for (const u32 outside : {KR_LOG_SLOT_COUNT, ~0u}) {
+        EXPECT_FALSE(kr_trace(outside, "f").on() || kr_log_enabled(outside, ~0u));
+    }
+}
 
 class LogConfig : public testing::Test {
 protected:
@@ -97,8 +140,6 @@ TEST_F(LogConfig, AppliesEntriesInTheirOrder) {
         EXPECT_EQ(kr_log_category_masks[KR_LOG_MAIN], row.main);
         EXPECT_EQ(kr_log_category_masks[KR_LOG_PRINTF], row.printf);
     }
-    kr_log_set_destination(KR_TEXT("windbg"));
-    EXPECT_EQ(kr::detail::log_main_slot.get().no_timestamps, 1u) << "\"notime\" outlasts a destination";
 }
 
 TEST_F(LogConfig, StartsWhateverMemoryIsLeft) {

@@ -4,9 +4,12 @@
 #include <cstdlib>
 #include <thread>
 
+#include "base/threads/threads.h"
 #include "support/captured_log.h"
 
 namespace {
+
+using namespace kr::test;
 
 constexpr u32 writers = 8;
 /// Hundreds; more than a thousand where the variable says so.
@@ -31,22 +34,25 @@ void change_everything(const std::atomic<u32>& running) {
 }
 
 TEST(LogThreads, EveryLineIsWholeAndInOrder) {
-    kr::test::captured_log log;
+    captured_log log;
     kr::detail::log_main_slot.set_no_timestamps(0);
     std::atomic<u32> running = writers;
+    std::string who[writers];
     std::vector<std::jthread> threads;
     for (u32 id = 0; id < writers; ++id) {
         threads.emplace_back([&, id] {
-            EXPECT_EQ(kr_log_thread_register(std::string{'w', static_cast<char>('0' + id)}.c_str()),
-                      KR_SUCCESS);
+            EXPECT_EQ(kr_log_thread_register(('w' + std::to_string(id)).c_str()), ok);
+            char own[32];
+            std::snprintf(own, sizeof(own), "probe:w%u      :%08X", id, kr_thread_current_id());
+            who[id] = own;
             for (u32 i = 0; i < lines_each; ++i) {
-                kr_log(1, KR_LOG_INFO, "probe", "writer", "%u %u", id, i);
+                kr_log(1, KR_LOG_INFO, "probe", "writer", "line %u %u", id, i);
                 if (i % 100 == 0) {
                     kr_log(1, KR_LOG_CALL, "probe", "writer", "call");
                     kr_log(1, KR_LOG_CALL | KR_LOG_RETURN, "probe", "writer", "return");
                 }
             }
-            EXPECT_EQ(kr_log_thread_unregister(), KR_SUCCESS);
+            EXPECT_EQ(kr_log_thread_unregister(), ok);
             --running;
         });
     }
@@ -55,35 +61,30 @@ TEST(LogThreads, EveryLineIsWholeAndInOrder) {
     kr_log_filter_enable(0);
     kr_log_set_profile_threshold(0);
 
-    // Either layout, as the mode follows the masks.
-    u32 next[writers] = {}, calls = 0;
+    u32 next[writers] = {}, calls = 0, sequence = 0;
     std::string stamp;
-    int sequence = 0;
     for (const std::string& line : log.take_lines()) {
-        ASSERT_GT(line.size(), 19u) << line;
-        const bool same = line.compare(0, 19, stamp) == 0;
+        sequence = line.starts_with(stamp) ? sequence + 1 : 1;
         EXPECT_LE(stamp, line.substr(0, 19));
         stamp = line.substr(0, 19);
-        int found = 0, length = 0;
-        ASSERT_EQ(std::sscanf(line.c_str() + 19, ".%d;%n", &found, &length), 1) << line;
-        EXPECT_EQ(found, same ? sequence + 1 : 1) << line;
-        sequence = found;
-        const std::string text = line.substr(19 + static_cast<size_t>(length) + 1);
-        u32 thread = 0, id = 0, count = 0;
-        char whole[128];
-        if (std::sscanf(text.c_str(), " probe:w%*u :%X; I(01); %u %u;", &thread, &id, &count) == 3) {
-            std::snprintf(whole, sizeof(whole), "   probe:w%u      :%08X; I(01); %u %u; writer()\n", id,
-                          thread, id, count);
-        } else if (std::sscanf(text.c_str(), "I(01); writer(); %u %u; probe:w%*u :%X", &id, &count,
-                               &thread) == 3) {
-            std::snprintf(whole, sizeof(whole), "I(01); writer(); %u %u; probe:w%u      :%08X\n", id, count,
-                          id, thread);
-        } else {
-            calls += text.starts_with("C(01); writer(); ") ? 1 : 0;
-            continue;
-        }
-        ASSERT_EQ(text, whole);
+        const std::string start = stamp + '.' +
+                                  (sequence < 10    ? "00"
+                                   : sequence < 100 ? "0"
+                                                    : "") +
+                                  std::to_string(sequence) + "; ";
+        ASSERT_TRUE(line.starts_with(start)) << line;
+        calls += line.starts_with(start + "C(01); writer(); ") ? 1 : 0;
+        const size_t at = line.find("line ");
+        if (at == std::string::npos) { continue; }
+        u32 id = 0, count = 0;
+        ASSERT_EQ(std::sscanf(line.c_str() + at, "line %u %u;", &id, &count), 2) << line;
+        ASSERT_LT(id, writers) << line;
         EXPECT_EQ(count, next[id]++) << line;
+        const std::string said = "line " + std::to_string(id) + ' ' + std::to_string(count) + "; ";
+        // Either layout, as the mode follows the masks.
+        EXPECT_TRUE(line == start + "   " + who[id] + "; I(01); " + said + "writer()\n" ||
+                    line == start + "I(01); writer(); " + said + who[id] + '\n')
+            << line;
     }
     EXPECT_EQ(calls, writers * (lines_each / 100) * 2);
     EXPECT_THAT(next, testing::Each(lines_each));
