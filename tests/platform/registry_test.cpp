@@ -1,6 +1,5 @@
 /// Registry calls and their error numbers, the same on both systems. Works in a key of its own
 /// below HKEY_LOCAL_MACHINE and leaves nothing behind.
-#include <functional>
 #include <set>
 
 #include "support/fresh_registry.h"
@@ -17,17 +16,17 @@ const kr_char abc[] = KR_TEXT("abc");
 class Registry : public testing::Test {
 protected:
     Registry() {
-        EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, suite_path, &key), 0);
-        for (const kr_char* path : {KR_TEXT("zeta"), KR_TEXT("Alpha\\b\u00E4ta\\Gamma"), KR_TEXT("9"),
-                                    KR_TEXT("top\\leaf"), KR_TEXT("10")}) {
-            EXPECT_EQ(create(key, path), 0);
-        }
-        for (const kr_char* name : {static_cast<const kr_char*>(nullptr), KR_TEXT("Name")}) {
-            EXPECT_EQ(set(key, name, REG_SZ, abc, 8), 0);
-        }
+        expect(0, {RegCreateKeyW(HKEY_LOCAL_MACHINE, suite_path, &key), create(key, KR_TEXT("zeta")),
+                   create(key, KR_TEXT("Alpha\\b\u00E4ta\\Gamma")), create(key, KR_TEXT("9")),
+                   create(key, KR_TEXT("top\\leaf")), create(key, KR_TEXT("10")),
+                   set(key, nullptr, REG_SZ, abc, 8), set(key, KR_TEXT("Name"), REG_SZ, abc, 8)});
     }
     ~Registry() override { RegCloseKey(key); }
 
+    /// Every one of the calls answers so.
+    static void expect(LSTATUS status, std::initializer_list<LSTATUS> answers, int line = __builtin_LINE()) {
+        EXPECT_THAT(answers, testing::Each(status)) << "line " << line;
+    }
     static LSTATUS closed(LSTATUS status, HKEY opened) { return status == 0 ? RegCloseKey(opened) : status; }
     static LSTATUS open(HKEY parent, const wide& path) {
         HKEY opened = parent;
@@ -42,173 +41,127 @@ protected:
                             nullptr, &opened, disposition);
         return closed(status, opened);
     }
-    static LSTATUS set(HKEY to, const kr_char* name, DWORD type, const void* data, DWORD bytes) {
-        return RegSetValueExW(to, name, 0, type, static_cast<const BYTE*>(data), bytes);
+    static LSTATUS set(HKEY to, const kr_char* value, DWORD type, const void* bytes, DWORD size) {
+        return RegSetValueExW(to, value, 0, type, static_cast<const BYTE*>(bytes), size);
     }
-    static LSTATUS query(HKEY from, const kr_char* name) {
-        return RegQueryValueExW(from, name, nullptr, nullptr, nullptr, nullptr);
+    static LSTATUS query(HKEY from, const kr_char* value) {
+        return RegQueryValueExW(from, value, nullptr, nullptr, nullptr, nullptr);
     }
 
     const fresh_key fresh_{HKEY_LOCAL_MACHINE, suite_path};
     HKEY key = nullptr;
+    kr_char name[7] = {};
+    BYTE data[8] = {};
 };
 
-TEST_F(Registry, AnswersInOrder) {
-    HKEY gone = nullptr;
-    ASSERT_EQ(RegCreateKeyW(key, KR_TEXT("top\\leaf"), &gone), 0);
-    kr_char name[8];
-    DWORD disposition = 0, chars = 8;
-    BYTE data[8];
-    const struct {
-        int line;
-        std::function<LSTATUS()> call;
-        LSTATUS status;
-    } rows[] = {
-        {__LINE__, [&] { return open(key, KR_TEXT("ALPHA\\B\u00C4ta\\gAMMA")); }, 0},
-        {__LINE__, [&] { return open(key, KR_TEXT("alpha\\")); }, 0},
-        {__LINE__, [&] { return open(key, KR_TEXT("\\alpha")); }, 161},
-        {__LINE__, [&] { return open(key, KR_TEXT("alpha\\b\u00E4ta\\gamma\\delta")); }, 2},
-        {__LINE__, [&] { return open(key, wide(299, 'x')); }, 87},
-        {__LINE__, [&] { return RegOpenKeyW(key, KR_TEXT("a"), nullptr); }, 87},
-        {__LINE__, [&] { return create(key, KR_TEXT("a\\b\\c"), 0, &disposition); }, 0},
-        {__LINE__, [&] { return static_cast<LSTATUS>(disposition); }, REG_CREATED_NEW_KEY},
-        {__LINE__, [&] { return create(key, KR_TEXT("A\\B"), 0, &disposition); }, 0},
-        {__LINE__, [&] { return static_cast<LSTATUS>(disposition); }, REG_OPENED_EXISTING_KEY},
-        {__LINE__, [&] { return create(key, KR_TEXT("x"), 1, nullptr); }, 87},
-        {__LINE__, [&] { return open(key, KR_TEXT("x")); }, 2},
-        {__LINE__, [&] { return create(key, wide(255, 'y')); }, 0},
-        {__LINE__, [&] { return open(key, wide(255, 'y')); }, 0},
-        {__LINE__, [&] { return RegDeleteKeyW(key, KR_TEXT("top")); }, 5},
-        {__LINE__, [&] { return RegDeleteKeyW(key, KR_TEXT("TOP\\LEAF")); }, 0},
-        {__LINE__, [&] { return RegDeleteKeyW(key, KR_TEXT("top\\leaf")); }, 2},
-        {__LINE__, [&] { return RegDeleteKeyW(key, KR_TEXT("\\top")); }, 161},
-        {__LINE__, [&] { return RegDeleteKeyW(key, nullptr); }, 87},
-        {__LINE__, [&] { return RegDeleteKeyW(nullptr, KR_TEXT("top")); }, 6},
-        {__LINE__, [&] { return set(gone, KR_TEXT("v"), REG_DWORD, abc, 4); }, 1018},
-        {__LINE__, [&] { return create(gone, KR_TEXT("x")); }, 1018},
-        {__LINE__, [&] { return create(key, KR_TEXT("top\\leaf")); }, 0}, // another one of that name
-        {__LINE__, [&] { return RegDeleteValueW(gone, KR_TEXT("v")); }, 1018},
-        {__LINE__, [&] { return RegCloseKey(gone); }, 0},
-        {__LINE__, [&] { return RegCloseKey(gone); }, 6},
-        {__LINE__, [&] { return query(key, KR_TEXT("NAME")); }, 0},
-        {__LINE__, [&] { return query(key, KR_TEXT("")); }, 0}, // the default value
-        {__LINE__, [&] { return RegDeleteValueW(key, nullptr); }, 0},
-        {__LINE__, [&] { return query(key, nullptr); }, 2},
-        {__LINE__, [&] { return RegDeleteValueW(key, KR_TEXT("")); }, 2},
-        {__LINE__, [&] { return query(nullptr, KR_TEXT("Name")); }, 6},
-        {__LINE__, [&] { return RegQueryValueExW(key, KR_TEXT("Name"), nullptr, nullptr, data, nullptr); },
-         87},
-        {__LINE__, [&] { return set(key, wide(16383, 'n').c_str(), REG_SZ, abc, 8); }, 0},
-        {__LINE__, [&] { return set(key, wide(16384, 'n').c_str(), REG_SZ, abc, 8); }, 87},
-        {__LINE__, [&] { return set(key, KR_TEXT("v"), REG_SZ, nullptr, 8); }, 998},
-        {__LINE__, [&] { return RegEnumKeyW(nullptr, 0, name, 8); }, 6},
-        {__LINE__, [&] { return RegEnumValueW(key, 0, name, nullptr, nullptr, nullptr, nullptr, nullptr); },
-         87},
-        {__LINE__, [&] { return RegEnumValueW(key, 0, name, &chars, nullptr, nullptr, data, nullptr); }, 87},
-    };
-    for (const auto& row : rows) { EXPECT_EQ(row.call(), row.status) << "line " << row.line; }
-}
-
-TEST_F(Registry, AnEmptyPathIsTheKeyItself) {
-    for (const kr_char* path : {static_cast<const kr_char*>(nullptr), KR_TEXT("")}) {
-        HKEY same = nullptr, another = nullptr;
-        EXPECT_EQ(RegOpenKeyW(key, path, &same), 0);
+TEST_F(Registry, FindsMakesAndDeletesKeys) {
+    HKEY gone = nullptr, same = nullptr, another = nullptr;
+    DWORD made = 0, found = 0;
+    expect(0, {open(key, KR_TEXT("ALPHA\\B\u00C4ta\\gAMMA")), open(key, KR_TEXT("alpha\\")),
+               create(key, KR_TEXT("a\\b\\c"), 0, &made), create(key, KR_TEXT("A\\B"), 0, &found),
+               create(key, wide(255, 'y')), open(key, wide(255, 'y')),
+               RegCreateKeyW(key, KR_TEXT("top\\leaf"), &gone)});
+    EXPECT_EQ(made, DWORD{REG_CREATED_NEW_KEY});
+    EXPECT_EQ(found, DWORD{REG_OPENED_EXISTING_KEY});
+    expect(2, {open(key, KR_TEXT("alpha\\b\u00E4ta\\gamma\\delta")), open(key, KR_TEXT("x"))});
+    expect(87, {open(key, wide(299, 'x')), RegOpenKeyW(key, KR_TEXT("a"), nullptr),
+                create(key, KR_TEXT("x"), 1), RegDeleteKeyW(key, nullptr)});
+    expect(161, {open(key, KR_TEXT("\\alpha")), RegDeleteKeyW(key, KR_TEXT("\\top"))});
+    expect(5, {RegDeleteKeyW(key, KR_TEXT("top"))});
+    expect(0, {RegDeleteKeyW(key, KR_TEXT("TOP\\LEAF"))});
+    expect(2, {RegDeleteKeyW(key, KR_TEXT("top\\leaf"))});
+    expect(1018, {set(gone, KR_TEXT("v"), REG_DWORD, abc, 4), create(gone, KR_TEXT("x"))});
+    expect(0, {create(key, KR_TEXT("top\\leaf"))}); // another one of that name
+    expect(1018, {RegDeleteValueW(gone, KR_TEXT("v"))});
+    expect(0, {RegCloseKey(gone)});
+    expect(6, {RegCloseKey(gone), RegDeleteKeyW(nullptr, KR_TEXT("top")), query(nullptr, KR_TEXT("Name")),
+               RegEnumKeyW(nullptr, 0, name, 7)});
+    for (const kr_char* path : {static_cast<const kr_char*>(nullptr), KR_TEXT("")}) { // the key itself
+        expect(0, {RegOpenKeyW(key, path, &same), RegCreateKeyW(key, path, &another), RegCloseKey(another)});
         EXPECT_EQ(same, key);
-        EXPECT_EQ(RegCreateKeyW(key, path, &another), 0);
         EXPECT_NE(another, key);
-        EXPECT_EQ(RegCloseKey(another), 0);
     }
 }
 
-/// Stores a value and reads it into some room.
 TEST_F(Registry, StoresAndReadsAnyTypeAndSize) {
     constexpr DWORD no_data = 99;
     const struct {
-        int line;
         DWORD type, given, room;
         LSTATUS status;
         DWORD stored;
         const char* data; ///< what is in the first bytes of the room, "." as it was
     } rows[] = {
-        {__LINE__, REG_SZ, 8, no_data, 0, 8, "......"},
-        {__LINE__, REG_SZ, 8, 8, 0, 8, "a0b0c000.."},
-        {__LINE__, REG_SZ, 8, 7, 234, 8, "......"},
-        {__LINE__, REG_SZ, 8, 0, 234, 8, "......"},
-        {__LINE__, REG_SZ, 6, 9, 0, 8, "a0b0c000.."}, // the terminator behind it is taken along
-        {__LINE__, REG_SZ, 4, 4, 0, 4, "a0b0.."},     // what follows is none
-        {__LINE__, REG_SZ, 4, 5, 0, 4, "a0b0.."},
-        {__LINE__, REG_SZ, 4, 6, 0, 4, "a0b000.."}, // and gets one where there is room
-        {__LINE__, REG_BINARY, 4, 9, 0, 4, "a0b0.."},
-        {__LINE__, REG_DWORD, 3, 9, 0, 3, "a0b..."},
-        {__LINE__, REG_SZ, 0, 9, 0, 0, "......"},
-        {__LINE__, 0x12345, 1, 9, 0, 1, "a....."},
+        {REG_SZ, 8, no_data, 0, 8, "......"},
+        {REG_SZ, 8, 8, 0, 8, "a0b0c000.."},
+        {REG_SZ, 8, 7, 234, 8, "......"},
+        {REG_SZ, 6, 9, 0, 8, "a0b0c000.."}, // the terminator behind it is taken along
+        {REG_SZ, 4, 5, 0, 4, "a0b0.."},     // what follows is none
+        {REG_SZ, 4, 6, 0, 4, "a0b000.."},   // and gets one where there is room
+        {REG_BINARY, 4, 9, 0, 4, "a0b0.."},
+        {REG_DWORD, 3, 9, 0, 3, "a0b..."},
+        {REG_SZ, 0, 9, 0, 0, "......"},
+        {0x12345, 1, 9, 0, 1, "a....."},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.line);
-        EXPECT_EQ(set(key, KR_TEXT("v"), row.type, row.given == 0 ? nullptr : abc, row.given), 0);
+        SCOPED_TRACE(testing::Message() << row.type << ' ' << row.given << ' ' << row.room);
+        expect(0, {set(key, KR_TEXT("v"), row.type, row.given == 0 ? nullptr : abc, row.given)});
         DWORD type = 99, size = row.room;
-        std::string data(12, '.');
-        BYTE* const room = row.room == no_data ? nullptr : reinterpret_cast<BYTE*>(data.data());
-        EXPECT_EQ(RegQueryValueExW(key, KR_TEXT("V"), nullptr, &type, room, &size), row.status);
+        std::string bytes(12, '.');
+        BYTE* const room = row.room == no_data ? nullptr : reinterpret_cast<BYTE*>(bytes.data());
+        expect(row.status, {RegQueryValueExW(key, KR_TEXT("V"), nullptr, &type, room, &size)});
         EXPECT_EQ(type, row.type);
         EXPECT_EQ(size, row.stored);
-        std::replace(data.begin(), data.end(), '\0', '0');
-        EXPECT_EQ(data.substr(0, std::strlen(row.data)), row.data);
+        std::replace(bytes.begin(), bytes.end(), '\0', '0');
+        EXPECT_EQ(bytes.substr(0, std::strlen(row.data)), row.data);
     }
     DWORD both = 77; // one variable for type and size
-    EXPECT_EQ(RegQueryValueExW(key, KR_TEXT("Name"), nullptr, &both, nullptr, &both), 0);
+    expect(0, {RegQueryValueExW(key, KR_TEXT("Name"), nullptr, &both, nullptr, &both)});
     EXPECT_EQ(both, 8u);
-    EXPECT_EQ(RegQueryValueExW(key, KR_TEXT("none"), nullptr, nullptr, nullptr, &both), 2);
+    expect(2, {RegQueryValueExW(key, KR_TEXT("none"), nullptr, nullptr, nullptr, &both)});
     EXPECT_EQ(both, 0u);
+    expect(0, {query(key, KR_TEXT("NAME")), query(key, KR_TEXT("")), RegDeleteValueW(key, nullptr)});
+    expect(2, {query(key, nullptr), RegDeleteValueW(key, KR_TEXT(""))});
+    expect(0, {set(key, wide(16383, 'n').c_str(), REG_SZ, abc, 8)});
+    expect(87, {set(key, wide(16384, 'n').c_str(), REG_SZ, abc, 8),
+                RegQueryValueExW(key, KR_TEXT("Name"), nullptr, nullptr, data, nullptr)});
+    expect(998, {set(key, KR_TEXT("v"), REG_SZ, nullptr, 8)});
 }
 
-TEST_F(Registry, CountsAndListsSubkeysInOrder) {
+TEST_F(Registry, CountsAndListsSubkeysInOrderAndValuesInSome) {
+    expect(0, {set(key, KR_TEXT("Longer"), REG_DWORD, abc, 4)});
+    DWORD keys = 0, longest = 0, values = 0, longest_name = 0, longest_data = 0, chars = 7;
+    expect(0, {RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &keys, &longest, nullptr, &values,
+                                &longest_name, &longest_data, nullptr, nullptr)});
+    EXPECT_THAT((std::vector{keys, longest, values, longest_name, longest_data}), ElementsAre(5, 5, 3, 6, 8));
     const wide sorted[] = {KR_TEXT("10"), KR_TEXT("9"), KR_TEXT("Alpha"), KR_TEXT("top"), KR_TEXT("zeta")};
-    DWORD count = 0, longest = 0;
-    ASSERT_EQ(RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &count, &longest, nullptr, nullptr, nullptr,
-                               nullptr, nullptr, nullptr),
-              0);
-    EXPECT_EQ(count, 5u);
-    EXPECT_EQ(longest, 5u);
-    kr_char name[6];
     for (const DWORD i : {0u, 1u, 2u, 3u, 4u, 2u, 0u}) {
-        EXPECT_EQ(RegEnumKeyW(key, i, name, 6), 0);
+        expect(0, {RegEnumKeyW(key, i, name, 6)});
         EXPECT_EQ(name, sorted[i]);
     }
-    EXPECT_EQ(RegEnumKeyW(key, 5, name, 6), 259);
-    EXPECT_EQ(RegEnumKeyW(key, 2, name, 5), 234);
-    EXPECT_EQ(RegDeleteKeyW(key, KR_TEXT("10")), 0);
-    EXPECT_EQ(RegEnumKeyW(key, 0, name, 6), 0);
+    expect(259, {RegEnumKeyW(key, 5, name, 6)});
+    expect(234, {RegEnumKeyW(key, 2, name, 5)});
+    expect(0, {RegDeleteKeyW(key, KR_TEXT("10")), RegEnumKeyW(key, 0, name, 6)});
     EXPECT_EQ(name, sorted[1]);
-}
 
-TEST_F(Registry, CountsAndListsValuesInSomeOrder) {
-    EXPECT_EQ(set(key, KR_TEXT("Longer"), REG_DWORD, abc, 4), 0);
-    DWORD count = 0, longest_name = 0, longest_data = 0;
-    ASSERT_EQ(RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &count,
-                               &longest_name, &longest_data, nullptr, nullptr),
-              0);
-    EXPECT_EQ(count, 3u);
-    EXPECT_EQ(longest_name, 6u);
-    EXPECT_EQ(longest_data, 8u);
-    kr_char name[7];
-    BYTE data[8];
     std::set<wide> listed;
-    for (DWORD i = 0; i < count; ++i) {
-        DWORD type = 0, bytes = 8, chars = 7;
-        EXPECT_EQ(RegEnumValueW(key, i, name, &chars, nullptr, &type, data, &bytes), 0);
+    for (DWORD i = 0; i < values; ++i) {
+        DWORD type = 0, bytes = 8;
+        chars = 7;
+        expect(0, {RegEnumValueW(key, i, name, &chars, nullptr, &type, data, &bytes)});
         EXPECT_EQ(chars, wide(name).size());
         EXPECT_EQ(type, static_cast<DWORD>(chars == 6 ? REG_DWORD : REG_SZ));
         EXPECT_EQ(bytes, chars == 6 ? 4u : 8u);
         listed.insert(name);
         bytes = bytes - 1, chars = 7;
-        EXPECT_EQ(RegEnumValueW(key, i, name, &chars, nullptr, nullptr, data, &bytes), 234);
+        expect(234, {RegEnumValueW(key, i, name, &chars, nullptr, nullptr, data, &bytes)});
         chars = static_cast<DWORD>(wide(name).size());
-        EXPECT_EQ(RegEnumValueW(key, i, name, &chars, nullptr, nullptr, nullptr, nullptr), 234);
+        expect(234, {RegEnumValueW(key, i, name, &chars, nullptr, nullptr, nullptr, nullptr)});
     }
     EXPECT_EQ(listed, (std::set<wide>{KR_TEXT(""), KR_TEXT("Name"), KR_TEXT("Longer")}));
-    DWORD chars = 7;
-    EXPECT_EQ(RegEnumValueW(key, 3, name, &chars, nullptr, nullptr, nullptr, nullptr), 259);
+    chars = 7;
+    expect(259, {RegEnumValueW(key, 3, name, &chars, nullptr, nullptr, nullptr, nullptr)});
+    expect(87, {RegEnumValueW(key, 0, name, nullptr, nullptr, nullptr, nullptr, nullptr),
+                RegEnumValueW(key, 0, name, &chars, nullptr, nullptr, data, nullptr)});
 }
 
 } // namespace
