@@ -22,15 +22,16 @@ protected:
         const HANDLE file = open(name, access, sharing, disposition);
         const DWORD error = GetLastError();
         if (file == INVALID_HANDLE_VALUE) { return 1000 + error; }
-        if (*bytes != '\0') { write(file, bytes); }
+        EXPECT_TRUE(*bytes == '\0' || write(file, bytes) == 0);
         EXPECT_TRUE(CloseHandle(file));
         return error;
     }
-    static void write(HANDLE file, const char* bytes) {
+    static DWORD write(HANDLE file, const char* bytes) {
         const DWORD size = static_cast<DWORD>(std::strlen(bytes));
-        DWORD written = 0;
-        EXPECT_TRUE(WriteFile(file, bytes, size, &written, nullptr));
-        EXPECT_EQ(written, size);
+        DWORD written = size;
+        const DWORD error = error_of(WriteFile(file, bytes, size, &written, nullptr));
+        EXPECT_TRUE(error != 0 || written == size);
+        return error;
     }
 
     const wide root = scratch_path(KR_TEXT("files"));
@@ -42,8 +43,7 @@ TEST_F(Files, EveryDispositionKeepsItsPromiseAndNamesWhatIsWrong) {
         int line;
         wide name;
         DWORD access, disposition, error;
-        const char* bytes = "";
-        const char* content = "no such file";
+        const char *bytes = "", *content = "no such file";
     } rows[] = {
         {__LINE__, path, GENERIC_READ, OPEN_EXISTING, 1002},
         {__LINE__, path, GENERIC_WRITE, TRUNCATE_EXISTING, 1002},
@@ -63,54 +63,48 @@ TEST_F(Files, EveryDispositionKeepsItsPromiseAndNamesWhatIsWrong) {
         EXPECT_EQ(open_error(r.name, r.access, all, r.disposition, r.bytes), r.error) << r.line;
         if (r.name.starts_with(path)) { EXPECT_EQ(read_file(path), r.content) << r.line; }
     }
-    EXPECT_TRUE(DeleteFileW(path.c_str()));
-    EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 2u);
-    EXPECT_EQ(error_of(DeleteFileW(root.c_str())), 5u);
 }
 
 TEST_F(Files, SharingExcludesOtherHandles) {
     const struct {
-        int line;
         DWORD access, sharing, second_access, second_sharing, error;
     } rows[] = {
-        {__LINE__, GENERIC_WRITE, 0, GENERIC_READ, all, 1032},
-        {__LINE__, GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, all, 1032},
-        {__LINE__, GENERIC_READ, all, DELETE, all, 1032},
-        {__LINE__, DELETE, all, FILE_APPEND_DATA, all, 1032},
-        {__LINE__, DELETE, all, GENERIC_READ, all | FILE_SHARE_DELETE, 0},
-        {__LINE__, FILE_APPEND_DATA, all, FILE_APPEND_DATA, all, 0},
-        {__LINE__, FILE_APPEND_DATA, all, GENERIC_READ, FILE_SHARE_READ, 1032},
+        {GENERIC_WRITE, 0, GENERIC_READ, all, 1032},
+        {GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, all, 1032},
+        {GENERIC_READ, all, DELETE, all, 1032},
+        {DELETE, all, FILE_APPEND_DATA, all, 1032},
+        {DELETE, all, GENERIC_READ, all | FILE_SHARE_DELETE, 0},
+        {FILE_APPEND_DATA, all, FILE_APPEND_DATA, all, 0},
+        {FILE_APPEND_DATA, all, GENERIC_READ, FILE_SHARE_READ, 1032},
         // A handle that neither reads nor writes nor deletes is nobody's concern.
-        {__LINE__, 0, 0, GENERIC_WRITE, 0, 0},
-        {__LINE__, GENERIC_WRITE, 0, 0, 0, 0},
+        {0, 0, GENERIC_WRITE, 0, 0},
+        {GENERIC_WRITE, 0, 0, 0, 0},
     };
     EXPECT_EQ(open_error(path, GENERIC_WRITE, 0, CREATE_NEW), 0u);
     for (const auto& r : rows) {
         const HANDLE first = open(path, r.access, r.sharing, OPEN_EXISTING);
-        EXPECT_EQ(open_error(path, r.second_access, r.second_sharing, OPEN_EXISTING), r.error) << r.line;
-        EXPECT_TRUE(CloseHandle(first)) << r.line;
+        EXPECT_EQ(open_error(path, r.second_access, r.second_sharing, OPEN_EXISTING), r.error) << &r - rows;
+        EXPECT_TRUE(CloseHandle(first));
     }
-    const HANDLE reader = open(path, GENERIC_READ, all, OPEN_EXISTING);
-    EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 32u);
-    CloseHandle(reader);
 }
 
 TEST_F(Files, HandlesWriteWhatTheyMayAndAppendAtTheEnd) {
-    DWORD count = 99;
     const HANDLE one = open(path, FILE_APPEND_DATA, all, CREATE_NEW);
     const HANDLE two = open(path, FILE_APPEND_DATA, all, OPEN_EXISTING);
     const HANDLE reader = open(path, GENERIC_READ, all, OPEN_EXISTING);
-    write(one, "a\n");
-    write(two, "b\n");
-    write(one, "c");
-    EXPECT_EQ(error_of(WriteFile(reader, "x", 1, &count, nullptr)), 5u);
+    EXPECT_EQ(write(one, "a\n") + write(two, "b\n") + write(one, "c"), 0u);
+    EXPECT_EQ(write(reader, "x"), 5u);
+    EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 32u);
     for (const HANDLE file : {one, two, reader}) { EXPECT_TRUE(CloseHandle(file)); }
     EXPECT_EQ(error_of(CloseHandle(one)), 6u);
-    EXPECT_EQ(error_of(WriteFile(one, "x", 1, &count, nullptr)), 6u);
+    EXPECT_EQ(write(one, "x"), 6u);
     EXPECT_EQ(read_file(path), "a\nb\nc");
     set_read_only(path, true);
     EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 5u);
     set_read_only(path, false);
+    EXPECT_TRUE(DeleteFileW(path.c_str()));
+    EXPECT_EQ(error_of(DeleteFileW(path.c_str())), 2u);
+    EXPECT_EQ(error_of(DeleteFileW(root.c_str())), 5u);
 }
 
 TEST(SystemFolder, ExistsAndHasADriversFolder) {
