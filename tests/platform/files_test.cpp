@@ -107,11 +107,4 @@ TEST_F(Files, HandlesWriteWhatTheyMayAndAppendAtTheEnd) {
     EXPECT_EQ(error_of(DeleteFileW(root.c_str())), 5u);
 }
 
-TEST(SystemFolder, ExistsAndHasADriversFolder) {
-    kr_char folder[MAX_PATH];
-    ASSERT_EQ(SHGetFolderPathW(nullptr, CSIDL_SYSTEM, nullptr, SHGFP_TYPE_CURRENT, folder), S_OK);
-    EXPECT_TRUE(is_directory(native_path(folder + wide(KR_TEXT("\\drivers")))));
-    EXPECT_EQ(_wcsicmp(folder, KR_TEXT("C:\\Windows\\System32")), 0);
-}
-
 } // namespace

@@ -126,9 +126,4 @@ std::size_t call_recorder::count(std::string_view call) const {
     return static_cast<std::size_t>(std::ranges::count(state_->calls, call, &call_record::name));
 }
 
-void call_recorder::clear() {
-    const std::lock_guard hold(lists().lock);
-    state_->calls.clear();
-}
-
 } // namespace kr::host

@@ -77,7 +77,6 @@ public:
     /// The calls so far as lines "NAME ARGUMENT" (the name alone where there is no argument).
     [[nodiscard]] std::vector<std::string> lines() const;
     [[nodiscard]] std::size_t count(std::string_view call) const;
-    void clear();
 
 private:
     std::shared_ptr<detail::recorder_state> state_;
