@@ -7,6 +7,7 @@
 #include <set>
 #include <thread>
 
+#include "owners.h"
 #include "support/failing_allocator.h"
 
 namespace {
@@ -15,33 +16,28 @@ using namespace kr::test;
 
 constexpr kr_time minute = {KR_TIME_UNIT_SECONDS, 60, 1};
 
-/// Owns a pool; a failing creation leaves `result` and no pool.
+/// A pool; a failing creation leaves `result` and no pool.
 struct test_pool : kr::test::pinned {
-    test_pool(u64 element_size, u32 grow, u32 max, u32 flags = 0)
-        : result(kr_mempool_create(KR_TEXT("p"), element_size, flags, grow, max, &minute, 0, &pool)) {}
-    ~test_pool() { kr_mempool_destroy(pool); }
+    test_pool(u64 element_size, u32 grow, u32 max, u32 flags = 0, u64 reserved = 0)
+        : result(kr_mempool_create(KR_TEXT("p"), element_size, flags, grow, max, &minute, reserved,
+                                   pool.out())) {}
 
     void* alloc() {
         void* element = nullptr;
-        result = kr_mempool_alloc(pool, &element);
+        result = kr_mempool_alloc(pool.get(), &element);
         return element;
     }
-    void free(void* element) const { kr_mempool_free(pool, element); }
+    void free(void* element) const { kr_mempool_free(pool.get(), element); }
 
-    kr_mempool* pool = nullptr;
+    kr::owned_pool pool;
     kr_result result;
 };
 
 TEST(Mempool, RefusesArgumentsAndLeavesNothing) {
     const failing_allocator allocator;
-    kr_mempool* pool = nullptr;
-    const auto create = [&pool](u64 element_size, u32 flags, u64 reserved) {
-        return kr_mempool_create(KR_TEXT("p"), element_size, flags, 0, 0, &minute, reserved, &pool);
-    };
-    EXPECT_EQ(create(0, 0, 1), invalid);
-    EXPECT_EQ(create(8, 0x80000000, 1), invalid);
-    EXPECT_EQ(create(8, 0, 1), not_implemented);
-    EXPECT_EQ(pool, nullptr);
+    EXPECT_EQ(test_pool(0, 0, 0, 0, 1).result, invalid);
+    EXPECT_EQ(test_pool(8, 0, 0, 0x80000000, 1).result, invalid);
+    EXPECT_EQ(test_pool(8, 0, 0, 0, 1).result, not_implemented);
     EXPECT_EQ(allocator.allocations(), 0u);
 }
 
@@ -58,23 +54,21 @@ TEST(Mempool, EndsInTheOrderOfItsMakingBackwards) {
 /// The stock as the allocator sees it: a growth keeps or replaces the room for pointers, so the
 /// number of live blocks tells the number of elements.
 TEST(Mempool, GrowsByItsCountUpToItsBound) {
-    const struct {
-        u32 grow, max;
-        std::vector<std::size_t> stock;
-    } rows[] = {{0, 0, {10, 20, 30}}, {10, 12, {10, 12}}, {3, 9, {3, 6, 9}}, {1, 2, {1, 2}}, {5, 2, {5}}};
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.grow);
+    const std::tuple<u32, u32, std::vector<std::size_t>> rows[] = {
+        {0, 0, {10, 20, 30}}, {10, 12, {10, 12}}, {3, 9, {3, 6, 9}}, {1, 2, {1, 2}}, {5, 2, {5}}};
+    for (const auto& [grow, max, stocks] : rows) {
+        SCOPED_TRACE(grow);
         const failing_allocator allocator;
-        test_pool pool(24, r.grow, r.max, KR_MEMPOOL_FAIL_WHEN_FULL);
-        const std::size_t others = allocator.live() - r.stock.front();
+        test_pool pool(24, grow, max, KR_MEMPOOL_FAIL_WHEN_FULL);
+        const std::size_t others = allocator.live() - stocks.front();
         std::set<void*> seen;
-        for (const std::size_t stock : r.stock) {
+        for (const std::size_t stock : stocks) {
             while (seen.size() < stock) {
                 ASSERT_TRUE(seen.insert(pool.alloc()).second);
                 EXPECT_EQ(allocator.live() - others, stock);
             }
         }
-        if (r.max != 0) {
+        if (max != 0) {
             EXPECT_EQ(pool.alloc(), nullptr);
             EXPECT_EQ(pool.result, kr_result_make_error(KR_MEMORY_POOL_IS_FULL));
             pool.free(*seen.begin());
@@ -124,13 +118,13 @@ TEST(Mempool, SurvivesEveryFailingAllocation) {
         SCOPED_TRACE(nth);
         const failing_allocator allocator(nth);
         test_pool pool(8, 5, 0);
-        u32 refusals = pool.pool == nullptr ? 1 : 0;
+        u32 refusals = pool.pool ? 0 : 1;
         std::set<void*> seen;
-        while (pool.pool != nullptr && seen.size() < 12 && refusals < 2) {
+        while (pool.pool && seen.size() < 12 && refusals < 2) {
             void* const element = pool.alloc();
-            if (element != nullptr) { ASSERT_TRUE(seen.insert(element).second); }
-            if (element == nullptr) { ++refusals; }
             EXPECT_EQ(pool.result, element == nullptr ? out_of_memory : ok);
+            refusals += element == nullptr ? 1 : 0;
+            ASSERT_TRUE(element == nullptr || seen.insert(element).second);
         }
         failed = allocator.failures();
         EXPECT_EQ(refusals, failed);
@@ -143,16 +137,15 @@ TEST(Mempool, IsInUseWhileOneThreadGrowsIt) {
     static kr_mempool* growing;
     static std::thread::id grower;
     static std::jthread second;
-    static std::atomic<u32> foreign;
     static std::vector<void*> held, got;
     test_pool pool(8, 4, 0);
-    growing = pool.pool;
+    growing = pool.pool.get();
     grower = std::this_thread::get_id();
     held = {pool.alloc(), pool.alloc(), pool.alloc(), pool.alloc()};
     got.assign(3, nullptr);
     kr_memory_set_hooks(
         [](void** out, std::size_t size) {
-            foreign += std::this_thread::get_id() != grower ? 1 : 0;
+            EXPECT_EQ(std::this_thread::get_id(), grower);
             if (!second.joinable()) {
                 second = std::jthread([] {
                     kr_mempool_free(growing, held[3]);
@@ -168,7 +161,6 @@ TEST(Mempool, IsInUseWhileOneThreadGrowsIt) {
     const void* const fresh = pool.alloc();
     second.join();
     kr_memory_set_hooks(nullptr, nullptr);
-    EXPECT_EQ(foreign, 0u);
     // What came back last goes out first, then the elements of the growth.
     EXPECT_THAT(got, ElementsAre(held[2], held[3], testing::Not(testing::AnyOfArray(held))));
     EXPECT_NE(fresh, got[2]);
@@ -179,23 +171,21 @@ TEST(Mempool, IsInUseWhileOneThreadGrowsIt) {
 
 /// Every thread writes its mark into what it holds; a second owner would overwrite it.
 TEST(MempoolThreads, NeverHandOutAnElementTwice) {
-    struct row {
-        u32 grow, max, held;
-    };
     constexpr u32 thread_count = 4;
     // At a bound below the sum of what the threads want, each holds one at most: with more, all
     // could wait for each other.
-    for (const row& r : {row{1, 0, 3}, {100, 0, 3}, {5, 12, 3}, {1, 2, 1}}) {
-        SCOPED_TRACE(r.grow);
+    for (const auto& r : {std::array{1u, 0u, 3u}, {100, 0, 3}, {5, 12, 3}, {1, 2, 1}}) {
+        const u32 grow = r[0], max = r[1], held = r[2];
+        SCOPED_TRACE(grow);
         const failing_allocator allocator;
-        test_pool pool(sizeof(u64), r.grow, r.max);
-        const std::size_t others = allocator.live() - r.grow;
+        test_pool pool(sizeof(u64), grow, max);
+        const std::size_t others = allocator.live() - grow;
         std::atomic<u32> wrong = 0;
         const auto work = [&](u64 mark) {
             for (int round = 0; round < 2000; ++round) {
-                std::vector<void*> mine(r.held);
+                std::vector<void*> mine(held);
                 for (void*& element : mine) {
-                    wrong += kr_result_failed(kr_mempool_alloc(pool.pool, &element)) ? 1 : 0;
+                    wrong += kr_result_failed(kr_mempool_alloc(pool.pool.get(), &element)) ? 1 : 0;
                     *static_cast<u64*>(element) = mark;
                 }
                 for (void* element : mine) {
@@ -204,12 +194,11 @@ TEST(MempoolThreads, NeverHandOutAnElementTwice) {
                 }
             }
         };
-        {
-            std::vector<std::jthread> threads;
-            for (u64 mark = 1; mark <= thread_count; ++mark) { threads.emplace_back(work, mark); }
-        }
+        std::vector<std::jthread> threads;
+        for (u64 mark = 1; mark <= thread_count; ++mark) { threads.emplace_back(work, mark); }
+        threads.clear();
         EXPECT_EQ(wrong, 0u);
-        EXPECT_LE(allocator.live() - others, r.max != 0 ? r.max : std::max(r.grow, thread_count * r.held));
+        EXPECT_LE(allocator.live() - others, max != 0 ? max : std::max(grow, thread_count * held));
     }
 }
 

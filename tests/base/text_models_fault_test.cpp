@@ -5,11 +5,11 @@
 #include <deque>
 
 #include "base/memory/memory.h"
-#include "owners.h"
 #include "printf/printf.h"
 #include "result/descriptions.h"
 #include "settings/multi_string.h"
 #include "support/guard_page.h"
+#include "support/string_array.h"
 
 namespace {
 
@@ -67,9 +67,7 @@ void check_list(std::span<const u8> input) {
     kr::owned_text composed;
     expect(kr_settings_compose_multi_string(list.get(), composed.out()) == ok);
     expect(kr_settings_parse_multi_string(composed.get(), again.get()) == ok);
-    expect(std::equal(list.get()->items, list.get()->items + list.get()->count, again.get()->items,
-                      again.get()->items + again.get()->count,
-                      [](auto* a, auto* b) { return wide(a) == b; }));
+    expect(items_of(list) == items_of(again));
 }
 
 void check_description(std::span<const u8> input) {
