@@ -120,10 +120,9 @@ TEST(EventLog, ReportsEveryLineAsInformation) {
         const armed_fault fault({.call = "RegisterEventSourceW", .error = 5});
         EXPECT_EQ(kr_log_set_destination(u"eventlog:tool"), ok);
     }
-    EXPECT_EQ(said(outer, "01"),
-              "W event_log_do_log: ReportEvent() failed. Result is 0x00000006\n"
-              "W event_log_uninit: DeregisterEventSource() failed. Result is 0x00000006\n"
-              "W kr_event_log_init: RegisterEventSource() failed.\n");
+    EXPECT_EQ(said(outer, "01"), "W event_log_do_log: ReportEvent() failed. Result is 0x00000006\n"
+                                 "W event_log_uninit: DeregisterEventSource() failed. Result is 0x00000006\n"
+                                 "W kr_event_log_init: RegisterEventSource() failed.\n");
 
     const log_to log(u"eventlog:tool");
     kr_log(1, KR_LOG_ERROR, "p", "f", "one");

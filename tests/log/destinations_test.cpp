@@ -13,15 +13,12 @@ using kr::detail::log_main_slot;
 using namespace kr::test;
 
 /// The path of a file that is not there before and after.
-class scratch_file : kr::test::pinned {
-public:
+struct scratch_file : pinned {
     explicit scratch_file(const wide& name) : path(scratch_path(name)) { (void)DeleteFileW(path.c_str()); }
     ~scratch_file() { (void)DeleteFileW(path.c_str()); }
 
-    const wide path;
+    const wide path, spec = KR_TEXT("file://") + path;
 };
-
-wide file_spec(const wide& path) { return KR_TEXT("file://") + path; }
 
 /// `same_as` is "windbg", "stdout" or, for no destination, any other text.
 void expect_selected(const kr_char* same_as) {
@@ -36,8 +33,7 @@ void expect_selected(const kr_char* same_as) {
 }
 
 TEST(Destinations, AreSelectedByText) {
-    const kr_char *const debugger = KR_TEXT("windbg"), *const console = KR_TEXT("stdout"),
-                         *const null = KR_TEXT("x");
+    constexpr const kr_char *debugger = KR_TEXT("windbg"), *console = KR_TEXT("stdout"), *null = KR_TEXT("x");
     const struct {
         int line;
         const kr_char *spec, *same_as;
@@ -86,14 +82,14 @@ TEST(Destinations, SecondaryNeedsAMainOne) {
     EXPECT_EQ(kr_log_set_secondary_destination(KR_TEXT("stdout")), unexpected);
     const captured_log log;
     const scratch_file file(KR_TEXT("second.log"));
-    EXPECT_EQ(kr_log_set_secondary_destination(file_spec(file.path).c_str()), ok);
-    kr_log(1, KR_LOG_INFO | KR_LOG_SECONDARY, "p", "f", "beside");
-    EXPECT_EQ(kr_log_close_secondary_destination(), ok);
-    EXPECT_TRUE(std::regex_match(read_file(file.path), std::regex("\\d{6} \\d\\d:\\d\\d:\\d\\d beside\r\n")));
     // No '!' and no default here.
-    EXPECT_EQ(kr_log_set_secondary_destination(KR_TEXT("!stdout")), ok);
-    EXPECT_EQ(kr::detail::log_secondary_slot.get().no_timestamps, 1u);
-    EXPECT_EQ(kr_log_close_secondary_destination(), ok);
+    for (const kr_char* spec : {KR_TEXT("!stdout"), file.spec.c_str()}) {
+        EXPECT_EQ(kr_log_set_secondary_destination(spec), ok);
+        EXPECT_EQ(kr::detail::log_secondary_slot.get().no_timestamps, *spec == '!' ? 1u : 0u);
+        kr_log(1, KR_LOG_INFO | KR_LOG_SECONDARY, "p", "f", "beside");
+        EXPECT_EQ(kr_log_close_secondary_destination(), ok);
+    }
+    EXPECT_TRUE(std::regex_match(read_file(file.path), std::regex("\\d{6} \\d\\d:\\d\\d:\\d\\d beside\r\n")));
 }
 
 /// Whether the event can be read back depends on the system; here it is taken without complaint.
@@ -129,32 +125,24 @@ TEST(Console, TakesLinesAndWithoutAnyDestinationTheBareOnes) {
 TEST(FileDestination, KeepsEveryLineByteForByte) {
     const captured_log log;
     const scratch_file file(KR_TEXT("l\u00F6g \u4E2D.txt"));
-    const auto open = [spec = file_spec(file.path)] {
-        EXPECT_EQ(kr_log_set_destination(spec.c_str()), ok);
-        log_main_slot.set_no_timestamps(1);
-    };
-    open();
-    kr_log_set_formatting(3);
     std::string expected;
-    const auto say = [&](const wide& text, const std::string& bytes) {
+    for (const wide& text : {wide(KR_TEXT("two\nlines\r\n.")), wide(4'091, 0x20AC), wide(4'091, '\n')}) {
+        // Opened anew, a file is continued.
+        EXPECT_EQ(kr_log_set_destination(file.spec.c_str()), ok);
+        log_main_slot.set_no_timestamps(1);
+        kr_log_set_formatting(3);
         kr_log(1, KR_LOG_INFO, "p", "f", "%_s", text.c_str());
-        expected += "I: " + bytes + "\r\n";
-    };
-    std::string euros, ends;
-    for (u32 i = 0; i < 4'091; ++i) { euros += "\xE2\x82\xAC", ends += "\r\n"; }
-    say(wide(4'091, 0x20AC), euros);
-    say(wide(4'091, '\n'), ends);
-    kr_log(0, 0, "p", "f", "raw");
-    expected += "raw";
-    EXPECT_EQ(read_file(file.path), expected) << "before the file is closed";
-    open();
-    say(KR_TEXT("appended"), "appended");
+        kr_log(0, 0, "p", "f", "raw");
+        for (const char byte : "I: " + utf8(text.c_str()) + "\nraw") {
+            expected += byte == '\n' ? "\r\n" : std::string(1, byte);
+        }
+        EXPECT_EQ(read_file(file.path), expected) << "before the file is closed";
+    }
     // Longer than any line of the log: written in pieces, and no character falls between two.
     const wide longest = wide(4'094, 'x') + KR_TEXT("\U0001F600") + wide(9'000, 'y');
     file_log_do_log(log_main_slot.get().context, longest.c_str(), 0);
-    expected += utf8(longest.c_str());
     EXPECT_EQ(kr_log_set_destination(KR_TEXT("none")), ok);
-    EXPECT_EQ(read_file(file.path), expected);
+    EXPECT_EQ(read_file(file.path), expected + utf8(longest.c_str()));
 }
 
 TEST(FileDestination, RefusesWhatItCannotOpenAndSaysWhy) {
@@ -162,7 +150,7 @@ TEST(FileDestination, RefusesWhatItCannotOpenAndSaysWhy) {
     folder.erase(folder.find_last_of(KR_TEXT("\\/")));
     for (const wide& path : {folder + KR_TEXT("\\krlog none\\x.log"), folder, scratch_path(wide(300, 'x'))}) {
         captured_log log;
-        EXPECT_EQ(kr_log_set_destination(file_spec(path).c_str()), ok);
+        EXPECT_EQ(kr_log_set_destination((KR_TEXT("file://") + path).c_str()), ok);
         expect_selected(KR_TEXT("x"));
         EXPECT_THAT(log.take(), ElementsAre("W 01 kr_file_log_init: cannot open " + utf8(path.c_str())));
         EXPECT_EQ(read_file(path), "no such file");
@@ -174,8 +162,7 @@ TEST(FileDestination, SwitchesKeepEveryLine) {
     const scratch_file files[] = {scratch_file(KR_TEXT("one.log")), scratch_file(KR_TEXT("two.log"))};
     std::string expected[2];
     for (u32 i = 0; i < 300; ++i) {
-        EXPECT_EQ(kr_log_set_destination(i % 3 == 2 ? KR_TEXT("none") : file_spec(files[i % 3].path).c_str()),
-                  ok);
+        EXPECT_EQ(kr_log_set_destination(i % 3 == 2 ? KR_TEXT("none") : files[i % 3].spec.c_str()), ok);
         kr_log(KR_LOG_RAW, 0, "p", "f", "%u\n", i);
         if (i % 3 != 2) { expected[i % 3] += std::to_string(i) + "\r\n"; }
     }
