@@ -1,16 +1,64 @@
-/// The models of text and what their random texts are made of.
+/// The models of text and what their texts are made of: the fuzzer's seeds, changed seeds and random texts,
+/// the same in every run.
 #pragma once
+
+#include <random>
 
 #include "models/address_model.h"
 #include "models/guid_model.h"
 #include "models/narrow_text_model.h"
 #include "models/number_model.h"
 #include "models/wide_text_model.h"
-#include "support/model_runs.h"
+#include "support/system.h"
 
 namespace kr::test {
 
-constexpr text_model text_models[] = {
+inline void expect_model(void (*check)(std::span<const u8>), std::string_view input) {
+    failed_line = 0;
+    check({reinterpret_cast<const u8*>(input.data()), input.size()});
+    ASSERT_EQ(failed_line, 0) << "line of the model, for: " << testing::PrintToString(std::string(input));
+}
+
+/// The seeds of a fuzz target.
+inline std::vector<std::string> seeds_of(const char* target) {
+    std::vector<std::string> seeds;
+    for (const auto& entry : std::filesystem::directory_iterator(std::string(KR_FUZZ_CORPUS) + target)) {
+        seeds.push_back(read_native_file(entry.path()));
+    }
+    EXPECT_FALSE(seeds.empty()) << target;
+    std::sort(seeds.begin(), seeds.end());
+    return seeds;
+}
+
+/// `rounds` random texts of characters of `alphabet` and now and then another, half of them seeds
+/// with such a character in one place.
+inline void run_model(void (*check)(std::span<const u8>), const char* target, std::string_view alphabet,
+                      int rounds) {
+    const std::vector<std::string> seeds = seeds_of(target);
+    for (const std::string& seed : seeds) { expect_model(check, seed); }
+    std::mt19937 random(1); // NOLINT(*-msc51-cpp): the same texts in every run
+    const auto character = [&] {
+        return random() % 16 != 0 ? alphabet[random() % alphabet.size()] : static_cast<char>(random());
+    };
+    for (int round = 0; round < rounds && failed_line == 0; ++round) {
+        std::string text = seeds[random() % seeds.size()];
+        if (round % 2 == 0) {
+            text.resize(random() % (round % 16 == 0 ? 150 : 40));
+            std::generate(text.begin(), text.end(), character);
+        } else if (const size_t place = random() % (text.size() + 1); random() % 2 == 0) {
+            text.replace(place, 1, 1, character());
+        } else {
+            text.insert(place, 1, character());
+        }
+        expect_model(check, text);
+    }
+}
+
+constexpr struct {
+    void (*check)(std::span<const u8>);
+    const char* target;
+    std::string_view alphabet;
+} text_models[] = {
     {check_address, "ipv4_fuzz", "0123456789012...."},
     {check_guid, "guid_fuzz", "0123456789abcdefABCDEF0123456789{-}"},
     {check_narrow_text, "utf8_fuzz", "abcxyz \xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\x7F"},

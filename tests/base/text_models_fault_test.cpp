@@ -4,16 +4,34 @@
 
 #include <deque>
 
+#include <sys/mman.h>
+
 #include "base/memory/memory.h"
 #include "printf/printf.h"
 #include "result/descriptions.h"
 #include "settings/multi_string.h"
-#include "support/guard_page.h"
 #include "support/string_array.h"
 
 namespace {
 
 using namespace kr::test;
+
+/// One readable page between two that are not.
+class guarded_page : pinned {
+public:
+    static constexpr std::size_t page_bytes = 4096;
+
+    guarded_page() {
+        EXPECT_NE(pages_, MAP_FAILED);
+        EXPECT_EQ(mprotect(data(), page_bytes, PROT_READ | PROT_WRITE), 0);
+    }
+    ~guarded_page() { munmap(pages_, 3 * page_bytes); }
+
+    [[nodiscard]] u8* data() const { return static_cast<u8*>(pages_) + page_bytes; }
+
+private:
+    void* const pages_ = mmap(nullptr, 3 * page_bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+};
 
 /// Blocks of less than a page, for the models and behind the allocator hooks, for a scope.
 class page_memory : pinned {
@@ -40,8 +58,8 @@ private:
     static constexpr size_t page = guarded_page::page_bytes;
 
     static void* take(size_t size) {
-        if (free_.empty()) { free_.push_back(pages_.emplace_back().put_first("", 0)); }
-        u8* const start = reinterpret_cast<u8*>(free_.back());
+        if (free_.empty()) { free_.push_back(pages_.emplace_back().data()); }
+        u8* const start = free_.back();
         free_.pop_back();
         EXPECT_LT(size, page);
         std::fill_n(start, page, u8{'7'});
@@ -50,13 +68,13 @@ private:
     static void give(void* block) {
         const auto address = reinterpret_cast<std::uintptr_t>(block);
         if (block != nullptr) {
-            free_.push_back(reinterpret_cast<char*>((address - (at_end_ ? 1 : 0)) & ~(page - 1)));
+            free_.push_back(reinterpret_cast<u8*>((address - (at_end_ ? 1 : 0)) & ~(page - 1)));
         }
     }
 
     static inline bool at_end_;
     static inline std::deque<guarded_page> pages_;
-    static inline std::vector<char*> free_;
+    static inline std::vector<u8*> free_;
 };
 
 void check_list(std::span<const u8> input) {

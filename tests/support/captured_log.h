@@ -17,9 +17,7 @@ namespace kr::test {
 /// time. Lines that a test leaves behind are not an error.
 class captured_log : pinned {
 public:
-    static constexpr u32 usual_mask = KR_LOG_ERROR | KR_LOG_WARNING | KR_LOG_INFO;
-
-    explicit captured_log(u32 mask = usual_mask)
+    explicit captured_log(u32 mask = KR_LOG_ERROR | KR_LOG_WARNING | KR_LOG_INFO)
         : formatting_(kr_log_formatting()), colors_(kr_log_colors()),
           core_started_(!detail::log_main_slot.is_set()) {
         if (core_started_) { EXPECT_TRUE(kr_result_succeeded(detail::log_core_start())); }

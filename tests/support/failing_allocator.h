@@ -16,11 +16,10 @@ namespace kr::test {
 /// nobody takes them for zeros.
 class failing_allocator : pinned {
 public:
-    enum class repeat { once, always };
-
-    /// Fails the allocation number `nth`, 1 being the next (0: none), and with repeat::always also
-    /// every one after it.
-    explicit failing_allocator(u32 nth = 0, repeat repeated = repeat::once) : nth_(nth), repeated_(repeated) {
+    /// Fails the allocation number `nth`, 1 being the next (0: none).
+    explicit failing_allocator(u32 nth = 0) : failing_allocator(nth, nth) {}
+    /// Fails the allocations of those numbers.
+    failing_allocator(u32 first, u32 last) : first_(first), last_(last) {
         EXPECT_EQ(current_, nullptr) << "allocators do not nest";
         current_ = this;
         kr_memory_set_hooks(allocate, deallocate);
@@ -50,17 +49,16 @@ private:
     static kr_result allocate(void** out, std::size_t size) {
         failing_allocator& self = *current_;
         const std::lock_guard guard(self.lock_);
-        ++self.allocations_;
+        const u32 number = ++self.allocations_;
         self.last_size_ = size;
-        const bool later = self.repeated_ == repeat::always && self.allocations_ > self.nth_;
-        const bool due = self.nth_ != 0 && (self.allocations_ == self.nth_ || later);
+        const bool due = number >= self.first_ && number <= self.last_;
         void* const block = due ? nullptr : std::malloc(size == 0 ? 1 : size);
         if (block == nullptr) {
             ++self.failures_;
             return out_of_memory;
         }
         std::memset(block, 0xA5, size);
-        self.live_.emplace(block, self.allocations_);
+        self.live_.emplace(block, number);
         *out = block;
         return ok;
     }
@@ -68,18 +66,15 @@ private:
     static void deallocate(void* ptr) {
         const std::lock_guard guard(current_->lock_);
         // A block from before the scope came from the runtime heap just the same.
-        if (const auto block = current_->live_.extract(ptr)) {
-            current_->released_.push_back(block.mapped());
-        }
+        const auto own = current_->live_.extract(ptr);
+        if (own) { current_->released_.push_back(own.mapped()); }
         std::free(ptr);
     }
 
     static inline failing_allocator* current_ = nullptr;
 
     mutable std::mutex lock_;
-    u32 nth_;
-    repeat repeated_;
-    u32 allocations_ = 0, failures_ = 0;
+    u32 first_, last_, allocations_ = 0, failures_ = 0;
     std::size_t last_size_ = 0;
     std::unordered_map<void*, u32> live_;
     std::vector<u32> released_;
@@ -92,17 +87,14 @@ private:
 template <typename Operation>
 void sweep_allocations(Operation operation) {
     constexpr u32 limit = 10000;
-    for (const auto repeated : {failing_allocator::repeat::once, failing_allocator::repeat::always}) {
+    for (const bool and_all_after : {false, true}) {
         u32 nth = 1;
-        for (; nth < limit; ++nth) {
+        for (bool failed = true; failed && nth < limit; nth += failed) {
             SCOPED_TRACE("allocation " + std::to_string(nth) + " fails");
-            failing_allocator allocator(nth, repeated);
+            failing_allocator allocator(nth, and_all_after ? ~0U : nth);
             const kr_result result = operation();
-            if (allocator.failures() == 0) {
-                EXPECT_TRUE(kr_result_succeeded(result)) << std::hex << result;
-                break;
-            }
-            EXPECT_EQ(result, out_of_memory) << std::hex << result;
+            failed = allocator.failures() != 0;
+            EXPECT_TRUE(failed ? result == out_of_memory : kr_result_succeeded(result)) << std::hex << result;
         }
         EXPECT_GT(nth, 1u) << "the operation allocates nothing";
         EXPECT_LT(nth, limit) << "the sweep does not end";

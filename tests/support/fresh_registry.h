@@ -2,7 +2,7 @@
 /// On either system it is that system's own registry, below HKEY_LOCAL_MACHINE.
 #pragma once
 
-#include "base/memory/memory.h"
+#include "owners.h"
 #include "platform/platform.h"
 #include "settings/store.h"
 #include "support/captured_log.h"
@@ -68,12 +68,10 @@ public:
 
     /// The stored text, or "<missing>" or "<failed>".
     [[nodiscard]] std::string text(const std::string& name) const {
-        kr_char* stored = nullptr;
-        const kr_result result = kr_settings_get_string_alloc(handle_, widen(name).c_str(), &stored);
+        kr::owned_text stored;
+        const kr_result result = kr_settings_get_string_alloc(handle_, widen(name).c_str(), stored.out());
         if (kr_result_failed(result)) { return result == not_found ? "<missing>" : "<failed>"; }
-        std::string copy = utf8(stored);
-        kr_memory_deallocate_hook(stored);
-        return copy;
+        return utf8(stored.get());
     }
 
 private:
@@ -87,11 +85,10 @@ inline std::vector<std::string> names_of(kr_result (*enumerate)(kr_settings_hand
     kr_char** names = nullptr;
     u32 count = 0;
     *result = enumerate(settings, &names, &count);
-    std::vector<std::string> copy;
-    if (kr_result_succeeded(*result)) {
-        for (u32 index = 0; index < count; ++index) { copy.push_back(utf8(names[index])); }
-        kr_settings_free_names(names, count);
-    }
+    if (kr_result_failed(*result)) { return {}; }
+    std::vector<std::string> copy(count);
+    std::transform(names, names + count, copy.begin(), utf8);
+    kr_settings_free_names(names, count);
     return copy;
 }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <span>
 
 #include "support/suite.h"
 
@@ -30,7 +29,6 @@ public:
 
     [[nodiscard]] T* data() { return reinterpret_cast<T*>(storage_.data() + guard_bytes); }
     [[nodiscard]] std::size_t size_bytes() const { return size_bytes_; }
-    [[nodiscard]] std::span<T> elements() { return {data(), size_bytes_ / sizeof(T)}; }
     T& operator[](std::size_t index) { return data()[index]; }
 
     /// Whether every byte from element `first` on still holds the pattern.
@@ -45,9 +43,8 @@ private:
     static constexpr u8 pattern = 0xA5;
 
     [[nodiscard]] bool holds(u8 value, std::size_t from, std::size_t to) const {
-        const auto begin = storage_.begin();
-        return std::count(begin + static_cast<std::ptrdiff_t>(from), begin + static_cast<std::ptrdiff_t>(to),
-                          value) == static_cast<std::ptrdiff_t>(to - from);
+        return std::all_of(storage_.data() + from, storage_.data() + to,
+                           [=](u8 byte) { return byte == value; });
     }
 
     std::size_t size_bytes_;

@@ -13,22 +13,13 @@
 
 namespace kr::test {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
+using testing::ElementsAre, testing::IsEmpty;
 using wide = std::basic_string<kr_char>;
 
-constexpr kr_result ok = KR_SUCCESS;
-constexpr kr_result yes = 0x0200001F;
-constexpr kr_result no = 0x02000020;
-constexpr kr_result generic = 0x82000000;
-constexpr kr_result out_of_memory = 0x82000002;
-constexpr kr_result unexpected = 0x82000003;
-constexpr kr_result invalid = 0x8200000C;
-constexpr kr_result too_small = 0x82000021;
-constexpr kr_result not_implemented = 0x82000022;
-constexpr kr_result overflow = 0x8200004D;
-constexpr kr_result zero = 0x8200004E;
-constexpr kr_result not_found = 0x8200003B;
+constexpr kr_result ok = KR_SUCCESS, yes = 0x0200001F, no = 0x02000020;
+constexpr kr_result generic = 0x82000000, out_of_memory = 0x82000002, unexpected = 0x82000003,
+                    invalid = 0x8200000C, too_small = 0x82000021, not_implemented = 0x82000022,
+                    not_found = 0x8200003B, overflow = 0x8200004D, zero = 0x8200004E;
 
 /// What stands where it was made.
 struct pinned {
