@@ -51,52 +51,36 @@ TEST(Mempool, EndsInTheOrderOfItsMakingBackwards) {
     EXPECT_THAT(released, ElementsAre(4, 5, 3, 2, 1));
 }
 
-/// The stock as the allocator sees it: a growth keeps or replaces the room for pointers, so the
-/// number of live blocks tells the number of elements.
-TEST(Mempool, GrowsByItsCountUpToItsBound) {
-    const std::tuple<u32, u32, std::vector<std::size_t>> rows[] = {
-        {0, 0, {10, 20, 30}}, {10, 12, {10, 12}}, {3, 9, {3, 6, 9}}, {1, 2, {1, 2}}, {5, 2, {5}}};
-    for (const auto& [grow, max, stocks] : rows) {
-        SCOPED_TRACE(grow);
-        const failing_allocator allocator;
-        test_pool pool(24, grow, max, KR_MEMPOOL_FAIL_WHEN_FULL);
-        const std::size_t others = allocator.live() - stocks.front();
-        std::set<void*> seen;
-        for (const std::size_t stock : stocks) {
-            while (seen.size() < stock) {
-                ASSERT_TRUE(seen.insert(pool.alloc()).second);
-                EXPECT_EQ(allocator.live() - others, stock);
-            }
-        }
-        if (max != 0) {
-            EXPECT_EQ(pool.alloc(), nullptr);
-            EXPECT_EQ(pool.result, kr_result_make_error(KR_MEMORY_POOL_IS_FULL));
-            pool.free(*seen.begin());
-            EXPECT_EQ(pool.alloc(), *seen.begin());
-        }
-    }
-}
-
-/// Against the plain description: an array, an element found by a scan and swapped to the border.
-TEST(Mempool, HandsOutTheElementThatALinearPoolWould) {
-    constexpr std::tuple<u64, u32, u32> rows[] = {
-        {1, 1, 3000}, {24, 10, 20000}, {9000, 64, 3000}, {16, 5000, 20000}};
+/// Against the plain description: an array, an element found by a scan and swapped to the border. A growth
+/// keeps or replaces the room for pointers, so the number of live blocks tells the number of elements.
+TEST(Mempool, GrowsToItsBoundAndHandsOutTheElementsThatALinearPoolWould) {
+    constexpr std::array<u32, 4> rows[] = {{1, 1, 0, 3000},      {24, 10, 0, 20000}, {9000, 64, 0, 3000},
+                                           {16, 5000, 0, 20000}, {24, 0, 0, 500},    {24, 10, 12, 500},
+                                           {24, 3, 9, 500},      {24, 1, 2, 500},    {24, 5, 2, 500}};
     std::mt19937 random(1); // NOLINT(*-msc51-cpp): the same steps in every run
-    for (const auto& [element_size, grow, steps] : rows) {
-        SCOPED_TRACE(element_size);
-        test_pool pool(element_size, grow, 0);
+    for (const auto& [element_size, grow, max, steps] : rows) {
+        SCOPED_TRACE(testing::Message() << element_size << ' ' << grow << ' ' << max);
+        const failing_allocator allocator;
+        test_pool pool(element_size, grow, max, KR_MEMPOOL_FAIL_WHEN_FULL);
+        const std::size_t step = grow != 0 ? grow : 10, bound = max != 0 ? max : SIZE_MAX;
+        std::size_t stock = step, used = 0; // the first elements are held to no bound
+        const std::size_t others = allocator.live() - stock;
         std::vector<void*> elements;
-        std::size_t used = 0;
         for (u32 i = 0; i < steps; ++i) {
             if (random() % 16 < (i / 512 % 2 != 0 ? 4u : 12u)) {
-                void* element = pool.alloc();
+                void* const element = pool.alloc();
+                const bool grows = used == stock;
+                if (grows && stock < bound) { stock = std::min(stock + step, bound); }
+                if (grows || stock < 40) { ASSERT_EQ(allocator.live() - others, stock) << i; }
+                ASSERT_EQ(pool.result, used == stock ? kr_result_make_error(KR_MEMORY_POOL_IS_FULL) : ok)
+                    << i;
                 if (used < elements.size()) {
                     ASSERT_EQ(element, elements[used]) << i;
-                } else {
+                } else if (used < stock) {
                     ASSERT_EQ(std::count(elements.begin(), elements.end(), element), 0) << i;
                     elements.push_back(element);
                 }
-                ++used;
+                used += used < stock ? 1 : 0;
             } else if (used != 0) {
                 const std::size_t at = random() % used;
                 pool.free(elements[at]);

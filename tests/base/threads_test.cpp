@@ -33,11 +33,6 @@ TEST(Mutex, KeepsThreadsOutAndLetsItsHolderBackIn) {
     EXPECT_EQ(kr_mutex_destroy(&mutex), ok);
 }
 
-struct priority_note {
-    std::atomic<bool> created;
-    int priority = THREAD_PRIORITY_ERROR_RETURN;
-};
-
 TEST(Threads, RunAtTheSystemsPriorityForTheirs) {
     constexpr std::pair<u32, int> rows[] = {{KR_THREAD_PRIORITY_IDLE, THREAD_PRIORITY_IDLE},
                                             {KR_THREAD_PRIORITY_LOW, THREAD_PRIORITY_LOWEST},
@@ -45,12 +40,15 @@ TEST(Threads, RunAtTheSystemsPriorityForTheirs) {
                                             {KR_THREAD_PRIORITY_HIGH, THREAD_PRIORITY_TIME_CRITICAL},
                                             {4, THREAD_PRIORITY_NORMAL},
                                             {0xFFFFFFFF, THREAD_PRIORITY_NORMAL}};
-    priority_note notes[std::size(rows)];
+    struct note {
+        std::atomic<bool> created;
+        int priority = THREAD_PRIORITY_ERROR_RETURN;
+    } notes[std::size(rows)];
     ASSERT_EQ(kr_thread_module()->init(), ok);
     for (std::size_t i = 0; i < std::size(rows); ++i) {
         // The priority stands once the creation has returned.
         const auto ask = [](void* arg) {
-            auto& own = *static_cast<priority_note*>(arg);
+            auto& own = *static_cast<note*>(arg);
             while (!own.created) { std::this_thread::yield(); }
             own.priority = GetThreadPriority(GetCurrentThread());
         };
