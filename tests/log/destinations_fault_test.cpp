@@ -93,6 +93,7 @@ TEST(FileDestination, EveryFailureOfItsStartIsToldAndLeavesNothing) {
         {u"C:\\x.log", "Unable to duplicate log filename string Result is 0x82000002", 2},
         {u"C:\\", "Unable to allocate memory for log filename Result is 0x82000002", 2},
         {u"C:\\ro.log", "cannot open C:\\ro.log"},
+        {u"C:\\ro.log\\x", "cannot open C:\\ro.log\\x"},
         {u"C:\\none\\", "cannot open C:\\none\\krtest_00240229_123456.log"},
         {u"C:\\none/", "cannot open C:\\none/krtest_00240229_123456.log"},
         {u"C:\\", "Unable to get UTC time Result is 0x8200004D", 0, unknown},
