@@ -1,6 +1,7 @@
 /// docs/formatting.md does not lie: every example of its tables is formatted, every refused call
 /// refused, and it has a row for everything that a format may hold.
 #include <fstream>
+#include <regex>
 #include <set>
 
 #include "base/convert/guid.h"
@@ -18,21 +19,17 @@ using cells = std::vector<std::string>;
 /// The rows of the table below the heading that begins with `first`, each as what its cells hold
 /// between back quotes, or their text where there are none.
 std::vector<cells> table(const std::string& first) {
+    static const std::regex cell(R"(\| (`?)([^|]*?)\1(?= \|))");
     std::ifstream page(KR_FORMATTING_PAGE);
     std::vector<cells> rows;
     std::string line;
     while (std::getline(page, line) && !line.starts_with("| " + first + " |")) {}
     std::getline(page, line); // the rule
     while (std::getline(page, line) && line.starts_with("| ")) {
-        cells row;
-        for (size_t at = 2; at < line.size();) {
-            const size_t end = line.find(" |", at + 1);
-            std::string cell = line.substr(at, end - at);
-            if (cell.front() == '`' && cell.back() == '`') { cell = cell.substr(1, cell.size() - 2); }
-            row.push_back(cell);
-            at = end + 3;
+        cells& row = rows.emplace_back();
+        for (std::sregex_iterator at(line.begin(), line.end(), cell), end; at != end; ++at) {
+            row.push_back((*at)[2]);
         }
-        rows.push_back(row);
     }
     EXPECT_GE(rows.size(), 5u) << "the page has lost its table of " << first;
     return rows;
@@ -59,50 +56,41 @@ struct argument {
     argument(format_argument kind, const std::string& written) {
         if (written == "nullptr") { return; }
         const size_t quote = written.find('"') + 1;
-        const void* at = nullptr;
-        switch (kind) {
-        case format_argument::narrow_string:
-            at = (narrow = written.substr(quote, written.rfind('"') - quote)).c_str();
-            break;
-        case format_argument::wide_string:
-            at = (text = widen(written.substr(quote, written.rfind('"') - quote))).c_str();
-            break;
-        case format_argument::guid:
+        narrow = written.substr(quote, written.rfind('"') - quote);
+        text = widen(narrow);
+        if (kind == format_argument::narrow_string) {
+            slot = slot_of(narrow.c_str());
+        } else if (kind == format_argument::wide_string) {
+            slot = slot_of(text.c_str());
+        } else if (kind == format_argument::guid) {
             EXPECT_EQ(kr_guid_from_string_simple_ascii(written.c_str(), &guid), ok);
-            at = &guid;
-            break;
-        case format_argument::result:
-            result = static_cast<kr_result>(std::stoull(written, nullptr, 0));
-            at = &result;
-            break;
-        default:
-            slot =
-                written[0] == '-' ? static_cast<u64>(std::stoll(written)) : std::stoull(written, nullptr, 0);
-            return;
+            slot = slot_of(&guid);
+        } else {
+            slot = std::stoull(written, nullptr, 0);
+            result = static_cast<kr_result>(slot);
+            if (kind == format_argument::result) { slot = slot_of(&result); }
         }
-        slot = reinterpret_cast<std::uintptr_t>(at);
     }
 };
 
+std::string notation(const format_conversion& conversion) {
+    return std::string(conversion.library ? "%_" : "%") + conversion.letter;
+}
+
 TEST(FormattingPage, ShowsWhatTheEngineWrites) {
-    std::set<std::string> shown;
+    std::set<std::string> shown, known;
     for (const cells& row : table("format")) {
         ASSERT_EQ(row.size(), 3u);
         const format_conversion& conversion = conversion_of(row[0]);
-        shown.insert(conversion.name);
-        shown.insert(std::string(1, conversion.letter));
+        shown.insert(notation(conversion));
         const argument value(conversion.argument, row[1]);
         EXPECT_EQ(formatted(row[0].c_str(), value.slot), row[2]) << row[0] << " of " << row[1];
     }
-    std::string listed;
-    for (const cells& row : table("conversion")) { listed += row[0]; }
-    std::string known;
-    for (const format_conversion& conversion : kr::detail::format_conversions) {
-        known += std::string("%") + (conversion.library ? "_" : "") + conversion.letter;
-        EXPECT_TRUE(shown.contains(conversion.name)) << conversion.name << " has no example";
-    }
-    EXPECT_EQ(std::set(listed.begin(), listed.end()), std::set(known.begin(), known.end()));
-    EXPECT_EQ(listed.size(), known.size());
+    for (const auto& conversion : kr::detail::format_conversions) { known.insert(notation(conversion)); }
+    EXPECT_EQ(shown, known);
+    std::vector<std::string> listed;
+    for (const cells& row : table("conversion")) { listed.push_back(row[0]); }
+    EXPECT_THAT(listed, testing::UnorderedElementsAreArray(known));
     std::string flags;
     for (const cells& row : table("flag")) { flags += row[0]; }
     for (const auto& flag : kr::detail::format_flags) { EXPECT_NE(flags.find(flag.character), flags.npos); }

@@ -1,6 +1,9 @@
-/// The engine's output, sizes and refusals, through its entry points.
+/// The engine through its entry points: output, sizes, refusals, and what it says in the log.
 #include "printf/printf.h"
 
+#include <regex>
+
+#include "support/captured_log.h"
 #include "support/checked_format.h"
 
 namespace {
@@ -11,6 +14,7 @@ using namespace kr::test;
 // held against it by the fuzz target.
 TEST(Engine, JoinsLiteralsAndConversions) {
     const kr_result failure = 0x82000002;
+    // clang-format off
     const struct {
         int line;
         std::string text, expected;
@@ -18,33 +22,21 @@ TEST(Engine, JoinsLiteralsAndConversions) {
         {__LINE__, formatted(""), ""},
         {__LINE__, formatted("%%%d%%%%%d%%", 1, 2), "%1%%2%"},
         {__LINE__, formatted("%s%s", "", "seventeen letters"), "seventeen letters"},
-        {__LINE__, formatted("%_g%d", nullptr, 5), "(null)5"},
-        {__LINE__, formatted("abc %03d, %02d; %5u", -1, 123, 7), "abc -01, 123;     7"},
-        {__LINE__, formatted("%llu %llu %llu", u64{99'999'999}, u64{100'000'000}, u64{9'999'999'999'999'999}),
-         "99999999 100000000 9999999999999999"},
-        {__LINE__, formatted("0123456789abcdef%s0123456789abcdefg%d%%", "-", 1),
-         "0123456789abcdef-0123456789abcdefg1%"},
-        {__LINE__, formatted("Result is %_r (%_z)", &failure, &failure),
-         "Result is 0x82000002 (error \"Out of memory\" from \"Unknown source\")"},
-        {__LINE__, formatted("%h_z!", &failure), "Out of memory!"},
+        {__LINE__, formatted("0123456789abcdef%s0123456789abcdefg%d%%", "-", 1), "0123456789abcdef-0123456789abcdefg1%"},
+        // Each takes its argument from a slot of its own.
+        {__LINE__, formatted("%d %llu %s %c %_s %lld %03x %_r (%_z)", -1, u64{2}, "three", '4', KR_TEXT("five"), i64{-6}, 7, &failure, &failure),
+         "-1 2 three 4 five -6 007 0x82000002 (error \"Out of memory\" from \"Unknown source\")"},
+        {__LINE__, formatted("%d %hu %s %p %5d %_k %ll_u %h_z%s%_g%d", 1, 2, "3", nullptr, 11, 0x01020304, u64{13}, &failure, "!", nullptr, 15),
+         "1 2 3 0x0000000000000000    11 1.2.3.4 13 Out of memory!(null)15"},
     };
+    // clang-format on
     for (const auto& row : rows) { EXPECT_EQ(row.text, row.expected) << "line " << row.line; }
 }
 
-TEST(Engine, TakesEveryArgumentFromItsOwnSlot) {
-    const kr_result result = 0x82000002;
-    EXPECT_EQ(formatted("%d %llu %s %c %_s %lld %x %_r %hu %p %d %_k %ll_u %s %d", -1, u64{2}, "three", '4',
-                        KR_TEXT("five"), i64{-6}, 7, &result, 9, nullptr, 11, 0x01020304, u64{13}, "fourteen",
-                        15),
-              "-1 2 three 4 five -6 7 0x82000002 9 0x0000000000000000 11 1.2.3.4 13 fourteen 15");
-}
-
 TEST(Engine, RefusesDefectiveFormats) {
-    for (const char* format : {"abc%", "%+05+d", "%#", "%12", "%.d", "%l", "%lll", "%_X", "%jd", "%I64d",
-                               "% ' 5d", "%\351d", "%lld%", "%5*d", "%_%", "% %"}) {
+    for (const char* format : {"abc%", "%+05+d", "%#", "%l", "%5*d", "%\351d", "%lld%", "%_%", "% %"}) {
         EXPECT_EQ(formatted(format, 1, 2), "82000079") << format;
     }
-    EXPECT_EQ(kr_printf_format2(nullptr, 0, nullptr, nullptr), invalid);
 }
 
 TEST(Engine, LeavesWhatWasWrittenBeforeAFailure) {
@@ -70,7 +62,6 @@ TEST(Engine, StringFormatLeavesTheEmptyStringOnFailure) {
     EXPECT_EQ(buffer[0], 'x');
     EXPECT_EQ(kr_string_format_checked(buffer.data(), 8, "%_z", &too_small), too_small);
     EXPECT_EQ(buffer[0], 0);
-    EXPECT_EQ(kr_string_format(nullptr, 8, ""), invalid);
 }
 
 TEST(Engine, WidensBytesAsSignedCharacters) {
@@ -80,24 +71,113 @@ TEST(Engine, WidensBytesAsSignedCharacters) {
                                              u"12345\xFF80");
 }
 
-/// Formats from a list that the caller keeps, and takes from it afterwards.
-std::string twice(const char* format, ...) {
-    std::string out;
-    va_list args;
-    va_start(args, format);
-    size_t size = 0;
-    kr_char buffer[64];
-    EXPECT_EQ(kr_printf_get_required_buffer_size(format, args, &size), ok);
-    EXPECT_EQ(kr_printf_format(buffer, size, format, args, nullptr), ok);
-    out = utf8(buffer);
-    EXPECT_EQ(kr_string_format_va(buffer, sizeof(buffer), format, args), ok);
-    out += '|' + utf8(buffer) + '|' + std::to_string(va_arg(args, int));
-    va_end(args);
-    return out;
+/// The lines so far, joined by " / ", as "C..parse_flags: Enter ()".
+std::string steps(captured_log& log) {
+    static const std::regex name("^([CDW]) 05 (\\.*)kr_printf_format_?");
+    std::string lines;
+    for (const std::string& line : log.take()) {
+        lines += (lines.empty() ? "" : " / ") + std::regex_replace(line, name, "$1$2");
+    }
+    return lines;
+}
+
+/// What one call says with that mask; where warnings are wanted it fails.
+template <typename... Args>
+std::string logged(captured_log& log, u32 mask, size_t size, const char* format, Args... args) {
+    log.set_mask(KR_LOG_PRINTF, mask);
+    guarded_buffer<kr_char> buffer(byte_count{size});
+    const kr_result result = kr_printf_format2(buffer.data(), size, nullptr, format, args...);
+    EXPECT_EQ(kr_result_failed(result), mask == KR_LOG_WARNING);
+    return steps(log);
+}
+
+TEST(Engine, WarnsOfEveryFailureAndTracesEveryStep) {
+    captured_log log(0);
+    const kr_result described = 0x82000002;
+    const kr_result* none = nullptr;
+    // clang-format off
+    const std::string defect = " Result is 0x82000079 (error \"printf format string syntax error\" from \"Unknown source\")";
+    const std::string missing = " Result is 0x82000022 (error \"Function not implemented\" from \"Unknown source\")";
+    const std::string no_room = " Result is 0x82000021 (error \"Supplied buffer is not large enough\" from \"Unknown source\")";
+    const std::string null = " Result is 0x8200000C (error \"Invalid argument to function\" from \"Unknown source\")";
+    const struct {
+        int line;
+        std::string lines, expected;
+    } rows[] = {
+        {__LINE__, logged(log, KR_LOG_WARNING, 99, "%--d", 1), "Wparse_flags: Duplicate '-' flag / W: Flag parsing failed" + defect},
+        {__LINE__, logged(log, KR_LOG_WARNING, 99, "%*d", 1), "Wparse_width: '*' in width field not supported. / W: Width parsing failed" + missing},
+        {__LINE__, logged(log, KR_LOG_WARNING, 99, "%.d", 1), "Wparse_precision: Precision not supported. / W: Precision parsing failed" + missing},
+        {__LINE__, logged(log, KR_LOG_WARNING, 99, "%q", 1), "W: Unknown type" + defect},
+        {__LINE__, logged(log, KR_LOG_WARNING, 99, "%_q", 1), ""},
+        {__LINE__, logged(log, KR_LOG_WARNING, 99, "abc%0", 1), ""},
+        {__LINE__, logged(log, KR_LOG_WARNING, 99, "%_u", 1), "W: Processing '_u' type failed" + defect},
+        {__LINE__, logged(log, KR_LOG_WARNING, 99, "%_z", none), "Wtr_descr: NULL pointer provided from log macros. / W: Processing '_z' type failed" + null},
+        {__LINE__, logged(log, KR_LOG_WARNING, 20, "%_z", &described), "Wtr_descr: kr_get_result_description2() failed." + no_room + " / W: Processing '_z' type failed" + no_room},
+        {__LINE__, logged(log, KR_LOG_WARNING, 20, "%h_z", &described), "Wtr_descr: kr_get_result_code_description() failed." + no_room + " / W: Processing '_z' type failed" + no_room},
+        {__LINE__, logged(log, KR_LOG_WARNING, 7, "%i", 12345), "Wsint: Buffer too small. / W: Processing 'd' type failed" + no_room},
+        {__LINE__, logged(log, KR_LOG_WARNING, 7, "%6u", 12345), "Wuint_internal: Buffer too small (5 while 5 required). / W: Processing 'u' type failed" + no_room},
+        {__LINE__, logged(log, KR_LOG_WARNING, 2, "%#x", 255), "Wuint_internal: Buffer too small. No place for alternative form. / W: Processing 'x' type failed" + no_room},
+        {__LINE__, logged(log, KR_LOG_WARNING, 6, "%_k", 0x01020304), "Wipv4: Buffer too small. / W: Processing '_k' type failed" + no_room},
+        {__LINE__, logged(log, KR_LOG_WARNING, 9, "%_k", 0x01020304), "Wuint_internal: Buffer too small (1 while 1 required). / Wipv4: Failed to format IP component / W: Processing '_k' type failed" + no_room},
+        {__LINE__, logged(log, KR_LOG_WARNING, 3, "%p", none), "Wpointer: Buffer too small. / W: Processing 'p' type failed" + no_room},
+        {__LINE__, logged(log, KR_LOG_WARNING, 6, "abc"), "W: Buffer too small."},
+        {__LINE__, logged(log, KR_LOG_WARNING, 6, "%s", "abc"), "W: Buffer too small."},
+        {__LINE__, logged(log, KR_LOG_WARNING, 1, ""), "W: Buffer too small."},
+        {__LINE__, logged(log, KR_LOG_CALL | KR_LOG_DEBUG, 64, "x%05d", -42),
+         "C2: Enter () / C..: Enter () / C....parse_flags: Enter () / Dparse_flags: Flag leading zeroes / C....parse_flags: Return () / "
+         "C....parse_width: Enter () / Dparse_width: Width set to 5 / C....parse_width: Return () / C....parse_precision: Enter () / "
+         "C....parse_precision: Return () / C....parse_size_mod: Enter () / C....parse_size_mod: Return () / C....sint: Enter (buffer_left = 62) / "
+         "Dsint: signed decimal int -42 / Dsint: Negative value / Dsint: Updating required size 12. / Dsint: Negative with leading zeroes. / "
+         "Dsint: Padding with '0' / Dsint: Padding with '0' / C....sint: Return () / C..: Return () / C2: Return ()"},
+        {__LINE__, logged(log, KR_LOG_DEBUG, 64, "%#6lx|%s|%c", 255, "ab", 'z'),
+         "Dparse_flags: Flag alternate form / Dparse_width: Width set to 6 / Dparse_size_mod: Size modifier set to LONG / "
+         "Duint: unsigned long int 255 / Duint_internal: Width required = 4 / Duint_internal: Required size = 12 / Duint_internal: Padding with ' ' / "
+         "Duint_internal: Padding with ' ' / Dstring: ASCIIZ string \"ab\" / Dstring: Updating required size 18. / Dchar: char 'z' / Dchar: Updating required size 22."},
+        // The octets of an address count each for itself, behind whatever they stand.
+        {__LINE__, logged(log, KR_LOG_DEBUG, 64, "at %_k", 0x0A00FF01),
+         "Duint_internal: Width required = 2 / Duint_internal: Required size = 4 / Duint_internal: Width required = 1 / Duint_internal: Required size = 2 / "
+         "Duint_internal: Width required = 3 / Duint_internal: Required size = 6 / Duint_internal: Width required = 1 / Duint_internal: Required size = 2"},
+        {__LINE__, logged(log, KR_LOG_PROFILE, 64, "text"), "P kr_printf_format / P kr_printf_format2"},
+    };
+    // clang-format on
+    for (const auto& r : rows) { EXPECT_EQ(r.lines, r.expected) << "line " << r.line; }
+
+    log.set_mask(KR_LOG_PRINTF, KR_LOG_CALL);
+    kr_char out[4];
+    EXPECT_EQ(kr_string_format(out, sizeof(out), "abcd"), too_small);
+    const std::string back =
+        "Return 0x82000021 () error \"Supplied buffer is not large enough\" from \"Unknown source\"";
+    EXPECT_EQ(
+        steps(log),
+        "C 05 kr_string_format: Enter () / C 05 ..kr_string_format_va: Enter () / C....: Enter () / C....: " +
+            back + " / C 05 ..kr_string_format_va: " + back + " / C 05 kr_string_format: " + back);
 }
 
 TEST(Engine, LeavesTheCallersListWhereItIs) {
-    EXPECT_EQ(twice("%d %s %d %d %d %d", 1, "two", 3, 4, 5, 6), "1 two 3 4 5 6|1 two 3 4 5 6|1");
+    const auto format_thrice = [](va_list* args) {
+        const char* const format = "%d %s %d %d %d %d";
+        kr_char first[64], second[64];
+        size_t size = 0;
+        EXPECT_EQ(kr_printf_get_required_buffer_size(format, *args, &size), ok);
+        EXPECT_EQ(kr_printf_format(first, size, format, *args, nullptr), ok);
+        EXPECT_EQ(kr_string_format_va(second, size, format, *args), ok);
+        EXPECT_EQ(utf8(first) + utf8(second), "1 two 3 4 5 61 two 3 4 5 6");
+        EXPECT_EQ(size, sizeof(u"1 two 3 4 5 6"));
+        captured_log log(KR_LOG_CALL);
+        EXPECT_EQ(kr_printf_get_required_buffer_size("ab", *args, &size), ok);
+        EXPECT_EQ(steps(log),
+                  "C 05 kr_printf_get_required_buffer_size: Enter () / C..: Enter () / C..: Return () / "
+                  "C 05 kr_printf_get_required_buffer_size: Return ()");
+        EXPECT_EQ(va_arg(*args, int), 1);
+        return ok;
+    };
+    EXPECT_EQ(with_list(format_thrice, 1, "two", 3, 4, 5, 6), ok);
+}
+
+TEST(Engine, SaysNothingWhileALineIsBuilt) {
+    captured_log log(KR_LOG_DEBUG | KR_LOG_CALL | KR_LOG_PROFILE | KR_LOG_WARNING);
+    KR_LOG(KR_LOG_MAIN, KR_LOG_WARNING, "%05d", -42);
+    EXPECT_THAT(log.take(), ElementsAre("W 02 TestBody: -0042"));
 }
 
 } // namespace

@@ -1,10 +1,25 @@
 /// A format's output with all that holds for every format checked on the way.
 #pragma once
 
+#include <cstdarg>
+
 #include "printf/printf.h"
 #include "support/guarded_buffer.h"
 
 namespace kr::test {
+
+/// A pointer as it stands in an argument's slot.
+inline u64 slot_of(const void* pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
+
+/// Calls `call` with a list of the other arguments.
+template <typename Call>
+kr_result with_list(Call call, ...) {
+    va_list args;
+    va_start(args, call);
+    const kr_result result = call(&args);
+    va_end(args);
+    return result;
+}
 
 /// The text, or the failure as eight digits. Measuring reports exactly what writing needs, an odd
 /// byte more changes nothing, less is refused without a byte touched outside and without a size
