@@ -153,9 +153,8 @@ TEST(ThreadFaults, ARefusedThreadRunsNothingAndAFinishedOneIsNotWaitedFor) {
 
 /// For a process of its own, which ends with 0 when all was as it must be.
 [[noreturn]] void create_without_memory_and_then_with() {
-    bool right = kr_thread_module()->init() == ok;
     rlimit usual = {};
-    right = right && getrlimit(RLIMIT_AS, &usual) == 0;
+    bool right = kr_thread_module()->init() == ok && getrlimit(RLIMIT_AS, &usual) == 0;
     const rlimit no_more = {.rlim_cur = 0, .rlim_max = usual.rlim_max};
     right = right && setrlimit(RLIMIT_AS, &no_more) == 0;
     // What the heap has in stock goes, down to its smallest blocks.
@@ -164,8 +163,7 @@ TEST(ThreadFaults, ARefusedThreadRunsNothingAndAFinishedOneIsNotWaitedFor) {
         do { block = std::malloc(size); } while (block != nullptr);
     }
     right = right && kr_thread_create_normal(run, nullptr) == out_of_memory;
-    right = right && setrlimit(RLIMIT_AS, &usual) == 0;
-    right = right && kr_thread_create_normal(run, nullptr) == ok;
+    right = right && setrlimit(RLIMIT_AS, &usual) == 0 && kr_thread_create_normal(run, nullptr) == ok;
     right = right && kr_thread_module()->fini() == ok;
     std::_Exit(right && ran == 1 ? 0 : 1);
 }

@@ -19,23 +19,16 @@ inline void expect_model(void (*check)(std::span<const u8>), std::string_view in
     ASSERT_EQ(failed_line, 0) << "line of the model, for: " << testing::PrintToString(std::string(input));
 }
 
-/// The seeds of a fuzz target.
-inline std::vector<std::string> seeds_of(const char* target) {
-    std::vector<std::string> seeds;
-    for (const auto& entry : std::filesystem::directory_iterator(std::string(KR_FUZZ_CORPUS) + target)) {
-        seeds.push_back(read_native_file(entry.path()));
-    }
-    EXPECT_FALSE(seeds.empty()) << target;
-    std::sort(seeds.begin(), seeds.end());
-    return seeds;
-}
-
-/// `rounds` random texts of characters of `alphabet` and now and then another, half of them seeds
-/// with such a character in one place.
+/// The seeds of a fuzz target, and `rounds` random texts of characters of `alphabet` and now and then
+/// another, half of them seeds with such a character in one place.
 inline void run_model(void (*check)(std::span<const u8>), const char* target, std::string_view alphabet,
                       int rounds) {
-    const std::vector<std::string> seeds = seeds_of(target);
-    for (const std::string& seed : seeds) { expect_model(check, seed); }
+    std::vector<std::string> seeds;
+    for (const auto& entry : std::filesystem::directory_iterator(std::string(KR_FUZZ_CORPUS) + target)) {
+        expect_model(check, seeds.emplace_back(read_native_file(entry.path())));
+    }
+    ASSERT_FALSE(seeds.empty()) << target;
+    std::sort(seeds.begin(), seeds.end());
     std::mt19937 random(1); // NOLINT(*-msc51-cpp): the same texts in every run
     const auto character = [&] {
         return random() % 16 != 0 ? alphabet[random() % alphabet.size()] : static_cast<char>(random());

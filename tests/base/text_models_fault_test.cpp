@@ -2,8 +2,6 @@
 /// ends at a page that cannot be read: the vector walks read whole vectors, never another page.
 #include "text_models.h"
 
-#include <deque>
-
 #include <sys/mman.h>
 
 #include "base/memory/memory.h"
@@ -16,24 +14,8 @@ namespace {
 
 using namespace kr::test;
 
-/// One readable page between two that are not.
-class guarded_page : pinned {
-public:
-    static constexpr std::size_t page_bytes = 4096;
-
-    guarded_page() {
-        EXPECT_NE(pages_, MAP_FAILED);
-        EXPECT_EQ(mprotect(data(), page_bytes, PROT_READ | PROT_WRITE), 0);
-    }
-    ~guarded_page() { munmap(pages_, 3 * page_bytes); }
-
-    [[nodiscard]] u8* data() const { return static_cast<u8*>(pages_) + page_bytes; }
-
-private:
-    void* const pages_ = mmap(nullptr, 3 * page_bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-};
-
-/// Blocks of less than a page, for the models and behind the allocator hooks, for a scope.
+/// Blocks of less than a page, each in a page between two that cannot be read, for the models and behind the
+/// allocator hooks, for a scope.
 class page_memory : pinned {
 public:
     explicit page_memory(bool at_end) {
@@ -51,14 +33,19 @@ public:
         kr_memory_set_hooks(nullptr, nullptr);
         take_exact = std::malloc;
         give_exact = std::free;
-        EXPECT_EQ(free_.size(), pages_.size()) << "blocks not given back";
+        EXPECT_EQ(free_.size(), pages_) << "blocks not given back";
     }
 
 private:
-    static constexpr size_t page = guarded_page::page_bytes;
+    static constexpr size_t page = 4096;
 
     static void* take(size_t size) {
-        if (free_.empty()) { free_.push_back(pages_.emplace_back().data()); }
+        if (free_.empty()) {
+            void* const pages = mmap(nullptr, 3 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+            free_.push_back(static_cast<u8*>(pages) + page);
+            EXPECT_EQ(mprotect(free_.back(), page, PROT_READ | PROT_WRITE), 0);
+            ++pages_;
+        }
         u8* const start = free_.back();
         free_.pop_back();
         EXPECT_LT(size, page);
@@ -73,7 +60,7 @@ private:
     }
 
     static inline bool at_end_;
-    static inline std::deque<guarded_page> pages_;
+    static inline size_t pages_ = 0; ///< kept for the next scope
     static inline std::vector<u8*> free_;
 };
 
