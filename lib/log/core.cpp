@@ -40,6 +40,12 @@ struct label_cache_entry {
 };
 constexpr u32 label_cache_size = 16;
 
+/// Thread ids are multiples of 4 on Windows and consecutive elsewhere.
+constexpr u32 label_cache_index(u32 thread_id) {
+    return (thread_id ^ thread_id >> 4) % label_cache_size;
+}
+static_assert(label_cache_index(~0u) < label_cache_size);
+
 /// What the output lock guards.
 struct {
     kr_mutex lock;
@@ -58,8 +64,7 @@ constinit std::atomic<u32> inside = 0;
 
 /// The caller holds the output lock.
 const thread_label& label_of(u32 thread_id) {
-    // Thread ids are multiples of 4 on Windows and consecutive elsewhere.
-    label_cache_entry& entry = output.labels[(thread_id ^ thread_id >> 4) % label_cache_size];
+    label_cache_entry& entry = output.labels[label_cache_index(thread_id)];
     const u32 generation = kr::detail::thread_label_generation.load(std::memory_order_acquire);
     if (entry.thread_id != thread_id || entry.generation != generation) {
         kr::detail::thread_table_label(thread_id, &entry.label);
