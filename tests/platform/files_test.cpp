@@ -15,22 +15,29 @@ protected:
     [[nodiscard]] static HANDLE open(const wide& name, DWORD access, DWORD sharing, DWORD disposition) {
         return CreateFileW(name.c_str(), access, sharing, nullptr, disposition, 0, nullptr);
     }
-    /// The last error of an open, which is closed again; 1000 more when it failed.
-    static DWORD open_error(const wide& name, DWORD access, DWORD sharing, DWORD disposition,
-                            const char* bytes = "") {
-        SetLastError(77);
-        const HANDLE file = open(name, access, sharing, disposition);
-        const DWORD error = GetLastError();
-        if (file == INVALID_HANDLE_VALUE) { return 1000 + error; }
-        EXPECT_TRUE(*bytes == '\0' || write(file, bytes) == 0);
-        EXPECT_TRUE(CloseHandle(file));
-        return error;
-    }
     static DWORD write(HANDLE file, const char* bytes) {
         const DWORD size = static_cast<DWORD>(std::strlen(bytes));
         DWORD written = size;
         const DWORD error = error_of(WriteFile(file, bytes, size, &written, nullptr));
         EXPECT_TRUE(error != 0 || written == size);
+        return error;
+    }
+    /// The last error of an open with some bytes written, 1000 more when it failed, and the text of the file.
+    std::string opened(const wide& name, DWORD access, DWORD disposition, const char* bytes = "",
+                       DWORD sharing = all) const {
+        SetLastError(77);
+        const HANDLE file = open(name, access, sharing, disposition);
+        const DWORD error = GetLastError();
+        if (file == INVALID_HANDLE_VALUE) { return std::to_string(1000 + error) + ' ' + read_file(path); }
+        EXPECT_TRUE(*bytes == '\0' || write(file, bytes) == 0);
+        EXPECT_TRUE(CloseHandle(file));
+        return std::to_string(error) + ' ' + read_file(path);
+    }
+    /// The same for an open beside another.
+    std::string opened_second(DWORD access, DWORD sharing, DWORD second_access, DWORD second_sharing) const {
+        const HANDLE first = open(path, access, sharing, OPEN_EXISTING);
+        const std::string error = opened(path, second_access, OPEN_EXISTING, "", second_sharing);
+        EXPECT_TRUE(CloseHandle(first));
         return error;
     }
 
@@ -39,53 +46,33 @@ protected:
 };
 
 TEST_F(Files, EveryDispositionKeepsItsPromiseAndNamesWhatIsWrong) {
-    const struct {
-        int line;
-        wide name;
-        DWORD access, disposition, error;
-        const char *bytes = "", *content = "no such file";
-    } rows[] = {
-        {__LINE__, path, GENERIC_READ, OPEN_EXISTING, 1002},
-        {__LINE__, path, GENERIC_WRITE, TRUNCATE_EXISTING, 1002},
-        {__LINE__, path, GENERIC_WRITE, 6, 1087},
-        {__LINE__, path, FILE_APPEND_DATA, OPEN_ALWAYS, 0, "", ""},
-        {__LINE__, path, GENERIC_WRITE, CREATE_NEW, 1080, "", ""},
-        {__LINE__, path, GENERIC_WRITE, OPEN_ALWAYS, 183, "0123456789", "0123456789"},
-        {__LINE__, path + KR_TEXT(". ."), GENERIC_WRITE, OPEN_EXISTING, 0, "x", "x123456789"},
-        {__LINE__, path, GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS, 183, "y", "y"},
-        {__LINE__, path, GENERIC_WRITE, TRUNCATE_EXISTING, 0, "", ""},
-        {__LINE__, root + KR_TEXT("\\none\\file"), GENERIC_READ, OPEN_EXISTING, 1003},
-        {__LINE__, root + KR_TEXT("\\a<b"), GENERIC_READ, OPEN_EXISTING, 1123},
-        {__LINE__, root, GENERIC_READ, OPEN_EXISTING, 1005},
-        {__LINE__, {}, GENERIC_READ, OPEN_EXISTING, 1003},
-    };
-    for (const auto& r : rows) {
-        EXPECT_EQ(open_error(r.name, r.access, all, r.disposition, r.bytes), r.error) << r.line;
-        if (r.name.starts_with(path)) { EXPECT_EQ(read_file(path), r.content) << r.line; }
-    }
+    EXPECT_EQ(opened(path, GENERIC_READ, OPEN_EXISTING), "1002 no such file");
+    EXPECT_EQ(opened(path, GENERIC_WRITE, TRUNCATE_EXISTING), "1002 no such file");
+    EXPECT_EQ(opened(path, GENERIC_WRITE, 6), "1087 no such file");
+    EXPECT_EQ(opened(path, FILE_APPEND_DATA, OPEN_ALWAYS), "0 ");
+    EXPECT_EQ(opened(path, GENERIC_WRITE, CREATE_NEW), "1080 ");
+    EXPECT_EQ(opened(path, GENERIC_WRITE, OPEN_ALWAYS, "0123456789"), "183 0123456789");
+    EXPECT_EQ(opened(path + KR_TEXT(". ."), GENERIC_WRITE, OPEN_EXISTING, "x"), "0 x123456789");
+    EXPECT_EQ(opened(path, GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS, "y"), "183 y");
+    EXPECT_EQ(opened(path, GENERIC_WRITE, TRUNCATE_EXISTING), "0 ");
+    EXPECT_EQ(opened(root + KR_TEXT("\\none\\file"), GENERIC_READ, OPEN_EXISTING), "1003 ");
+    EXPECT_EQ(opened(root + KR_TEXT("\\a<b"), GENERIC_READ, OPEN_EXISTING), "1123 ");
+    EXPECT_EQ(opened(root, GENERIC_READ, OPEN_EXISTING), "1005 ");
+    EXPECT_EQ(opened({}, GENERIC_READ, OPEN_EXISTING), "1003 ");
 }
 
 TEST_F(Files, SharingExcludesOtherHandles) {
-    const struct {
-        DWORD access, sharing, second_access, second_sharing, error;
-    } rows[] = {
-        {GENERIC_WRITE, 0, GENERIC_READ, all, 1032},
-        {GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, all, 1032},
-        {GENERIC_READ, all, DELETE, all, 1032},
-        {DELETE, all, FILE_APPEND_DATA, all, 1032},
-        {DELETE, all, GENERIC_READ, all | FILE_SHARE_DELETE, 0},
-        {FILE_APPEND_DATA, all, FILE_APPEND_DATA, all, 0},
-        {FILE_APPEND_DATA, all, GENERIC_READ, FILE_SHARE_READ, 1032},
-        // A handle that neither reads nor writes nor deletes is nobody's concern.
-        {0, 0, GENERIC_WRITE, 0, 0},
-        {GENERIC_WRITE, 0, 0, 0, 0},
-    };
-    EXPECT_EQ(open_error(path, GENERIC_WRITE, 0, CREATE_NEW), 0u);
-    for (const auto& r : rows) {
-        const HANDLE first = open(path, r.access, r.sharing, OPEN_EXISTING);
-        EXPECT_EQ(open_error(path, r.second_access, r.second_sharing, OPEN_EXISTING), r.error) << &r - rows;
-        EXPECT_TRUE(CloseHandle(first));
-    }
+    EXPECT_EQ(opened(path, GENERIC_WRITE, CREATE_NEW), "0 ");
+    EXPECT_EQ(opened_second(GENERIC_WRITE, 0, GENERIC_READ, all), "1032 ");
+    EXPECT_EQ(opened_second(GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, all), "1032 ");
+    EXPECT_EQ(opened_second(GENERIC_READ, all, DELETE, all), "1032 ");
+    EXPECT_EQ(opened_second(DELETE, all, FILE_APPEND_DATA, all), "1032 ");
+    EXPECT_EQ(opened_second(DELETE, all, GENERIC_READ, all | FILE_SHARE_DELETE), "0 ");
+    EXPECT_EQ(opened_second(FILE_APPEND_DATA, all, FILE_APPEND_DATA, all), "0 ");
+    EXPECT_EQ(opened_second(FILE_APPEND_DATA, all, GENERIC_READ, FILE_SHARE_READ), "1032 ");
+    // A handle that neither reads nor writes nor deletes is nobody's concern.
+    EXPECT_EQ(opened_second(0, 0, GENERIC_WRITE, 0), "0 ");
+    EXPECT_EQ(opened_second(GENERIC_WRITE, 0, 0, 0), "0 ");
 }
 
 TEST_F(Files, HandlesWriteWhatTheyMayAndAppendAtTheEnd) {

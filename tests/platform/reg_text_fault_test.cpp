@@ -110,7 +110,12 @@ protected:
         reset_registry_to_file(file);
     }
     [[nodiscard]] std::string got() const { return kr::test::read_native_file(file); }
-    static LSTATUS set() { return RegSetValueExW(HKEY_LOCAL_MACHINE, u"v", 0, REG_BINARY, nullptr, 0); }
+    /// The status of setting a value, and what is said about it.
+    static std::string set() {
+        testing::internal::CaptureStderr();
+        const LSTATUS status = RegSetValueExW(HKEY_LOCAL_MACHINE, u"v", 0, REG_BINARY, nullptr, 0);
+        return std::to_string(status) + ' ' + testing::internal::GetCapturedStderr();
+    }
 
     std::string folder = (fs::temp_directory_path() / "kr-reg-XXXXXX").string(), file;
 };
@@ -122,7 +127,7 @@ TEST_F(RegFile, HoldsEveryChangeForTheNextProcess) {
     HKEY key = nullptr;
     EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, u"k\\l", &key), 0);
     EXPECT_EQ(plain(got()), in_key + below + "\n");
-    EXPECT_EQ(set(), 0);
+    EXPECT_EQ(set(), "0 ");
     EXPECT_EQ(plain(got()),
               header + "\n[HKEY_LOCAL_MACHINE]\n\"v\"=hex:\n" + in_key.substr(header.size()) + below + "\n");
     EXPECT_EQ(RegDeleteValueW(HKEY_LOCAL_MACHINE, u"v"), 0);
@@ -137,33 +142,25 @@ TEST_F(RegFile, HoldsEveryChangeForTheNextProcess) {
 
 TEST_F(RegFile, IsLeftAloneWhenItIsBroken) {
     use(in_key + "@=\n");
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(set(), 1009);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "registry file " + file + ": line 4: an unknown kind of data, error 1009\n");
-    EXPECT_EQ(set(), 1009);
+    EXPECT_EQ(set(), "1009 registry file " + file + ": line 4: an unknown kind of data, error 1009\n");
+    EXPECT_EQ(set(), "1009 ");
     EXPECT_EQ(got(), in_key + "@=\n");
-    testing::internal::CaptureStderr();
     reset_registry_to_file(folder);
-    EXPECT_EQ(RegDeleteValueW(HKEY_LOCAL_MACHINE, u"v"), 5) << "what cannot be read is not empty";
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "registry file " + folder + ": cannot be read, error 5\n");
+    EXPECT_EQ(set(), "5 registry file " + folder + ": cannot be read, error 5\n") << "which is not empty";
 }
 
 TEST_F(RegFile, IsWholeWhenItCannotBeWritten) {
     use(in_key);
-    testing::internal::CaptureStderr();
-    // A full disk shows only when the text is flushed.
+    // A full disk shows only when the text is flushed; it has no room for what is said either.
     const auto ignored = signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
     const rlimit none{0, limit.rlim_max};
     setrlimit(RLIMIT_FSIZE, &none);
-    EXPECT_EQ(set(), 112);
+    EXPECT_EQ(set(), "112 ");
     setrlimit(RLIMIT_FSIZE, &limit);
     signal(SIGXFSZ, ignored);
-    (void)testing::internal::GetCapturedStderr();
-    EXPECT_EQ(set(), 112) << "out of use from here on";
+    EXPECT_EQ(set(), "112 ") << "out of use from here on";
     EXPECT_EQ(got(), in_key);
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1) << "no half-written file stays";
 }

@@ -1,7 +1,5 @@
 /// Registry calls and their error numbers, the same on both systems. Works in a key of its own
 /// below HKEY_LOCAL_MACHINE and leaves nothing behind.
-#include <set>
-
 #include "support/fresh_registry.h"
 
 namespace {
@@ -85,35 +83,27 @@ TEST_F(Registry, FindsMakesAndDeletesKeys) {
 
 TEST_F(Registry, StoresAndReadsAnyTypeAndSize) {
     constexpr DWORD no_data = 99;
-    const struct {
-        DWORD type, given, room;
-        LSTATUS status;
-        DWORD stored;
-        const char* data; ///< what is in the first bytes of the room, "." as it was
-    } rows[] = {
-        {REG_SZ, 8, no_data, 0, 8, "......"},
-        {REG_SZ, 8, 8, 0, 8, "a0b0c000.."},
-        {REG_SZ, 8, 7, 234, 8, "......"},
-        {REG_SZ, 6, 9, 0, 8, "a0b0c000.."}, // the terminator behind it is taken along
-        {REG_SZ, 4, 5, 0, 4, "a0b0.."},     // what follows is none
-        {REG_SZ, 4, 6, 0, 4, "a0b000.."},   // and gets one where there is room
-        {REG_BINARY, 4, 9, 0, 4, "a0b0.."},
-        {REG_DWORD, 3, 9, 0, 3, "a0b..."},
-        {REG_SZ, 0, 9, 0, 0, "......"},
-        {0x12345, 1, 9, 0, 1, "a....."},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.type << ' ' << row.given << ' ' << row.room);
-        expect(0, {set(key, KR_TEXT("v"), row.type, row.given == 0 ? nullptr : abc, row.given)});
-        DWORD type = 99, size = row.room;
-        std::string bytes(12, '.');
-        BYTE* const room = row.room == no_data ? nullptr : reinterpret_cast<BYTE*>(bytes.data());
-        expect(row.status, {RegQueryValueExW(key, KR_TEXT("V"), nullptr, &type, room, &size)});
-        EXPECT_EQ(type, row.type);
-        EXPECT_EQ(size, row.stored);
+    // What comes of some bytes of "abc" into some room: status, size, the room's bytes, "." as they were.
+    const auto stored = [this](DWORD type, DWORD given, DWORD room) {
+        expect(0, {set(key, KR_TEXT("v"), type, given == 0 ? nullptr : abc, given)});
+        std::string bytes(10, '.');
+        BYTE* const target = room == no_data ? nullptr : reinterpret_cast<BYTE*>(bytes.data());
+        DWORD stored_type = 99;
+        const LSTATUS status = RegQueryValueExW(key, KR_TEXT("V"), nullptr, &stored_type, target, &room);
+        EXPECT_EQ(stored_type, type);
         std::replace(bytes.begin(), bytes.end(), '\0', '0');
-        EXPECT_EQ(bytes.substr(0, std::strlen(row.data)), row.data);
-    }
+        return std::to_string(status) + ' ' + std::to_string(room) + ' ' + bytes;
+    };
+    EXPECT_EQ(stored(REG_SZ, 8, no_data), "0 8 ..........");
+    EXPECT_EQ(stored(REG_SZ, 8, 8), "0 8 a0b0c000..");
+    EXPECT_EQ(stored(REG_SZ, 8, 7), "234 8 ..........");
+    EXPECT_EQ(stored(REG_SZ, 6, 9), "0 8 a0b0c000..") << "the terminator behind it is taken along";
+    EXPECT_EQ(stored(REG_SZ, 4, 5), "0 4 a0b0......") << "what follows is none";
+    EXPECT_EQ(stored(REG_SZ, 4, 6), "0 4 a0b000....") << "and gets one where there is room";
+    EXPECT_EQ(stored(REG_BINARY, 4, 9), "0 4 a0b0......");
+    EXPECT_EQ(stored(REG_DWORD, 3, 9), "0 3 a0b.......");
+    EXPECT_EQ(stored(REG_SZ, 0, 9), "0 0 ..........");
+    EXPECT_EQ(stored(0x12345, 1, 9), "0 1 a.........");
     DWORD both = 77; // one variable for type and size
     expect(0, {RegQueryValueExW(key, KR_TEXT("Name"), nullptr, &both, nullptr, &both)});
     EXPECT_EQ(both, 8u);
@@ -143,21 +133,17 @@ TEST_F(Registry, CountsAndListsSubkeysInOrderAndValuesInSome) {
     expect(0, {RegDeleteKeyW(key, KR_TEXT("10")), RegEnumKeyW(key, 0, name, 6)});
     EXPECT_EQ(name, sorted[1]);
 
-    std::set<wide> listed;
+    std::vector<std::string> listed;
     for (DWORD i = 0; i < values; ++i) {
-        DWORD type = 0, bytes = 8;
+        DWORD type = 0, bytes = 8, room = 7;
         chars = 7;
         expect(0, {RegEnumValueW(key, i, name, &chars, nullptr, &type, data, &bytes)});
-        EXPECT_EQ(chars, wide(name).size());
-        EXPECT_EQ(type, static_cast<DWORD>(chars == 6 ? REG_DWORD : REG_SZ));
-        EXPECT_EQ(bytes, chars == 6 ? 4u : 8u);
-        listed.insert(name);
-        bytes = bytes - 1, chars = 7;
-        expect(234, {RegEnumValueW(key, i, name, &chars, nullptr, nullptr, data, &bytes)});
-        chars = static_cast<DWORD>(wide(name).size());
-        expect(234, {RegEnumValueW(key, i, name, &chars, nullptr, nullptr, nullptr, nullptr)});
+        listed.push_back(utf8(name) + ' ' + std::to_string(chars) + ' ' + std::to_string(type) + ' ' +
+                         std::to_string(bytes--));
+        expect(234, {RegEnumValueW(key, i, name, &room, nullptr, nullptr, data, &bytes),
+                     RegEnumValueW(key, i, name, &chars, nullptr, nullptr, nullptr, nullptr)});
     }
-    EXPECT_EQ(listed, (std::set<wide>{KR_TEXT(""), KR_TEXT("Name"), KR_TEXT("Longer")}));
+    EXPECT_THAT(listed, testing::UnorderedElementsAre(" 0 1 8", "Name 4 1 8", "Longer 6 4 4"));
     chars = 7;
     expect(259, {RegEnumValueW(key, 3, name, &chars, nullptr, nullptr, nullptr, nullptr)});
     expect(87, {RegEnumValueW(key, 0, name, nullptr, nullptr, nullptr, nullptr, nullptr),
