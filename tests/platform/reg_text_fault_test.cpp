@@ -5,8 +5,6 @@
 #include "support/system.h"
 
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -41,53 +39,48 @@ std::string copied(std::string_view text) {
 }
 
 TEST(RegText, ReadsWhatPeopleAndExportsWrite) {
-    const std::string longest(255, 'x'), below = "[HKEY_LOCAL_MACHINE\\";
-    const std::string number = "a hexadecimal number with no or too many digits";
-    const struct {
-        std::string text;        ///< in a key
-        std::string result = {}; ///< what is written again in its place, none: the same; or the problem
-    } rows[] = {
+    const std::string longest(255, 'x'), key = "HKEY_LOCAL_MACHINE\\k";
+    const std::string number = "line 4: a hexadecimal number with no or too many digits";
+    // A text in a key, and what is written again in its place, none: the same; or the problem.
+    const std::pair<std::string, std::string> rows[] = {
         {R"(  @ = "" ; note)", R"(@="")"},
-        {R"("q\"b\\s\n\r"="C:\\dir\\\"x\"")"},
+        {R"("q\"b\\s\n\r"="C:\\dir\\\"x\"")", ""},
+        {"\"\xC3\xA4\xF0\x9F\x98\x80\"=\"\"", ""},
         {R"("a"="x\ny")", R"("a"=hex(1):78,00,0a,00,79,00,00,00)"},
         {R"("d"=dword:1F)", R"("d"=dword:0000001f)"},
-        {R"("d"=hex(4):1f,00,00)"},
         {R"("b"=HEX:0,Ff,7,a8)", R"("b"=hex:00,ff,07,a8)"},
         {R"("s"=hex(1):61,00,00,00)", R"("s"="a")"},
-        {"\"s\"=hex(1):61,00\n\"t\"=hex(1):61\n\"u\"=hex(12ab):"},
+        {"\"s\"=hex(1):61,00\n\"t\"=hex(1):00,00,61\n\"u\"=hex(12ab):\n\"d\"=hex(4):1f,00,00", ""},
         {"\"b\"=hex:01,\\\n  02,\\\n  ; end", R"("b"=hex:01,02)"},
         {"\"z\"=\"1\"\n\"a\"=\"\"\n\"Z\"=\"x;y\"", "\"z\"=\"x;y\"\n\"a\"=\"\""},
         {"\"a\"=\"1\"\n\"b\"=\"3\"\n\"A\"=-\n\"a\"=\"2\"", "\"b\"=\"3\"\n\"a\"=\"2\""},
-        {"\"\xC3\xA4\xF0\x9F\x98\x80\"=\"\""},
-        {"[hkey_local_machine\\K\\]x]\n@=\"v\"\n" + below + "k\\B\\b]\n[-" + below.substr(1) + "k\\b]\n[-" +
-             below.substr(1) + "no]",
-         "\n" + below + "k\\]x]\n@=\"v\""},
-        {"\n" + below + "k\\" + longest + "]"},
+        {"[hkey_local_machine\\K\\]x]\n@=\"v\"\n[" + key + "\\B\\b]\n[-" + key + "\\b]\n[-" + key + "o]",
+         "\n[" + key + "\\]x]\n@=\"v\""},
+        {"\n[" + key + "\\" + longest + "]", ""},
         {"@=\"x\" y", "line 4: text after the end of a value"},
-        {below + "k", "line 4: a key without its closing bracket"},
+        {"[" + key, "line 4: a key without its closing bracket"},
         {"[HKEY_USERS\\k]", "line 4: a key that is not below HKEY_LOCAL_MACHINE"},
         {"[-HKEY_LOCAL_MACHINE]", "line 4: the deletion of the root key"},
-        {below + longest + "x]", "line 4: a key name that is too long, too deep or not one line"},
+        {"[" + key + "\\" + longest + "x]", "line 4: a key name that is too long, too deep or not one line"},
         {"\"a=1", "line 4: a text without its closing quote"},
         {"\"a\"=\"\\x\"", "line 4: an unknown escape in a text"},
         {"\"a\"=x", "line 4: an unknown kind of data"},
-        {"\"a\"=dword:", "line 4: " + number},
-        {"\"a\"=dword:123456789", "line 4: " + number},
-        {"\"a\"=hex:01,\\02", "line 4: " + number},
+        {"\"a\"=dword:", number},
+        {"\"a\"=dword:123456789", number},
+        {"\"a\"=hex:01,\\02", number},
         {"\"a\"=hex:1 2", "line 4: bytes without a comma between them"},
         {"\"a\"=hex(1:00", "line 4: a type without '):'"},
         {"\"a\"=hex:01,\\\n02\n@", "line 6: a value without '='"},
-        {"[-HKEY_LOCAL_MACHINE\\k]\n@=\"x\"", "line 5: a value outside any key"},
+        {"[-" + key + "]\n@=\"x\"", "line 5: a value outside any key"},
         {"nonsense", "line 4: neither a key nor a value"},
         {std::string(1, '\0'), "line 4: a null character"},
         {'"' + std::string(16384, 'n') + "\"=\"\"", "line 4: a value name that is too long"},
     };
-    for (const auto& row : rows) {
-        const std::string text = in_key + row.text + '\n';
-        const bool reads = !row.result.starts_with("line ");
-        const std::string written = in_key + (row.result.empty() ? row.text : row.result) + "\n\n";
+    for (const auto& [given, result] : rows) {
+        const std::string text = in_key + given + '\n';
+        const std::string written = in_key + (result.empty() ? given : result) + "\n\n";
         for (const std::string& encoded : {text, utf16_bytes(text)}) {
-            EXPECT_EQ(copied(encoded), reads ? written : row.result) << row.text;
+            EXPECT_EQ(copied(encoded), result.starts_with("line ") ? result : written) << given;
         }
     }
     for (const std::string& text : {std::string(), std::string("REGEDIT4\n"), header + "\xC0\x80",
@@ -99,10 +92,6 @@ TEST(RegText, ReadsWhatPeopleAndExportsWrite) {
 
 class RegFile : public kr::test::World {
 protected:
-    RegFile() {
-        EXPECT_NE(mkdtemp(folder.data()), nullptr);
-        file = folder + "/host.reg";
-    }
     ~RegFile() override { fs::remove_all(folder); }
 
     void use(const std::string& text) const {
@@ -117,23 +106,22 @@ protected:
         return std::to_string(status) + ' ' + testing::internal::GetCapturedStderr();
     }
 
-    std::string folder = (fs::temp_directory_path() / "kr-reg-XXXXXX").string(), file;
+    std::string folder = (fs::temp_directory_path() / "kr-reg-XXXXXX").string();
+    const std::string file = std::string(mkdtemp(folder.data())) + "/host.reg";
 };
 
 TEST_F(RegFile, HoldsEveryChangeForTheNextProcess) {
     use("");
     const std::string other = folder + "/other", below = "\n[HKEY_LOCAL_MACHINE\\k\\l]\n";
     fs::create_symlink(other, file + "." + std::to_string(getpid()) + ".new");
+    const auto text_after = [this](LSTATUS status) { return status == 0 ? plain(got()) : "failed"; };
     HKEY key = nullptr;
-    EXPECT_EQ(RegCreateKeyW(HKEY_LOCAL_MACHINE, u"k\\l", &key), 0);
-    EXPECT_EQ(plain(got()), in_key + below + "\n");
+    EXPECT_EQ(text_after(RegCreateKeyW(HKEY_LOCAL_MACHINE, u"k\\l", &key)), in_key + below + "\n");
     EXPECT_EQ(set(), "0 ");
     EXPECT_EQ(plain(got()),
               header + "\n[HKEY_LOCAL_MACHINE]\n\"v\"=hex:\n" + in_key.substr(header.size()) + below + "\n");
-    EXPECT_EQ(RegDeleteValueW(HKEY_LOCAL_MACHINE, u"v"), 0);
-    EXPECT_EQ(plain(got()), in_key + below + "\n");
-    EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"k\\l"), 0);
-    EXPECT_EQ(plain(got()), in_key + "\n");
+    EXPECT_EQ(text_after(RegDeleteValueW(HKEY_LOCAL_MACHINE, u"v")), in_key + below + "\n");
+    EXPECT_EQ(text_after(RegDeleteKeyW(HKEY_LOCAL_MACHINE, u"k\\l")), in_key + "\n");
     EXPECT_FALSE(fs::exists(other)) << "written through a link";
     reset_registry_to_file(file);
     EXPECT_EQ(RegCloseKey(key), 6) << "the handle is of the time before";
