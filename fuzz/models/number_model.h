@@ -3,6 +3,7 @@
 /// against the C library's.
 #pragma once
 
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -70,7 +71,12 @@ inline void check_runtime_parsers(const char* narrow, const kr_char* wide, bool 
 
     char* end = nullptr;
     const auto hexadecimal = static_cast<u32>(std::strtoull(narrow, &end, 16));
-    expect(gives_number(kr_string_hexstr_to_ui32_a, narrow,
+    // Of "0x" without a digit some runtimes take the 0, others nothing.
+    const char* const digits = narrow + std::strspn(narrow, " \t\n\v\f\r+-");
+    const bool bare_prefix = digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X') &&
+                             std::isxdigit(static_cast<u8>(digits[2])) == 0;
+    expect(bare_prefix ||
+           gives_number(kr_string_hexstr_to_ui32_a, narrow,
                         end != narrow ? expected_number(hexadecimal) : std::nullopt));
     if (ascii) { // what digits and blanks there are beyond, the runtime decides
         const expected_number wide_value =

@@ -31,7 +31,7 @@ TEST(Conversions, WriteMeasureTraceAndRefuse) {
         {__LINE__, "uint: Enter (buffer_left = 14, radix = 16)", 0xABC, "  0xabc", 6, "  ", 14, [](auto... a) { return kr_printf_format_uint(16, lower, alternate, 7, 0, KR_PRINTF_SIZE_64, a...); }},
         {__LINE__, "uint: Enter (buffer_left = 16, radix = 16)", 0xFF, "0x0000ff", 8, "0x00", 16, [](auto... a) { return kr_printf_format_uint(16, lower, zeroes | alternate, 8, 0, 0, a...); }},
         {__LINE__, "uint: Enter (buffer_left = 10, radix = 10)", 123, "  123", 4, "  ", 10, [](auto... a) { return kr_printf_format_uint(10, lower, 0, 5, 0, 0, a...); }},
-        {__LINE__, "uint_internal: Enter ()", 343, "1000", 4, "", 8, [](auto at, auto room, auto args, auto size) { return kr_printf_format_uint_internal(7, lower, 0, 0, 0, 0, at, room, va_arg(*args, u64), size); }},
+        {__LINE__, "uint_internal: Enter ()", 343, "1000", 4, "", 8, [](auto at, auto room, va_list* args, auto size) { return kr_printf_format_uint_internal(7, lower, 0, 0, 0, 0, at, room, va_arg(*args, u64), size); }},
         {__LINE__, "sint: Enter (buffer_left = 12)", u64(-5), "-00005", 9, "-000", 12, [](auto... a) { return kr_printf_format_sint(zeroes, 6, 0, 0, a...); }},
         {__LINE__, "sint: Enter (buffer_left = 10)", u64(-12), "  -12", 4, "  ", 10, [](auto... a) { return kr_printf_format_sint(0, 5, 0, 0, a...); }},
         {__LINE__, "string: Enter ()", slot_of("abc"), "  abc", 6, "  ", 10, [](auto... a) { return kr_printf_format_string(0, 5, 0, 0, a...); }},

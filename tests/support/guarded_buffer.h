@@ -44,7 +44,7 @@ private:
 
     [[nodiscard]] bool holds(u8 value, std::size_t from, std::size_t to) const {
         return std::all_of(storage_.data() + from, storage_.data() + to,
-                           [=](u8 byte) { return byte == value; });
+                           [=](u8 found) { return found == value; });
     }
 
     std::size_t size_bytes_;
