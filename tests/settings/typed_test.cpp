@@ -8,6 +8,7 @@
 #include "settings/multi_string.h"
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
+#include "support/guarded_buffer.h"
 #include "support/string_array.h"
 
 namespace {
@@ -25,19 +26,16 @@ using setter = kr_result (*)(handle, const kr_char*, T);
 /// Reads the entry "from" and stores its value as "to". A failed read leaves the value alone.
 template <typename T, typename Stored>
 kr_result copy(getter<T> get, setter<Stored> set, handle from, handle to) {
-    T read, before;
-    std::memset(&read, 0x77, sizeof(read));
-    std::memset(&before, 0x77, sizeof(before));
-    const kr_result result = get(from, KR_TEXT("from"), &read);
+    guarded_buffer<T> read(1);
+    const kr_result result = get(from, KR_TEXT("from"), read.data());
     if (kr_result_failed(result)) {
-        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): padding must be untouched as well
-        EXPECT_EQ(std::memcmp(&read, &before, sizeof(read)), 0);
+        EXPECT_TRUE(read.untouched());
         return result;
     }
     if constexpr (std::is_pointer_v<Stored>) {
-        return set(to, KR_TEXT("to"), &read);
+        return set(to, KR_TEXT("to"), read.data());
     } else {
-        return set(to, KR_TEXT("to"), static_cast<Stored>(read));
+        return set(to, KR_TEXT("to"), static_cast<Stored>(read[0]));
     }
 }
 
@@ -74,13 +72,13 @@ TEST_F(TypedSettings, CopyAndTrace) {
         int line;
         copier row;
         std::string from, to, returned = "()";
-        const char* shown = nullptr; ///< when it is not `to`
+        const char* shown = nullptr; ///< when it is not the value of `to`
     } rows[] = {
         {__LINE__, COPIER(signed_int), "4294967297abc", "1", success},
         {__LINE__, COPIER(unsigned_int), "-1", "4294967295", success},
         {__LINE__, COPIER(INT64), "-9223372036854775808", "-9223372036854775808", success},
         {__LINE__, COPIER(UINT64), "9223372036854775807", "9223372036854775807", success},
-        {__LINE__, COPIER(INT8), "-128", "-128", "()", "4294967168"},
+        {__LINE__, COPIER(INT8), "-128", "-128", "()", ", value=4294967168"},
         {__LINE__, COPIER(UINT8), "255", "255"},
         {__LINE__, COPIER(INT16), "-32768", "-32768"},
         {__LINE__, COPIER(UINT16), "65535", "65535"},
@@ -105,11 +103,10 @@ TEST_F(TypedSettings, CopyAndTrace) {
         std::vector<std::string> lines = log_.take();
         std::erase_if(lines, [](const std::string& one) { return one[5] == '.'; });
         const std::string get = "C 07 kr_settings_get_" + row.type, set = "C 07 kr_settings_set_" + row.type;
-        const std::string value = shown == nullptr ? to : shown;
-        EXPECT_THAT(lines,
-                    ElementsAre(get + ": Enter (name = from)", get + ": Return " + returned,
-                                set + ": Enter (name=to" + (value.empty() ? "" : ", value=") + value + ")",
-                                set + ": Return " + (to.back() == ';' ? success : "()")));
+        const std::string value = shown == nullptr ? ", value=" + to : shown;
+        EXPECT_THAT(lines, ElementsAre(get + ": Enter (name = from)", get + ": Return " + returned,
+                                       set + ": Enter (name=to" + value + ")",
+                                       set + ": Return " + (to.back() == ';' ? success : "()")));
         EXPECT_EQ(settings_.text("to"), to);
     }
 }
