@@ -51,8 +51,10 @@ TEST(NarrowText, StopsAtTheLimitAndNamesWhatIsNotAsciiOrUtf8) {
 }
 
 template <typename Owner, typename Char, typename Source>
-void expect_duplicates(kr_result (*convert)(const Source*, Char**), const Source* src, std::string line) {
-    line = "E 01 " + line + ". Result is 0x82000002 (error \"Out of memory\" from \"Unknown source\")";
+void expect_duplicates(kr_result (*convert)(const Source*, Char**), const Source* src,
+                       const std::string& name, const std::string& what) {
+    const std::string line = "E 01 kr_" + name + "_strdup: Failed to allocate memory for " + what +
+                             R"(. Result is 0x82000002 (error "Out of memory" from "Unknown source"))";
     const size_t size = std::char_traits<Source>::length(src) + 1;
     captured_log log;
     sweep_allocations([&] {
@@ -69,15 +71,11 @@ void expect_duplicates(kr_result (*convert)(const Source*, Char**), const Source
 }
 
 TEST(AsciiDuplicates, ComeFromTheHookInTheSizeOfTheText) {
-    expect_duplicates<kr::owned_text>(
-        kr_ascii_to_wchar_strdup, "tools",
-        "kr_ascii_to_wchar_strdup: Failed to allocate memory for wchar_t string");
-    expect_duplicates<kr::owned_text>(
-        kr_ascii_to_krchar_strdup, "tools",
-        "kr_ascii_to_krchar_strdup: Failed to allocate memory for kr_char_string");
-    expect_duplicates<kr::owned_narrow_text>(
-        kr_krchar_to_ascii_strdup, KR_TEXT("tools"),
-        "kr_krchar_to_ascii_strdup: Failed to allocate memory for ascii char string");
+    expect_duplicates<kr::owned_text>(kr_ascii_to_wchar_strdup, "tools", "ascii_to_wchar", "wchar_t string");
+    expect_duplicates<kr::owned_text>(kr_ascii_to_krchar_strdup, "tools", "ascii_to_krchar",
+                                      "kr_char_string");
+    expect_duplicates<kr::owned_narrow_text>(kr_krchar_to_ascii_strdup, KR_TEXT("tools"), "krchar_to_ascii",
+                                             "ascii char string");
     const failing_allocator allocator;
     kr::owned_narrow_text copy;
     EXPECT_EQ(kr_krchar_to_ascii_strdup(KR_TEXT("\u00E9"), copy.out()), invalid);
@@ -190,8 +188,8 @@ TEST(NumberFailures, AreLoggedWithTheTextUnderTheirOperation) {
 
 TEST(AddressText, FillsItsRoomAtMost) {
     guarded_buffer<char> text(KR_STRING_MAC_CHARS);
-    EXPECT_EQ(kr_string_from_mac(std::array<u8, 6>{0x00, 0x1B, 0xFE, 0x09, 0xA0, 0xFF}.data(), text.data()),
-              17);
+    constexpr u8 mac[] = {0x00, 0x1B, 0xFE, 0x09, 0xA0, 0xFF};
+    EXPECT_EQ(kr_string_from_mac(mac, text.data()), 17);
     EXPECT_STREQ(text.data(), "00:1B:FE:09:A0:FF");
 }
 

@@ -2,6 +2,7 @@
 #include "base/memory/mempool.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <random>
 #include <set>

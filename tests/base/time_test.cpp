@@ -1,6 +1,7 @@
 /// Time: units and their limits, differences, scaling, calendar dates, the clocks.
 #include "base/time/time.h"
 
+#include <array>
 #include <ctime>
 #include <random>
 
@@ -152,13 +153,10 @@ TEST(Time, GoesToUtcSecondsAndBack) {
         EXPECT_EQ(kr_time_getUTC32(&t, &out), result);
     }
     EXPECT_EQ(out, 3u);
-    const std::string line = "E 01 kr_time_getUTC32: ";
-    EXPECT_THAT(
-        log.take(),
-        ElementsAre(line + "Overflow.", line + "Overflow.",
-                    line + "time_getUTC32 is only applicable to absolute time values.",
-                    line +
-                        R"(Cannot get seconds. Result is 0x8200004E (error "Zero" from "Unknown source"))"));
+    const std::string line = "E 01 kr_time_getUTC32: ", reason = R"((error "Zero" from "Unknown source"))";
+    EXPECT_THAT(log.take(), ElementsAre(line + "Overflow.", line + "Overflow.",
+                                        line + "time_getUTC32 is only applicable to absolute time values.",
+                                        line + "Cannot get seconds. Result is 0x8200004E " + reason));
 }
 
 TEST(LocalDate, FormatsShiftedByTheOffset) {
