@@ -21,11 +21,16 @@ using namespace kr::test;
 
 void say(const char* text) { kr_log(1, KR_LOG_INFO, "p", "f", "%s", text); }
 
+void say_while_failing(const char* call, const char* text) {
+    const armed_fault fault({.call = call, .error = 31});
+    say(text);
+}
+
 /// A log whose lines go to a destination, bare and without stamps. Its file, if it is one, is gone
 /// afterwards.
 class log_to : public captured_log {
 public:
-    explicit log_to(const wide& spec) : file_(spec.substr(std::min(spec.size(), wide(u"file://").size()))) {
+    explicit log_to(const wide& spec) : file_(spec.starts_with(u"file://") ? spec.substr(7) : u"") {
         EXPECT_EQ(kr_log_set_destination(spec.c_str()), ok);
         log_main_slot.set_no_timestamps(1);
         kr_log_set_formatting(3);
@@ -64,11 +69,7 @@ TEST(FileDestination, ComesBackWithItsFolder) {
     create_directory(folder);
     {
         const log_to log(u"file://C:\\logs\\a.log");
-        {
-            // Only a file that could not be written is opened anew.
-            const armed_fault gone({.call = "WriteFile", .error = 1117});
-            say("lost");
-        }
+        say_while_failing("WriteFile", "lost"); // only such a file is opened anew
         rename(folder, away);
         for (const char* text : {"nowhere", "nowhere"}) { say(text); }
         rename(away, folder);
@@ -127,10 +128,7 @@ TEST(EventLog, ReportsEveryLineAsInformation) {
 
     const log_to log(u"eventlog:tool");
     kr_log(1, KR_LOG_ERROR, "p", "f", "one");
-    {
-        const armed_fault fault({.call = "ReportEventW", .error = 1502});
-        say("lost");
-    }
+    say_while_failing("ReportEventW", "lost");
     say("two");
     const auto events = kr::host::event_log();
     ASSERT_EQ(events.size(), 2u);
@@ -196,10 +194,10 @@ TEST_F(Terminal, ShowsColorsWhereItCanAndLeavesItsModeAsItWas) {
         }
         EXPECT_EQ(mode(), before) << r.shown;
     }
-    const armed_fault gone({.call = "WriteConsoleW", .error = 31});
     const log_to log(u"stdout");
     kr_log_set_colors(1);
-    for (const char* text : {"lost", "x"}) { say(text); }
+    say_while_failing("WriteConsoleW", "lost");
+    say("x");
     kr_log_set_colors(0);
     say("y");
     EXPECT_EQ(shown(), "\x1b[0mI\x1b[0m: x\r\nI: y\r\n");

@@ -20,10 +20,10 @@ wide formatted(const std::string& format, Args... args) {
     return kr_result_succeeded(result) ? text : wide();
 }
 
-template <typename Build>
-wide built(Build build) {
+template <typename Build, typename... Args>
+wide built(Build build, const Args&... args) {
     kr_char text[line_capacity] = {'~'};
-    const size_t size = build(text);
+    const size_t size = build(args..., text);
     return size == 0 ? wide() : wide(text, size / sizeof(kr_char) - 1);
 }
 
@@ -77,8 +77,7 @@ TEST(Line, HasTheTextOfItsLayout) {
             {line_layout::bare, line("%s%c%s: %_s\n", before, letters[level], behind, message.c_str())},
         };
         for (const auto& [layout, expected] : rows) {
-            ASSERT_EQ(built([&](kr_char* out) { return build_line(layout, fields, out); }), expected)
-                << round;
+            ASSERT_EQ(built(build_line, layout, fields), expected) << round;
             ++(expected.empty() ? too_long : whole);
         }
     }
@@ -94,16 +93,12 @@ TEST(Line, OtherKindsHaveTheirTextToo) {
         const std::string text(length, 'f');
         const char* const f = text.c_str();
         for (const u64 ms : {u64{0}, u64{999'999}, ~u64{0}}) {
-            EXPECT_EQ(built([&](kr_char* out) { return build_profile_line(ms, "d", f, label, out); }),
+            EXPECT_EQ(built(build_profile_line, ms, "d", f, label),
                       formatted("[%06ll_u] msec - %s(); d:somename:00000ABC\n", ms, f));
         }
-        EXPECT_EQ(built([&](kr_char* out) { return build_failure_line(f, out); }),
-                  formatted("kr_printf_format in %s() failed.\n", f));
-        EXPECT_EQ(built([&](kr_char* out) { return build_secondary_line(nullptr, m.c_str(), length, out); }),
-                  formatted("%_s\n", m.c_str()));
-        EXPECT_EQ(built([&](kr_char* out) {
-                      return build_secondary_line(KR_TEXT("date"), m.c_str(), length, out);
-                  }),
+        EXPECT_EQ(built(build_failure_line, f), formatted("kr_printf_format in %s() failed.\n", f));
+        EXPECT_EQ(built(build_secondary_line, nullptr, m.c_str(), length), formatted("%_s\n", m.c_str()));
+        EXPECT_EQ(built(build_secondary_line, KR_TEXT("date"), m.c_str(), length),
                   formatted("date %_s\n", m.c_str()));
     }
 }
