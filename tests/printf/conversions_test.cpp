@@ -56,7 +56,8 @@ TEST(Conversions, WriteMeasureTraceAndRefuse) {
         size_t required = 10;
         captured_log log(KR_LOG_CALL);
         const auto call = [&](kr_char** at, size_t room) {
-            return with_list([&](auto* args) { return row.call(at, room, args, &required); }, row.argument);
+            const auto converted = [&](auto* args) { return row.call(at, room, args, &required); };
+            return with_list(&converted, row.argument);
         };
         EXPECT_EQ(call(&cursor, buffer.size_bytes()), ok);
         EXPECT_EQ(log.take().front(), std::string("C 05 kr_printf_format_") + row.function);
@@ -88,7 +89,7 @@ TEST(Conversions, RefuseUnknownRadixesAndSizes) {
         EXPECT_EQ(kr_printf_format_pointer(0, 0, 0, 5, &cursor, 20, args, &size), not_implemented);
         return kr_printf_format_sint(0, 0, 0, 3, &cursor, 8, args, &size);
     };
-    EXPECT_EQ(with_list(take, 42), ok); // the refused ones took nothing
+    EXPECT_EQ(with_list(&take, 42), ok); // the refused ones took nothing
     EXPECT_EQ(std::string(out, cursor), "0x42");
     EXPECT_EQ(size, 4u);
 }

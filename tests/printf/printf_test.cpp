@@ -171,7 +171,7 @@ TEST(Engine, LeavesTheCallersListWhereItIs) {
         EXPECT_EQ(va_arg(*args, int), 1);
         return ok;
     };
-    EXPECT_EQ(with_list(format_thrice, 1, "two", 3, 4, 5, 6), ok);
+    EXPECT_EQ(with_list(&format_thrice, 1, "two", 3, 4, 5, 6), ok);
 }
 
 TEST(Engine, SaysNothingWhileALineIsBuilt) {

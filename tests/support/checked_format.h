@@ -13,10 +13,10 @@ inline u64 slot_of(const void* pointer) { return reinterpret_cast<std::uintptr_t
 
 /// Calls `call` with a list of the other arguments.
 template <typename Call>
-kr_result with_list(Call call, ...) {
+kr_result with_list(const Call* call, ...) {
     va_list args;
     va_start(args, call);
-    const kr_result result = call(&args);
+    const kr_result result = (*call)(&args);
     va_end(args);
     return result;
 }
