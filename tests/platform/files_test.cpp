@@ -36,7 +36,7 @@ protected:
     /// The same for an open beside another.
     std::string opened_second(DWORD access, DWORD sharing, DWORD second_access, DWORD second_sharing) const {
         const HANDLE first = open(path, access, sharing, OPEN_EXISTING);
-        const std::string error = opened(path, second_access, OPEN_EXISTING, "", second_sharing);
+        std::string error = opened(path, second_access, OPEN_EXISTING, "", second_sharing);
         EXPECT_TRUE(CloseHandle(first));
         return error;
     }
