@@ -4,6 +4,7 @@
 
 #include "base/threads/threads.h"
 #include "base/time/time.h"
+#include "log/destinations/destinations.h"
 #include "support/captured_log.h"
 #include "support/failing_allocator.h"
 
@@ -161,8 +162,15 @@ TEST(LogCore, DropsWhatItsOwnDestinationLogs) {
 }
 
 TEST(LogCore, SecondaryLinesGoToTheSecondaryDestinationOnly) {
+    EXPECT_EQ(kr_log_set_secondary_destination(KR_TEXT("stdout")), unexpected); // needs a main one
     const failing_allocator every_name_comes_back;
     captured_log log;
+    // No '!' and no default here.
+    for (const kr_char* spec : {KR_TEXT("!stdout"), KR_TEXT("stdout")}) {
+        EXPECT_EQ(kr_log_set_secondary_destination(spec), ok);
+        EXPECT_EQ(kr::detail::log_secondary_slot.get().no_timestamps, *spec == '!' ? 1u : 0u);
+        EXPECT_EQ(kr_log_close_secondary_destination(), ok);
+    }
     std::vector<std::string> lines;
     constexpr u32 level = KR_LOG_INFO | KR_LOG_SECONDARY;
     kr_log(1, level, "p", "f", "lost");
@@ -172,6 +180,9 @@ TEST(LogCore, SecondaryLinesGoToTheSecondaryDestinationOnly) {
     kr_log(0, level, "p", "f", "raw");
     kr_log(1, level, "p", "f", "%q");
     EXPECT_THAT(lines, ElementsAre("plain\n", "raw"));
+    kr::detail::log_secondary_slot.set_no_timestamps(0);
+    kr_log(1, level, "p", "f", "stamped");
+    EXPECT_TRUE(std::regex_match(lines.back(), std::regex("\\d{6} \\d\\d:\\d\\d:\\d\\d stamped\n")));
     EXPECT_THAT(log.take_lines(), ElementsAre("kr_printf_format in f() failed.\n"));
     ASSERT_EQ(kr_log_thread_register("name"), ok);
     EXPECT_EQ(kr_log_close_secondary_destination(), generic);

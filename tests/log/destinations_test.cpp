@@ -1,8 +1,6 @@
 /// Destinations: which text selects which, and what arrives there.
 #include "log/destinations/destinations.h"
 
-#include <regex>
-
 #include "log/categories.h"
 #include "support/captured_log.h"
 #include "support/system.h"
@@ -63,20 +61,6 @@ TEST(Destinations, OverrideTakesTheStampFromAllThatFollow) {
         EXPECT_EQ(log_main_slot.get().no_timestamps, off / 2);
         EXPECT_EQ(kr_log_no_timestamps(), off / 2);
     }
-}
-
-TEST(Destinations, SecondaryNeedsAMainOne) {
-    EXPECT_EQ(kr_log_set_secondary_destination(KR_TEXT("stdout")), unexpected);
-    const captured_log log;
-    const scratch_file file(KR_TEXT("second.log"));
-    // No '!' and no default here.
-    for (const kr_char* spec : {KR_TEXT("!stdout"), file.spec.c_str()}) {
-        EXPECT_EQ(kr_log_set_secondary_destination(spec), ok);
-        EXPECT_EQ(kr::detail::log_secondary_slot.get().no_timestamps, *spec == '!' ? 1u : 0u);
-        kr_log(1, KR_LOG_INFO | KR_LOG_SECONDARY, "p", "f", "beside");
-        EXPECT_EQ(kr_log_close_secondary_destination(), ok);
-    }
-    EXPECT_TRUE(std::regex_match(read_file(file.path), std::regex("\\d{6} \\d\\d:\\d\\d:\\d\\d beside\r\n")));
 }
 
 /// Whether the event can be read back depends on the system; here it is taken without complaint.

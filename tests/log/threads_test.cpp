@@ -13,9 +13,8 @@ using namespace kr::test;
 
 constexpr u32 writers = 8;
 /// Hundreds; more than a thousand where the variable says so.
-const u32 lines_each = std::getenv("KR_TEST_LINES") != nullptr
-                           ? static_cast<u32>(std::atoi(std::getenv("KR_TEST_LINES")))
-                           : 1'000;
+const char* const lines_asked = std::getenv("KR_TEST_LINES");
+const u32 lines_each = lines_asked != nullptr ? static_cast<u32>(std::atoi(lines_asked)) : 1'000;
 
 void change_everything(const std::atomic<u32>& running) {
     for (u32 i = 0; running.load() != 0; ++i) {
