@@ -260,7 +260,7 @@ TEST(Owners, GiveEachHandleBackOnce) {
     {
         number a(1);
         number b(std::move(a));
-        EXPECT_FALSE(a);
+        EXPECT_FALSE(a); // NOLINT(*-use-after-move): a moved owner is empty
         EXPECT_EQ(b.get(), 1);
         a.reset(2);
         a = std::move(b);
@@ -268,7 +268,7 @@ TEST(Owners, GiveEachHandleBackOnce) {
         *a.out() = 3;
         EXPECT_THAT(released, ElementsAre(2, 1));
         a.reset(a.get());
-        b.reset(4);
+        b.reset(4); // NOLINT(*-use-after-move): a moved owner is empty
         EXPECT_EQ(b.release(), 4);
     }
     EXPECT_THAT(released, ElementsAre(2, 1, 3));
@@ -301,7 +301,7 @@ TEST(Owners, LeaveNothingOfTheLibrarysHandlesBehind) {
         }
         ASSERT_EQ(names.get().size(), 1u);
         const kr::owned_names moved = std::move(names);
-        EXPECT_EQ(names.get().size(), 0u);
+        EXPECT_EQ(names.get().size(), 0u); // NOLINT(*-use-after-move): a moved owner is empty
         EXPECT_EQ(wide(moved.get()[0]), KR_TEXT("one"));
         closed = group.get();
     }
