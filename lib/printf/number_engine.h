@@ -4,6 +4,7 @@
 
 #include <bit>
 #include <cstring>
+#include <type_traits>
 
 #include "base/convert/decimal.h"
 #include "base/convert/hex.h"
@@ -178,31 +179,24 @@ inline kr_result format_unsigned_value(u32 radix, const kr_char* digits, u32 fla
     return scope.leave(KR_SUCCESS);
 }
 
-/// Takes the unsigned argument that the size modifier names; false for one that is not known.
-template <bool Traced>
-inline bool take_unsigned(const format_scope<Traced>& scope, u32 size_modifier, va_list* args,
-                          u64* value) {
-    switch (size_modifier) {
-    case KR_PRINTF_SIZE_NONE:
-        *value = va_arg(*args, u32);
-        scope.debug("unsigned int %llu", *value);
-        return true;
-    case KR_PRINTF_SIZE_SHORT:
-        *value = va_arg(*args, u32);
-        scope.debug("unsigned short int %llu", *value);
-        return true;
-    case KR_PRINTF_SIZE_LONG:
-        *value = va_arg(*args, u32);
-        scope.debug("unsigned long int %llu", *value);
-        return true;
-    case KR_PRINTF_SIZE_64:
-        *value = va_arg(*args, u64);
-        scope.debug("unsigned long long int %llu", *value);
-        return true;
-    default:
+/// Takes the argument that the size modifier names: a Value of 64 bits, or a Narrow one of 32,
+/// which is extended as its type says. False for a modifier that is not known.
+template <typename Narrow, typename Value, bool Traced>
+inline bool take_number(const format_scope<Traced>& scope, u32 size_modifier, va_list* args,
+                        Value* value) {
+    static constexpr const char* lengths[] = {"", "short ", "long ", "long long "};
+    if (size_modifier > KR_PRINTF_SIZE_64) {
         scope.warn("Incorrect size_modifier %u", size_modifier);
         return false;
     }
+    *value =
+        size_modifier == KR_PRINTF_SIZE_64 ? va_arg(*args, Value) : Value{va_arg(*args, Narrow)};
+    if constexpr (std::is_signed_v<Value>) {
+        scope.debug("signed decimal %sint %lld", lengths[size_modifier], *value);
+    } else {
+        scope.debug("unsigned %sint %llu", lengths[size_modifier], *value);
+    }
+    return true;
 }
 
 template <bool Traced>
@@ -211,38 +205,11 @@ inline kr_result format_unsigned(u32 radix, const kr_char* digits, const format_
     const format_scope<Traced> scope("kr_printf_format_uint");
     scope.enter("Enter (buffer_left = %zu, radix = %u)", out.remaining_bytes(), radix);
     u64 value = 0;
-    if (!take_unsigned(scope, settings.size_modifier, args, &value)) {
+    if (!take_number<u32>(scope, settings.size_modifier, args, &value)) {
         return scope.leave(not_implemented());
     }
     return scope.leave(
         format_unsigned_value<Traced>(radix, digits, settings.flags, settings.width, out, value));
-}
-
-/// As take_unsigned, sign-extended.
-template <bool Traced>
-inline bool take_signed(const format_scope<Traced>& scope, u32 size_modifier, va_list* args,
-                        i64* value) {
-    switch (size_modifier) {
-    case KR_PRINTF_SIZE_NONE:
-        *value = va_arg(*args, i32);
-        scope.debug("signed decimal int %lld", *value);
-        return true;
-    case KR_PRINTF_SIZE_SHORT:
-        *value = va_arg(*args, i32);
-        scope.debug("signed decimal short int %lld", *value);
-        return true;
-    case KR_PRINTF_SIZE_LONG:
-        *value = va_arg(*args, i32);
-        scope.debug("signed decimal long int %lld", *value);
-        return true;
-    case KR_PRINTF_SIZE_64:
-        *value = va_arg(*args, i64);
-        scope.debug("signed decimal long long int %lld", *value);
-        return true;
-    default:
-        scope.warn("Incorrect size_modifier %u", size_modifier);
-        return false;
-    }
 }
 
 inline bool put_minus(format_room& room) {
@@ -259,7 +226,7 @@ inline kr_result format_signed(const format_settings& settings, format_output& o
     const format_scope<Traced> scope("kr_printf_format_sint");
     scope.enter("Enter (buffer_left = %u)", static_cast<u32>(out.remaining_bytes()));
     i64 argument = 0;
-    if (!take_signed(scope, settings.size_modifier, args, &argument)) {
+    if (!take_number<i32>(scope, settings.size_modifier, args, &argument)) {
         return scope.leave(not_implemented());
     }
     const bool negative = argument < 0;

@@ -1,7 +1,10 @@
 /// What the refused calls do wrong, done right: were a refusal due to anything else, this
-/// would be refused too.
-#include "log/trace.h"
-#include "printf/printf.h"
+/// would be refused too. And kr.h alone is enough for it and leads to nothing of the system.
+#include "kr.h"
+
+#if defined(_WINDOWS_) || defined(CreateFile) || defined(min)
+#error "a public header includes the system's"
+#endif
 
 enum colour { red };
 
