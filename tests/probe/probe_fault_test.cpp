@@ -197,7 +197,8 @@ TEST_F(ProbeFault, ADriverIsLoadedOnceAndUnloadedOnce) {
     EXPECT_EQ(kr::test::error_of(ControlService(driver, SERVICE_CONTROL_STOP, &status)), 1062u);
 }
 
-// A number of the good image is broken for each check; the last image is good and refused by policy.
+// A number of the good image is broken for each check: offset, number, whether it still is an image (the
+// second points outside the file). The last image is good and refused by policy.
 TEST_F(ProbeFault, TheImageDecides) {
     const auto number_at = [this](u32 offset) {
         u32 number = 0;
@@ -206,40 +207,34 @@ TEST_F(ProbeFault, TheImageDecides) {
     };
     const u32 pe = number_at(0x3C), optional_header = pe + 24, security = optional_header + 112 + 4 * 8;
     const u32 entry = number_at(security), too_long = static_cast<u32>(image_.size()) - entry + 1;
-    const struct {
-        int line;
-        u32 offset, number;
-        bool is_image = true;
-    } rows[] = {
-        {__LINE__, 0, 0x4D5A, false},
-        {__LINE__, 0x3C, 0xFFFF, false}, // outside the file
-        {__LINE__, pe, 0x4551, false},
-        {__LINE__, pe + 4, 0x014C, false},
-        {__LINE__, optional_header, 0x10B, false},
-        {__LINE__, optional_header + 68, 3, false},
-        {__LINE__, optional_header + 108, 4},
-        {__LINE__, security, 0},
-        {__LINE__, security, 0x7FFFFFFF},
-        {__LINE__, security + 4, 0},
-        {__LINE__, security + 4, too_long},
-        {__LINE__, entry, 8},
-        {__LINE__, entry, too_long},
-        {__LINE__, entry + 4, 0x20100},
-        {__LINE__, entry + 4, 0x10200},
-        {__LINE__, pe, 0x4550},
-    };
-    for (const auto& row : rows) {
+    const u32 rows[][3] = {{0, 0x4D5A, 0},
+                           {0x3C, 0xFFFF, 0},
+                           {pe, 0x4551, 0},
+                           {pe + 4, 0x014C, 0},
+                           {optional_header, 0x10B, 0},
+                           {optional_header + 68, 3, 0},
+                           {optional_header + 108, 4, 1},
+                           {security, 0, 1},
+                           {security, 0x7FFFFFFF, 1},
+                           {security + 4, 0, 1},
+                           {security + 4, too_long, 1},
+                           {entry, 8, 1},
+                           {entry, too_long, 1},
+                           {entry + 4, 0x20100, 1},
+                           {entry + 4, 0x10200, 1},
+                           {pe, 0x4550, 1}};
+    for (const auto& [offset, number, is_image] : rows) {
         restart();
         std::string image = image_;
-        std::memcpy(&image[row.offset], &row.number, sizeof(row.number));
+        std::memcpy(&image[offset], &number, sizeof(number));
         embed(image);
         kr::host::refuse_drivers(image == image_);
         // A longer file of an earlier run gives way.
         std::ofstream(kr::host::native_path(driver_path)) << std::string(50000, 'o');
         EXPECT_EQ(run(),
-                  unstarted + refused(row.is_image ? "This system doesn't support our driver signatures"
-                                                   : "Unable to start the driver, error code = 193"))
-            << "line " << row.line;
+                  unstarted + refused(is_image != 0 ? "This system doesn't support our driver signatures"
+                                                    : "Unable to start the driver, error code = 193"))
+            << offset << ' ' << number;
     }
 }
 
