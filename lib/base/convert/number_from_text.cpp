@@ -65,7 +65,7 @@ template <typename Number>
 /// ASCII) is left to it. False for a value out of the range of i64.
 template <typename Number>
 [[gnu::always_inline]] inline bool convert_wide_64(const kr_char* text, Number* out) {
-    if (is_one_digit(text)) {
+    if (is_one_digit(text)) [[likely]] {
         *out = static_cast<Number>(*text - '0');
         return true;
     }
@@ -74,12 +74,24 @@ template <typename Number>
         if (number.end == parse_end::overflow) {
             return false;
         }
-        if (number.stop < 0x80) {
+        if (number.stop < 0x80) [[likely]] {
             *out = static_cast<Number>(number.value);
             return true;
         }
     }
     return convert_wide_64_by_runtime(text, out);
+}
+
+/// kr_string_to_ui64_w of what is not one digit.
+[[gnu::noinline]] kr_result read_longer_ui64(const kr_char* text, u64* out) {
+    if (text == nullptr || out == nullptr) {
+        return missing(text);
+    }
+    if (!convert_wide_64(text, out)) [[unlikely]] {
+        return reject<kr_char>("kr_string_to_ui64_w",
+                               "Cannot convert %_s to 64 bit unsigned integer.\n", text);
+    }
+    return KR_SUCCESS;
 }
 
 } // namespace
@@ -169,20 +181,19 @@ kr_result kr_string_to_si64_w(const kr_char* text, i64* out) {
     if (text == nullptr || out == nullptr) {
         return missing(text);
     }
-    if (!convert_wide_64(text, out)) {
+    if (!convert_wide_64(text, out)) [[unlikely]] {
         return reject<kr_char>(__func__, "Cannot convert %_s to 64 bit integer.\n", text);
     }
     return KR_SUCCESS;
 }
 
+// One digit is decided here: what is more stands out of line, so that its registers need no saving.
 kr_result kr_string_to_ui64_w(const kr_char* text, u64* out) {
-    if (text == nullptr || out == nullptr) {
-        return missing(text);
+    if (text != nullptr && out != nullptr && is_one_digit(text)) {
+        *out = static_cast<u64>(*text - '0');
+        return KR_SUCCESS;
     }
-    if (!convert_wide_64(text, out)) {
-        return reject<kr_char>(__func__, "Cannot convert %_s to 64 bit unsigned integer.\n", text);
-    }
-    return KR_SUCCESS;
+    return read_longer_ui64(text, out);
 }
 
 kr_result kr_string_to_si64_a(const char* text, i64* out) {
