@@ -23,7 +23,7 @@ def draw(rows):
     left = WORK_WIDTH + PEER_WIDTH
     out = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{width:.0f}" height="{height}" '
            f'viewBox="0 0 {width:.0f} {height}" font-family="DejaVu Sans, sans-serif" font-size="11">',
-           "<!-- Written by ./bench --chart. -->",
+           "<!-- Written by benchmarks/chart.py. -->",
            f'<rect width="{width:.0f}" height="{height}" fill="#ffffff"/>',
            f'<text x="12" y="20" fill="{INK}" font-size="13">Our time (blue) beside the peer\'s (grey, 1); shorter is '
            "faster</text>",
