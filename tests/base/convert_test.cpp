@@ -29,8 +29,7 @@ TEST(TextModels, Agree) {
 }
 
 TEST(NarrowText, StopsAtTheLimitAndNamesWhatIsNotAsciiOrUtf8) {
-    for (auto* const count :
-         {kr_string_char_count_utf8, kr_string_bytesize_clean_utf8, kr_string_bytesize_utf8}) {
+    for (auto* count : {kr_string_char_count_utf8, kr_string_bytesize_clean_utf8, kr_string_bytesize_utf8}) {
         EXPECT_EQ(count(nullptr), invalid);
     }
     captured_log log;
@@ -51,8 +50,8 @@ TEST(NarrowText, StopsAtTheLimitAndNamesWhatIsNotAsciiOrUtf8) {
 }
 
 template <typename Owner, typename Char, typename Source>
-void expect_duplicates(kr_result (*convert)(const Source*, Char**), const Source* src,
-                       const std::string& name, const std::string& what) {
+void expect_copies(kr_result (*convert)(const Source*, Char**), const Source* src, const std::string& name,
+                   const std::string& what) {
     const std::string line = "E 01 kr_" + name + "_strdup: Failed to allocate memory for " + what +
                              R"(. Result is 0x82000002 (error "Out of memory" from "Unknown source"))";
     const size_t size = std::char_traits<Source>::length(src) + 1;
@@ -71,11 +70,10 @@ void expect_duplicates(kr_result (*convert)(const Source*, Char**), const Source
 }
 
 TEST(AsciiDuplicates, ComeFromTheHookInTheSizeOfTheText) {
-    expect_duplicates<kr::owned_text>(kr_ascii_to_wchar_strdup, "tools", "ascii_to_wchar", "wchar_t string");
-    expect_duplicates<kr::owned_text>(kr_ascii_to_krchar_strdup, "tools", "ascii_to_krchar",
-                                      "kr_char_string");
-    expect_duplicates<kr::owned_narrow_text>(kr_krchar_to_ascii_strdup, KR_TEXT("tools"), "krchar_to_ascii",
-                                             "ascii char string");
+    expect_copies<kr::owned_text>(kr_ascii_to_wchar_strdup, "tools", "ascii_to_wchar", "wchar_t string");
+    expect_copies<kr::owned_text>(kr_ascii_to_krchar_strdup, "tools", "ascii_to_krchar", "kr_char_string");
+    expect_copies<kr::owned_narrow_text>(kr_krchar_to_ascii_strdup, KR_TEXT("tools"), "krchar_to_ascii",
+                                         "ascii char string");
     const failing_allocator allocator;
     kr::owned_narrow_text copy;
     EXPECT_EQ(kr_krchar_to_ascii_strdup(KR_TEXT("\u00E9"), copy.out()), invalid);

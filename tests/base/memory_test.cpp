@@ -233,16 +233,14 @@ TEST(MemvecFailures, LeaveThingsAsTheyWere) {
     sweep_allocations([] {
         kr_result result = kr_memvec_init();
         kr_memvec_cursor* cursors[12] = {};
-        for (auto& cursor : cursors) {
-            if (kr_result_failed(result) || kr_result_failed(result = kr_memvec_create(30, &cursor))) {
-                break;
-            }
+        for (auto& each : cursors) {
+            if (kr_result_failed(result) || kr_result_failed(result = kr_memvec_create(30, &each))) { break; }
             kr_memvec_cursor* inner = nullptr;
-            EXPECT_EQ(kr_memvec_seek(cursor, 10, &inner), ok);
+            EXPECT_EQ(kr_memvec_seek(each, 10, &inner), ok);
             result = kr_memvec_prepare(inner, 10);
             EXPECT_TRUE(inner->chunk->size == 10 || (kr_result_failed(result) && inner->chunk->size == 30));
         }
-        for (auto* cursor : cursors) { kr_memvec_destroy(cursor); }
+        for (auto* each : cursors) { kr_memvec_destroy(each); }
         if (kr::detail::memvec_chunk_pool != nullptr) { kr_memvec_module()->fini(); }
         return result;
     });

@@ -64,33 +64,31 @@ TEST(Mempool, GrowsToItsBoundAndHandsOutTheElementsThatALinearPoolWould) {
         const failing_allocator allocator;
         test_pool pool(element_size, grow, max, KR_MEMPOOL_FAIL_WHEN_FULL);
         const std::size_t step = grow != 0 ? grow : 10, bound = max != 0 ? max : SIZE_MAX;
-        std::size_t stock = step, used = 0; // the first elements are held to no bound
-        const std::size_t others = allocator.live() - stock;
-        std::vector<void*> elements;
+        std::size_t made = step, used = 0; // the first elements are held to no bound
+        const std::size_t others = allocator.live() - made;
+        std::vector<void*> known;
         for (u32 i = 0; i < steps; ++i) {
             if (random() % 16 < (i / 512 % 2 != 0 ? 4u : 12u)) {
                 void* const element = pool.alloc();
-                const bool grows = used == stock;
-                if (grows && stock < bound) { stock = std::min(stock + step, bound); }
-                if (grows || stock < 40) { ASSERT_EQ(allocator.live() - others, stock) << i; }
-                ASSERT_EQ(pool.result, used == stock ? kr_result_make_error(KR_MEMORY_POOL_IS_FULL) : ok)
-                    << i;
-                if (used < elements.size()) {
-                    ASSERT_EQ(element, elements[used]) << i;
-                } else if (used < stock) {
-                    ASSERT_EQ(std::count(elements.begin(), elements.end(), element), 0) << i;
-                    elements.push_back(element);
+                const bool grows = used == made;
+                if (grows && made < bound) { made = std::min(made + step, bound); }
+                if (grows || made < 40) { ASSERT_EQ(allocator.live() - others, made) << i; }
+                ASSERT_EQ(pool.result, used == made ? kr_result_make_error(KR_MEMORY_POOL_IS_FULL) : ok) << i;
+                if (used < known.size()) {
+                    ASSERT_EQ(element, known[used]) << i;
+                } else if (used < made) {
+                    ASSERT_EQ(std::count(known.begin(), known.end(), element), 0) << i;
+                    known.push_back(element);
                 }
-                used += used < stock ? 1 : 0;
+                used += used < made ? 1 : 0;
             } else if (used != 0) {
                 const std::size_t at = random() % used;
-                pool.free(elements[at]);
-                std::swap(elements[at], elements[--used]);
+                pool.free(known[at]);
+                std::swap(known[at], known[--used]);
             }
             // Wrong frees of every kind in between.
-            pool.free(used < elements.size() ? elements[used + random() % (elements.size() - used)]
-                                             : nullptr);
-            pool.free(elements.empty() ? &pool : static_cast<void*>(static_cast<char*>(elements[0]) + 1));
+            pool.free(used < known.size() ? known[used + random() % (known.size() - used)] : nullptr);
+            pool.free(known.empty() ? &pool : static_cast<void*>(static_cast<char*>(known[0]) + 1));
             pool.free(reinterpret_cast<void*>(~std::uintptr_t{0} - random() % 64));
         }
     }

@@ -114,18 +114,16 @@ TEST(StringArray, AFailedAllocationLeavesTheItemsAlone) {
     const kr::owned_strings from = array_of(std::vector<std::string>(21, "b"));
     sweep_allocations([&] {
         kr::owned_strings arr, to;
-        kr_result result = kr_array_string_new(arr.out());
-        EXPECT_EQ(bool{arr}, kr_result_succeeded(result));
-        for (u32 count = 0; count < 21 && kr_result_succeeded(result); ++count) {
-            result = kr_array_string_add(arr.get(), KR_TEXT("b"));
-            EXPECT_EQ(arr.get()->count, count + kr_result_succeeded(result));
+        kr_result made = kr_array_string_new(arr.out());
+        EXPECT_EQ(bool{arr}, kr_result_succeeded(made));
+        for (u32 count = 0; count < 21 && kr_result_succeeded(made); ++count) {
+            made = kr_array_string_add(arr.get(), KR_TEXT("b"));
+            EXPECT_EQ(arr.get()->count, count + kr_result_succeeded(made));
         }
-        if (kr_result_failed(result) || kr_result_failed(result = kr_array_string_new(to.out()))) {
-            return result;
-        }
-        result = kr_array_string_copy(to.get(), from.get());
-        EXPECT_EQ(to.get()->count, kr_result_failed(result) ? 0u : 21u);
-        return result;
+        if (kr_result_failed(made) || kr_result_failed(made = kr_array_string_new(to.out()))) { return made; }
+        made = kr_array_string_copy(to.get(), from.get());
+        EXPECT_EQ(to.get()->count, kr_result_failed(made) ? 0u : 21u);
+        return made;
     });
 }
 

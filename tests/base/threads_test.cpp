@@ -43,22 +43,20 @@ TEST(Threads, RunAtTheSystemsPriorityForTheirs) {
     struct note {
         std::atomic<bool> created;
         int priority = THREAD_PRIORITY_ERROR_RETURN;
-    } notes[std::size(rows)];
+    } got[std::size(rows)];
     ASSERT_EQ(kr_thread_module()->init(), ok);
-    for (std::size_t i = 0; i < std::size(rows); ++i) {
+    for (u32 i = 0; i < std::size(rows); ++i) {
         // The priority stands once the creation has returned.
         const auto ask = [](void* arg) {
             auto& own = *static_cast<note*>(arg);
             while (!own.created) { std::this_thread::yield(); }
             own.priority = GetThreadPriority(GetCurrentThread());
         };
-        ASSERT_EQ(kr_thread_create(ask, rows[i].first, &notes[i]), ok);
-        notes[i].created = true;
+        ASSERT_EQ(kr_thread_create(ask, rows[i].first, &got[i]), ok);
+        got[i].created = true;
     }
     EXPECT_EQ(kr_thread_module()->fini(), ok);
-    for (std::size_t i = 0; i < std::size(rows); ++i) {
-        EXPECT_EQ(notes[i].priority, rows[i].second) << rows[i].first;
-    }
+    for (u32 i = 0; i < std::size(rows); ++i) { EXPECT_EQ(got[i].priority, rows[i].second) << rows[i].first; }
 }
 
 /// Each of many starts others at once, one of them until it is refused while the module waits for it.

@@ -20,9 +20,7 @@ constexpr u64 maximum = ~u64{0};
 constexpr kr_time duration(i32 unit, u64 count) { return {.unit = unit, .count = count, .relative = 1}; }
 constexpr kr_time point(i32 unit, u64 count) { return {.unit = unit, .count = count, .relative = 0}; }
 
-bool same(const kr_time& a, const kr_time& b) {
-    return a.unit == b.unit && a.count == b.count && a.relative == b.relative;
-}
+bool same(kr_time a, kr_time b) { return a.unit == b.unit && a.count == b.count && a.relative == b.relative; }
 
 // NOLINTNEXTLINE(*-reserved-identifier): what both compilers call it
 using u128 = unsigned __int128;
@@ -96,14 +94,13 @@ TEST(Time, SubtractsInTheFinerUnit) {
         const u128 x = in_nanoseconds(a) / factors[3 + finer], y = in_nanoseconds(b) / factors[3 + finer];
         const bool failed = std::max(x, y) > maximum;
         const kr_result result = failed ? overflow : x == y ? kr_result_make_success(KR_ZERO) : ok;
-        const i32 direction = failed ? 9 : (x < y) - (x > y);
+        const i32 sign = failed ? 9 : (x < y) - (x > y);
         kr_time got = untouched;
         i32 way = 9, reversed = -9;
         ASSERT_EQ(kr_time_diff(&a, &b, &got, &way), result) << a.unit << ' ' << a.count;
         ASSERT_TRUE(same(got, failed ? untouched : duration(finer, static_cast<u64>(x < y ? y - x : x - y))));
         ASSERT_EQ(kr_time_diff_reversed(&a, &b, nullptr, &reversed), result);
-        ASSERT_THAT((std::array{way, reversed}), ElementsAre(direction, -direction))
-            << b.unit << ' ' << b.count;
+        ASSERT_THAT((std::array{way, reversed}), ElementsAre(sign, -sign)) << b.unit << ' ' << b.count;
         ASSERT_EQ(kr_time_is_equal(&a, &b), failed ? result : x == y ? yes : no);
     }
     const kr_time second = duration(s, 1);

@@ -17,8 +17,7 @@ TEST(LogCore, LinesHaveTheLayoutAndTheFieldsThatApply) {
     captured_log log;
     ASSERT_EQ(kr_log_thread_register("a long name"), ok);
     // The digits of stamp and thread as '#'.
-    static const std::regex digits(
-        "^\\d{6} \\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\.\\d{3}(?=; )|[\\dA-F]{8}(?=;|\n$)");
+    const std::regex digits("^\\d{6} \\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\.\\d{3}(?=; )|[\\dA-F]{8}(?=;|\n$)");
     constexpr u32 call = KR_LOG_CALL, back = KR_LOG_CALL | KR_LOG_RETURN;
     const struct {
         int line;
@@ -58,11 +57,9 @@ TEST(LogCore, IndentsByCallDepth) {
         for (u32 i = 0; i < times; ++i) { kr_log(1, level, "p", "f", "x"); }
     };
     const auto dots = [&] {
-        std::vector<std::ptrdiff_t> counts;
-        for (const auto& line : log.take_lines()) {
-            counts.push_back(std::count(line.begin(), line.end(), '.'));
-        }
-        return counts;
+        std::vector<std::ptrdiff_t> all;
+        for (const auto& row : log.take_lines()) { all.push_back(std::count(row.begin(), row.end(), '.')); }
+        return all;
     };
     for (const u32 level : {out, in, in, out, in, out, out}) { say(level, 1); }
     EXPECT_THAT(dots(), ElementsAre(0, 0, 2, 2, 2, 2, 0));

@@ -29,9 +29,7 @@ wide built(Build build, const Args&... args) {
 
 TEST(Line, HasTheTextOfItsLayout) {
     std::mt19937 random;
-    const auto one_of = [&](const auto&... values) {
-        return std::array{values...}[random() % sizeof...(values)];
-    };
+    const auto one_of = [&](const auto&... all) { return std::array{all...}[random() % sizeof...(all)]; };
     constexpr char letters[] = "FEW?I???D???????C???";
     const std::pair<u32, const char*> hues[] = {
         {1, "\x1b[31m"}, {2, "\x1b[33m"}, {8, "\x1b[32m"}, {16, "\x1b[34m"}};

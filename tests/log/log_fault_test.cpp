@@ -296,9 +296,8 @@ TEST(LogModule, FailsWithoutMemoryForItsList) {
     EXPECT_EQ(kr_log_thread_register("x"), ok);
     kr_log_filter_mute_thread();
     EXPECT_EQ(kr_log_module_uninit(), ok);
-    const std::vector<u32> released = allocator.released();
-    EXPECT_EQ(std::vector(released.end() - 4, released.end()),
-              (std::vector{buffer + 2, buffer + 1, list, buffer}));
+    const std::vector<u32> freed = allocator.released();
+    EXPECT_THAT(std::vector(freed.end() - 4, freed.end()), ElementsAre(buffer + 2, buffer + 1, list, buffer));
 }
 
 constexpr u64 ms_ticks = 10'000;

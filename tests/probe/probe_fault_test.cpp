@@ -207,22 +207,13 @@ TEST_F(ProbeFault, TheImageDecides) {
     };
     const u32 pe = number_at(0x3C), optional_header = pe + 24, security = optional_header + 112 + 4 * 8;
     const u32 entry = number_at(security), too_long = static_cast<u32>(image_.size()) - entry + 1;
-    const u32 rows[][3] = {{0, 0x4D5A, 0},
-                           {0x3C, 0xFFFF, 0},
-                           {pe, 0x4551, 0},
-                           {pe + 4, 0x014C, 0},
-                           {optional_header, 0x10B, 0},
-                           {optional_header + 68, 3, 0},
-                           {optional_header + 108, 4, 1},
-                           {security, 0, 1},
-                           {security, 0x7FFFFFFF, 1},
-                           {security + 4, 0, 1},
-                           {security + 4, too_long, 1},
-                           {entry, 8, 1},
-                           {entry, too_long, 1},
-                           {entry + 4, 0x20100, 1},
-                           {entry + 4, 0x10200, 1},
-                           {pe, 0x4550, 1}};
+    // clang-format off
+    const u32 rows[][3] = {
+        {0, 0x4D5A, 0}, {0x3C, 0xFFFF, 0}, {pe, 0x4551, 0}, {pe + 4, 0x014C, 0}, {optional_header, 0x10B, 0},
+        {optional_header + 68, 3, 0}, {optional_header + 108, 4, 1}, {security, 0, 1}, {security, 0x7FFFFFFF, 1},
+        {security + 4, 0, 1}, {security + 4, too_long, 1}, {entry, 8, 1}, {entry, too_long, 1}, {entry + 4, 0x20100, 1},
+        {entry + 4, 0x10200, 1}, {pe, 0x4550, 1}};
+    // clang-format on
     for (const auto& [offset, number, is_image] : rows) {
         restart();
         std::string image = image_;
