@@ -21,15 +21,13 @@ using kr::host::to_utf8;
 constexpr const kr_char* driver_path = KR_TEXT("C:\\Windows\\System32\\drivers\\krdummy.sys");
 
 /// What the calls of the clean-up, with the stop and the verdict's key, are called in an ending.
+// clang-format off
 const std::map<std::string, std::string> cleanup_names = {
-    {"CloseHandle C:\\Windows\\System32\\drivers\\krdummy.sys", " file"},
-    {"ControlService service krdummy", " stop"},
-    {"DeleteService service krdummy", " delete"},
-    {"CloseServiceHandle service krdummy", " service"},
-    {"CloseServiceHandle manager", " manager"},
-    {"RegCloseKey HKEY_LOCAL_MACHINE\\SOFTWARE\\Korinth", " key"},
-    {"DeleteFileW C:\\Windows\\System32\\drivers\\krdummy.sys", " erase"},
-};
+    {"CloseHandle C:\\Windows\\System32\\drivers\\krdummy.sys", " file"}, {"ControlService service krdummy", " stop"},
+    {"DeleteService service krdummy", " delete"}, {"CloseServiceHandle service krdummy", " service"},
+    {"CloseServiceHandle manager", " manager"}, {"RegCloseKey HKEY_LOCAL_MACHINE\\SOFTWARE\\Korinth", " key"},
+    {"DeleteFileW C:\\Windows\\System32\\drivers\\krdummy.sys", " erase"}};
+// clang-format on
 
 SC_HANDLE create_service(const WCHAR* name, const WCHAR* path) {
     return CreateServiceW(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS), name, u"shown",
@@ -130,45 +128,45 @@ const auto somebody_creates_it = [] { (void)create_service(u"KRDUMMY", u"C:\\old
 
 // One fault is one row.
 // clang-format off
-const struct { int line; fault_plan plan; std::string ending; } fault_rows[] = {
-    {__LINE__, {"SHGetFolderPathW", 0x80070002}, "0 1 - -" + whole +
+const struct { fault_plan plan; std::string ending; } fault_rows[] = {
+    {{"SHGetFolderPathW", 0x80070002}, "0 1 - -" + whole +
      "W kr::get_driver_path: Unable to SHGetFolderPathW(CSIDL_SYSTEM). HRESULT = 80070002\n" + supported},
-    {__LINE__, {"FindResourceW", 1814}, "1 - - -:\n" + no_driver("Unable to find the embedded driver resource, error code = 1814")},
-    {__LINE__, {.call = "SizeofResource", .amount = 0}, "1 - - -:\n" + no_driver("Embedded driver resource has zero size")},
-    {__LINE__, {"LoadResource", 8}, "1 - - -:\n" + no_driver("Unable to load the embedded driver resource into memory, error code = 8")},
-    {__LINE__, {"LockResource"}, "1 - - -:\n" + no_driver("Unable to lock the embedded driver into memory")},
-    {__LINE__, {"CreateFileW", 5}, "1 - - -:\n" + no_driver(
+    {{"FindResourceW", 1814}, "1 - - -:\n" + no_driver("Unable to find the embedded driver resource, error code = 1814")},
+    {{.call = "SizeofResource", .amount = 0}, "1 - - -:\n" + no_driver("Embedded driver resource has zero size")},
+    {{"LoadResource", 8}, "1 - - -:\n" + no_driver("Unable to load the embedded driver resource into memory, error code = 8")},
+    {{"LockResource"}, "1 - - -:\n" + no_driver("Unable to lock the embedded driver into memory")},
+    {{"CreateFileW", 5}, "1 - - -:\n" + no_driver(
      "Unable to create the file where the embedded driver is to be extracted (" + path + "), error code = 5")},
-    {__LINE__, {"WriteFile", 112}, "1 - 0 -: file\n" + no_driver(
+    {{"WriteFile", 112}, "1 - 0 -: file\n" + no_driver(
      "Unable to write the embedded driver to file '" + path + "', error code = 112")},
-    {__LINE__, {.call = "WriteFile", .amount = 100}, "1 - 100 -: file\n" + no_driver(
+    {{.call = "WriteFile", .amount = 100}, "1 - 100 -: file\n" + no_driver(
      "The amount of bytes written (100) doesn't match the embedded driver size (" + size + ")")},
-    {__LINE__, {"OpenSCManagerW", 5}, "0 0 - -: file key erase\n" +
+    {{"OpenSCManagerW", 5}, "0 0 - -: file key erase\n" +
      refused("Unable to open a handle to the Service Control Manager, error code = 5")},
-    {__LINE__, {"CreateServiceW", 1072}, "0 0 - -: file manager key erase\n" +
+    {{"CreateServiceW", 1072}, "0 0 - -: file manager key erase\n" +
      refused("Unable to create driver service, error code = 1072")},
     // A leftover service is not touched.
-    {__LINE__, {.call = "CreateServiceW", .meanwhile = somebody_creates_it}, "0 0 - KRDUMMY: file manager key erase\n" +
+    {{.call = "CreateServiceW", .meanwhile = somebody_creates_it}, "0 0 - KRDUMMY: file manager key erase\n" +
      refused("Unable to create driver service, error code = 1073")},
-    {__LINE__, {"StartServiceW", 577}, unstarted + refused("This system doesn't support our driver signatures")},
-    {__LINE__, {"StartServiceW", 1450}, unstarted + refused("Unable to start the driver, error code = 1450")},
+    {{"StartServiceW", 577}, unstarted + refused("This system doesn't support our driver signatures")},
+    {{"StartServiceW", 1450}, unstarted + refused("Unable to start the driver, error code = 1450")},
     // Loaded for good: the service stays until the system restarts, and the verdict stands.
-    {__LINE__, {"ControlService", 1061}, "0 1 - krdummy" + whole + loaded + compatible + set_value + "1\n"},
-    {__LINE__, {"DeleteService", 5}, "0 1 - krdummy" + whole + supported},
-    {__LINE__, {"CloseServiceHandle", 6, 2}, "0 1 - -" + whole + supported},
-    {__LINE__, {"RegCreateKeyExW", 5}, "1 - - -: file stop delete service manager erase\n" +
+    {{"ControlService", 1061}, "0 1 - krdummy" + whole + loaded + compatible + set_value + "1\n"},
+    {{"DeleteService", 5}, "0 1 - krdummy" + whole + supported},
+    {{"CloseServiceHandle", 6, 2}, "0 1 - -" + whole + supported},
+    {{"RegCreateKeyExW", 5}, "1 - - -: file stop delete service manager erase\n" +
      not_stored("create kr key 'SOFTWARE\\Korinth', error code = 5")},
-    {__LINE__, {"RegSetValueExW", 1018}, "1 - - -" + whole +
+    {{"RegSetValueExW", 1018}, "1 - - -" + whole +
      not_stored("store value 'driver_signature_supported' in key 'SOFTWARE\\Korinth', error code = 1018")},
-    {__LINE__, {"RegCloseKey", 6}, "0 1 - -" + whole + supported},
-    {__LINE__, {"DeleteFileW", 5}, "0 1 " + size + " -" + whole + supported},
+    {{"RegCloseKey", 6}, "0 1 - -" + whole + supported},
+    {{"DeleteFileW", 5}, "0 1 " + size + " -" + whole + supported},
 };
 // clang-format on
 
 TEST_F(ProbeFault, EveryCallFailsOnce) {
     for (const auto& row : fault_rows) {
         restart();
-        EXPECT_EQ(run(row.plan), row.ending) << "line " << row.line;
+        EXPECT_EQ(run(row.plan), row.ending) << row.plan.call << ' ' << row.plan.error;
     }
 }
 
