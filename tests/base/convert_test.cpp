@@ -200,11 +200,10 @@ TEST(HostText, TellsNamesAndNumbersApart) {
     EXPECT_EQ(kr_string_hoststr_to_ipv4("10.0.0.1x", &ip), 0x8200001C);
     EXPECT_EQ(ip, 77u);
     const std::string failed = "E 01 kr_string_hoststr_to_ipv4: ";
-    const std::string result = R"(Result is 0x82000000 (error "Generic" from "Unknown source"))";
     EXPECT_THAT(log.take(),
                 ElementsAre(failed + R"(Cannot resolve "localhost". h_errno contains 10093)",
-                            failed + R"("10.0.0.1x" cannot be interpreted as IP address in a.b.c.d form. )" +
-                                result));
+                            failed + R"("10.0.0.1x" cannot be interpreted as IP address in a.b.c.d form. )"
+                                     R"(Result is 0x82000000 (error "Generic" from "Unknown source"))"));
     EXPECT_EQ(kr_string_hoststr_to_ipv4("10.0.0.1", &ip), 0x0200001C);
     EXPECT_EQ(ip, 0x0A000001u);
     EXPECT_EQ(kr_string_hoststr_to_ipv4("localhost", &ip), 0x0200001B);

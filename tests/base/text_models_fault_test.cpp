@@ -53,10 +53,9 @@ private:
         return at_end_ ? start + page - size : start;
     }
     static void give(void* block) {
-        const auto address = reinterpret_cast<std::uintptr_t>(block);
-        if (block != nullptr) {
-            free_.push_back(reinterpret_cast<u8*>((address - (at_end_ ? 1 : 0)) & ~(page - 1)));
-        }
+        if (block == nullptr) { return; }
+        const auto inside = reinterpret_cast<std::uintptr_t>(block) - (at_end_ ? 1 : 0);
+        free_.push_back(reinterpret_cast<u8*>(inside & ~(page - 1)));
     }
 
     static inline bool at_end_;

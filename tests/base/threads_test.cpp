@@ -26,20 +26,18 @@ TEST(Mutex, KeepsThreadsOutAndLetsItsHolderBackIn) {
             kr_mutex_unlock(&mutex);
         }
     };
-    std::thread threads[4];
-    for (std::thread& thread : threads) { thread = std::thread(work); }
-    for (std::thread& thread : threads) { thread.join(); }
+    { const std::jthread one(work), two(work), three(work), four(work); }
     EXPECT_EQ(count, 4 * rounds * 2);
     EXPECT_EQ(kr_mutex_destroy(&mutex), ok);
 }
 
 TEST(Threads, RunAtTheSystemsPriorityForTheirs) {
-    constexpr std::pair<u32, int> rows[] = {{KR_THREAD_PRIORITY_IDLE, THREAD_PRIORITY_IDLE},
-                                            {KR_THREAD_PRIORITY_LOW, THREAD_PRIORITY_LOWEST},
-                                            {KR_THREAD_PRIORITY_NORMAL, THREAD_PRIORITY_NORMAL},
-                                            {KR_THREAD_PRIORITY_HIGH, THREAD_PRIORITY_TIME_CRITICAL},
-                                            {4, THREAD_PRIORITY_NORMAL},
-                                            {0xFFFFFFFF, THREAD_PRIORITY_NORMAL}};
+    // clang-format off
+    constexpr std::pair<u32, int> rows[] = {
+        {KR_THREAD_PRIORITY_IDLE, THREAD_PRIORITY_IDLE}, {KR_THREAD_PRIORITY_LOW, THREAD_PRIORITY_LOWEST},
+        {KR_THREAD_PRIORITY_NORMAL, THREAD_PRIORITY_NORMAL}, {KR_THREAD_PRIORITY_HIGH, THREAD_PRIORITY_TIME_CRITICAL},
+        {4, THREAD_PRIORITY_NORMAL}, {0xFFFFFFFF, THREAD_PRIORITY_NORMAL}};
+    // clang-format on
     struct note {
         std::atomic<bool> created;
         int priority = THREAD_PRIORITY_ERROR_RETURN;
