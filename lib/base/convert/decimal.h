@@ -144,7 +144,7 @@ inline Char* write_short_decimal(u32 value, Char* out) {
 
 /// Writes the digits of a value from 10^8 on; returns their end. Out of line: it is long, and rare.
 template <typename Char>
-[[gnu::noinline]] Char* write_long_decimal(u64 value, Char* out) {
+[[gnu::noinline]] static Char* write_long_decimal(u64 value, Char* out) {
     constexpr u64 eight_digits = 100'000'000;
     const u64 high = value / eight_digits;
     if (high >= eight_digits) {

@@ -179,9 +179,11 @@ u64 bits_of_block(const __m128i* outcomes) {
 }
 
 /// first_match from the aligned block on that holds `text`; the first `known` characters do not
-/// match. Bits of characters before the text are shifted out.
+/// match. Bits of characters before the text are shifted out. Static: an object without
+/// optimisation must not bring its copy into the library's place.
 template <typename Char, typename Match>
-[[gnu::noinline]] u64 first_match_beyond(const Char* text, Match match, u64 limit, u64 known) {
+[[gnu::noinline]] static u64 first_match_beyond(const Char* text, Match match, u64 limit,
+                                                u64 known) {
     const u64 before = misalignment(text, block_bytes) / sizeof(Char);
     constexpr u64 step = vector_bytes / sizeof(Char);
     u64 seen = block_chars<Char> - before;
