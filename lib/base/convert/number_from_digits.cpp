@@ -5,10 +5,12 @@
 
 #include "base/convert/digit_scan.h"
 #include "log/log.h"
+#include "result/failures.h"
 
 namespace {
 
 using kr::detail::decimal_number;
+using kr::detail::invalid_argument;
 using kr::detail::is_one_digit;
 using kr::detail::parse_decimal;
 using kr::detail::parse_end;
@@ -17,8 +19,7 @@ constexpr u64 max_of_u64 = std::numeric_limits<u64>::max();
 constexpr u64 max_of_i64 = std::numeric_limits<i64>::max();
 
 kr_result result_of(parse_end defect) {
-    return kr_result_make_error(defect == parse_end::overflow ? KR_OVERFLOW
-                                                              : KR_INVALID_ARGUMENT_TO_FUNCTION);
+    return defect == parse_end::overflow ? kr_result_make_error(KR_OVERFLOW) : invalid_argument();
 }
 
 /// Logs a narrow parser's defect. Out of line: the way of a good number is short.
@@ -43,15 +44,15 @@ kr_result kr_string_to_ui64_a_generic(const char* text, u64* out) {
     }
     if (text == nullptr) {
         KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "Passed string is null");
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     if (*text == '\0') {
         KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "Empty string passed");
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     if (out == nullptr) {
         KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR, "Output pointer is null");
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     const decimal_number<char> number = parse_decimal<max_of_u64>(text);
     if (number.end != parse_end::terminator) {
@@ -63,7 +64,7 @@ kr_result kr_string_to_ui64_a_generic(const char* text, u64* out) {
 
 kr_result kr_string_to_ui64_w_generic(const kr_char* text, u64* out) {
     if (text == nullptr || *text == kr_char{} || out == nullptr) {
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     if (is_one_digit(text)) {
         *out = static_cast<u64>(*text - '0');
@@ -80,7 +81,7 @@ kr_result kr_string_to_ui64_w_generic(const kr_char* text, u64* out) {
 kr_result kr_string_to_si64_a_generic(const char* text, i64* out) {
     if (*text == '\0') {
         KR_LOG(KR_LOG_OTHER, KR_LOG_DEBUG, "Empty string passed");
-        return kr_result_make_error(KR_INVALID_ARGUMENT_TO_FUNCTION);
+        return invalid_argument();
     }
     const bool negative = *text == '-';
     const decimal_number<char> number = parse_decimal<max_of_i64>(negative ? text + 1 : text);

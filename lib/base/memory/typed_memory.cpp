@@ -49,21 +49,10 @@ constexpr kr_memory_operations heap_operations = {
     .seek = heap_seek,
     .release = heap_release,
     .prepare = heap_prepare,
-    .split = nullptr,
-    .copy = nullptr,
-    .assign = nullptr,
 };
 
 constexpr kr_memory_operations flat_operations = {
-    .allocate = nullptr,
-    .deallocate = nullptr,
     .set = flat_set,
-    .seek = nullptr,
-    .release = nullptr,
-    .prepare = nullptr,
-    .split = nullptr,
-    .copy = nullptr,
-    .assign = nullptr,
 };
 
 constexpr kr_memory_operations no_operations = {};

@@ -19,19 +19,20 @@ enum : u32 {
 /// What one memory type can do. An operation that the type does not have is null. The contracts
 /// are those of the public operations below, which pass their arguments on unchanged.
 struct kr_memory_operations {
-    kr_result (*allocate)(void** out, size_t size);
-    void (*deallocate)(void* ptr);
-    void (*set)(void* ptr, u8 value, size_t size);
+    kr_result (*allocate)(void** out, size_t size) = nullptr;
+    void (*deallocate)(void* ptr) = nullptr;
+    void (*set)(void* ptr, u8 value, size_t size) = nullptr;
     /// Makes a pointer `offset` bytes from `base`.
-    kr_result (*seek)(void* base, i32 offset, void** out);
+    kr_result (*seek)(void* base, i32 offset, void** out) = nullptr;
     /// Gives back a pointer that seek made.
-    void (*release)(void* ptr);
-    kr_result (*prepare)(void* ptr, size_t size);
-    kr_result (*split)(void* ptr, size_t size);
+    void (*release)(void* ptr) = nullptr;
+    kr_result (*prepare)(void* ptr, size_t size) = nullptr;
+    kr_result (*split)(void* ptr, size_t size) = nullptr;
     /// Copies where this type stands on one side at least; heap to heap never comes here.
-    kr_result (*copy)(u32 dst_type, void* dst, u32 src_type, const void* src, size_t size);
+    kr_result (*copy)(u32 dst_type, void* dst, u32 src_type, const void* src,
+                      size_t size) = nullptr;
     /// Assigns to a destination of this type from any type; the destination may keep `src`.
-    kr_result (*assign)(u32 dst_type, void* dst, u32 src_type, void* src, size_t size);
+    kr_result (*assign)(u32 dst_type, void* dst, u32 src_type, void* src, size_t size) = nullptr;
 };
 
 /// Puts in the memory vector's operations, as its module does when it starts; null takes them out.

@@ -3,6 +3,7 @@
 #include "log/startup/config.h"
 
 #include "base/convert/convert.h"
+#include "base/convert/decimal.h"
 #include "base/memory/owner.h"
 #include "base/product.h"
 #include "base/text/wide_string.h"
@@ -168,18 +169,14 @@ void apply_domain(const kr_char* domain_name, pending_settings* pending) {
     }
 }
 
-constexpr bool is_decimal_digit(kr_char character) {
-    return character >= KR_TEXT('0') && character <= KR_TEXT('9');
-}
-
 void set_mask(u32 id, u16 mask) {
     kr_log_category_masks[id].store(mask, std::memory_order_relaxed);
 }
 
 /// Whether `name` is a category's id: a number from 1 up. Any other name is looked up as a name.
 bool is_category_id(const kr_char* name, u16* id) {
-    return is_decimal_digit(name[0]) && kr_result_succeeded(kr_string_to_ui16_w(name, id)) &&
-           *id != 0;
+    return kr::detail::is_decimal_digit(name[0]) &&
+           kr_result_succeeded(kr_string_to_ui16_w(name, id)) && *id != 0;
 }
 
 } // namespace
