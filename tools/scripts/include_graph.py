@@ -5,9 +5,9 @@
     include_graph.py --check   checks, and fails when docs/floors.svg is out of date
     include_graph.py --public  names the public headers, which are those that kr.h leads to
 
-The table of floors is read from docs/architecture.md. Its rooms are separated by semicolons; the
-backquoted names of a room are its files below lib/ (or from the root): with an ending one file,
-without one the header and the source of that name; `*` stands for any characters. A file includes
+The table of floors is read from docs/architecture.md, a room in each row. The backquoted names of a
+room are its files below lib/ (or from the root): with an ending one file, without one the header and
+the source of that name; `*` stands for any characters. A file includes
 files of its own room and of rooms on lower floors; no file includes itself by way of others; a public
 header does not lead to platform/platform.h.
 """
@@ -51,10 +51,10 @@ def read(path):
 def read_rooms():
     rooms = []
     for floor, cell in re.findall(r"^\| (\d+) \| (.*) \|$", read(MAP), re.MULTILINE):
-        for entry in cell.split(";"):
-            patterns = re.findall(r"`([^`]+)`", entry)
-            if patterns:
-                rooms.append(Room(os.path.splitext(patterns[0])[0], int(floor), patterns))
+        patterns = re.findall(r"`([^`]+)`", cell)
+        if not patterns:
+            sys.exit(f"{MAP}: a room without a file: {cell}")
+        rooms.append(Room(os.path.splitext(patterns[0])[0], int(floor), patterns))
     return rooms
 
 
