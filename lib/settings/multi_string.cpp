@@ -7,6 +7,7 @@
 
 #include "base/memory/owner.h"
 #include "base/text/array_string.h"
+#include "base/text/array_string_add.h"
 #include "base/text/vector_text.h"
 #include "base/text/wide_string.h"
 #include "log/trace.h"
@@ -31,8 +32,8 @@ constexpr bool is_escaped(kr_char character) {
 constexpr const char* parse_name = "kr_settings_parse_multi_string";
 constexpr const char* compose_name = "kr_settings_compose_multi_string";
 
-kr_result append_item(kr_array_string* array, const kr_char* item) {
-    const kr_result result = kr_array_string_add(array, item);
+kr_result append_item(kr_array_string* array, const kr_char* item, u64 length_chars) {
+    const kr_result result = kr::detail::array_string_add(array, item, length_chars);
     if (kr_result_failed(result)) {
         KR_LOG_FAILURE_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, parse_name, result,
                           "Unable to add string '%_s' to array string.", item);
@@ -40,31 +41,58 @@ kr_result append_item(kr_array_string* array, const kr_char* item) {
     return result;
 }
 
+#if KR_VECTORS
+namespace vectors = kr::detail::vectors;
+
+__m128i escaped_lanes(__m128i chars) {
+    return _mm_or_si128(vectors::equal_lanes(chars, separator),
+                        vectors::equal_lanes(chars, escape));
+}
+#endif
+
+/// What ends a run of characters that stand for themselves.
+struct ends_run {
+    constexpr bool operator()(kr_char character) const {
+        return character == 0 || is_escaped(character);
+    }
+#if KR_VECTORS
+    __m128i operator()(__m128i chars) const {
+        return _mm_or_si128(vectors::equal_lanes(chars, kr_char{}), escaped_lanes(chars));
+    }
+#endif
+};
+
+u64 run_length(const kr_char* text) {
+    return kr::detail::scan::first_match(text, ends_run{}, kr::detail::no_limit);
+}
+
 /// `item` has room for the whole of `text`.
 kr_result append_items(const kr_char* text, kr_char* item, kr_array_string* array) {
     kr_char* end = item;
-    for (const kr_char* next = text; *next != 0; ++next) {
-        if (*next == separator) {
-            *end = 0;
-            const kr_result result = append_item(array, item);
-            if (kr_result_failed(result)) {
-                return result;
+    for (const kr_char* next = text;; ++next) {
+        const u64 run = run_length(next);
+        kr::detail::copy_text(next, run, end);
+        next += run;
+        end += run;
+        if (*next == escape) {
+            if (!is_escaped(*++next)) {
+                KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, parse_name,
+                          "Parsing error. String '%_s' is not properly escaped.", text);
+                return kr::detail::unexpected_behaviour();
             }
-            end = item;
+            *end++ = *next;
             continue;
         }
-        if (*next == escape && !is_escaped(*++next)) {
-            KR_LOG_AS(KR_LOG_SETTINGS, KR_LOG_WARNING, parse_name,
-                      "Parsing error. String '%_s' is not properly escaped.", text);
-            return kr::detail::unexpected_behaviour();
+        if (*next == 0 && end == item) {
+            return KR_SUCCESS;
         }
-        *end++ = *next;
+        *end = 0;
+        const kr_result result = append_item(array, item, static_cast<u64>(end - item));
+        if (*next == 0 || kr_result_failed(result)) {
+            return result;
+        }
+        end = item;
     }
-    if (end == item) {
-        return KR_SUCCESS;
-    }
-    *end = 0;
-    return append_item(array, item);
 }
 
 /// Removes from the end: from the front, each removal would move all the later items.
@@ -91,15 +119,12 @@ kr_result item_at(const kr_array_string* array, u32 index, const kr_char** item)
 }
 
 #if KR_VECTORS && !KR_READS_ARE_WATCHED
-namespace vectors = kr::detail::vectors;
-
 /// A vector of an item: two bits for each terminator and for each character to be escaped.
 struct piece {
     explicit piece(const kr_char* at)
         : chars(vectors::load_beyond(at)),
-          ends(vectors::bits_of(_mm_cmpeq_epi16(chars, _mm_setzero_si128()))),
-          escaped(vectors::bits_of(_mm_or_si128(_mm_cmpeq_epi16(chars, _mm_set1_epi16(separator)),
-                                                _mm_cmpeq_epi16(chars, _mm_set1_epi16(escape))))) {}
+          ends(vectors::bits_of(vectors::equal_lanes(chars, kr_char{}))),
+          escaped(vectors::bits_of(escaped_lanes(chars))) {}
 
     __m128i chars;
     u32 ends;

@@ -7,6 +7,7 @@
 
 #include "base/memory/memory.h"
 #include "base/memory/typed_memory.h"
+#include "base/text/array_string_add.h"
 #include "base/text/wide_string.h"
 #include "log/log.h"
 #include "result/failures.h"
@@ -16,6 +17,7 @@ namespace {
 using kr::detail::invalid_argument;
 
 constexpr u32 first_capacity = 10;
+constexpr const char* add_name = "kr_array_string_add";
 
 kr_result grow(kr_array_string& arr) {
     if (arr.capacity > UINT32_MAX / 2) {
@@ -41,6 +43,38 @@ kr_result grow(kr_array_string& arr) {
 
 } // namespace
 
+namespace kr::detail {
+
+kr_result array_string_add(kr_array_string* arr, const kr_char* s, u64 length_chars) {
+    if (arr->count >= arr->capacity) {
+        const kr_result result = grow(*arr);
+        if (kr_result_failed(result)) {
+            KR_LOG_AS(KR_LOG_OTHER, KR_LOG_WARNING, add_name,
+                      "Unable to expand array. Result is %_r (%_z)", &result, &result);
+            return result;
+        }
+    }
+    if (arr->count >= arr->capacity) {
+        KR_LOG_AS(
+            KR_LOG_OTHER, KR_LOG_ERROR, add_name,
+            "UNEXPECTED: array count must be smaller than array capacity. (count %u, capacity "
+            "%u)",
+            arr->count, arr->capacity);
+        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+    }
+    kr_char* copy = nullptr;
+    const kr_result result = kr_string_dup_n(&copy, s, length_chars);
+    if (kr_result_failed(result)) {
+        KR_LOG_AS(KR_LOG_OTHER, KR_LOG_WARNING, add_name,
+                  "Unable to duplicate string '%_s' Result is %_r (%_z)", s, &result, &result);
+        return result;
+    }
+    arr->items[arr->count++] = copy;
+    return KR_SUCCESS;
+}
+
+} // namespace kr::detail
+
 kr_result kr_array_string_new(kr_array_string** out) {
     if (out == nullptr) {
         return invalid_argument();
@@ -58,30 +92,7 @@ kr_result kr_array_string_add(kr_array_string* arr, const kr_char* s) {
     if (arr == nullptr || s == nullptr) {
         return invalid_argument();
     }
-    if (arr->count >= arr->capacity) {
-        const kr_result result = grow(*arr);
-        if (kr_result_failed(result)) {
-            KR_LOG(KR_LOG_OTHER, KR_LOG_WARNING, "Unable to expand array. Result is %_r (%_z)",
-                   &result, &result);
-            return result;
-        }
-    }
-    if (arr->count >= arr->capacity) {
-        KR_LOG(KR_LOG_OTHER, KR_LOG_ERROR,
-               "UNEXPECTED: array count must be smaller than array capacity. (count %u, capacity "
-               "%u)",
-               arr->count, arr->capacity);
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
-    }
-    kr_char* copy = nullptr;
-    const kr_result result = kr_string_dup(&copy, s);
-    if (kr_result_failed(result)) {
-        KR_LOG(KR_LOG_OTHER, KR_LOG_WARNING, "Unable to duplicate string '%_s' Result is %_r (%_z)",
-               s, &result, &result);
-        return result;
-    }
-    arr->items[arr->count++] = copy;
-    return KR_SUCCESS;
+    return kr::detail::array_string_add(arr, s, kr_string_length(s));
 }
 
 const kr_char* kr_array_string_get_item(const kr_array_string* arr, u32 index) {
