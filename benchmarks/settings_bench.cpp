@@ -196,7 +196,7 @@ void parse_multi_string_std(benchmark::State& state) {
     }
     count_items(state, state.range(0));
 }
-BENCHMARK(parse_multi_string_std)->Arg(1'000);
+BENCHMARK(parse_multi_string_std)->Arg(1'000)->Arg(1'000'000);
 
 /// The worst failure: the last character is broken, and every item has to go again.
 void parse_broken_multi_string(benchmark::State& state) {
@@ -242,7 +242,7 @@ void compose_multi_string_std(benchmark::State& state) {
     }
     count_items(state, state.range(0));
 }
-BENCHMARK(compose_multi_string_std)->Arg(1'000);
+BENCHMARK(compose_multi_string_std)->Arg(1'000)->Arg(1'000'000);
 
 void typed_read(benchmark::State& state) {
     const filled_group group(1);
