@@ -5,7 +5,7 @@
 
 #include "owners.h"
 #include "settings/multi_string.h"
-#include "text_input.h"
+#include "target.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 /// Any bytes as a `.reg` text: refused with the line and the reason, or read; and what is read
 /// comes back the same from its own text.
 #include "platform/host/reg_text.h"
-#include "text_input.h"
+#include "target.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     using namespace kr::host::detail;

@@ -24,7 +24,7 @@
 
 // Formatting.
 #include "printf/library_conversions.h"
-#include "printf/numbers.h"
+#include "printf/plain_conversions.h"
 #include "printf/printf.h"
 
 // Owners of what the library hands out.

@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "base/memory/owner.h"
-#include "base/text/wide_scan.h"
+#include "base/text/wide_mismatch.h"
 #include "base/text/wide_string.h"
 #include "models/input.h"
 #include "platform/platform.h"

@@ -6,7 +6,7 @@
 #include <cstdarg>
 
 #include "base/convert/hex.h"
-#include "base/text/vector_text.h"
+#include "base/text/text_walk.h"
 #include "base/text/wide_string.h"
 #include "base/threads/mutex_section.h"
 #include "base/threads/sync.h"

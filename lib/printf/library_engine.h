@@ -5,7 +5,7 @@
 #include "base/convert/guid.h"
 #include "base/convert/hex.h"
 #include "printf/library_conversions.h"
-#include "printf/number_engine.h"
+#include "printf/plain_engine.h"
 #include "result/descriptions.h"
 
 namespace kr::detail {

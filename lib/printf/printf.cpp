@@ -7,8 +7,8 @@
 
 #include "base/text/widen.h"
 #include "printf/library_engine.h"
-#include "printf/number_engine.h"
 #include "printf/parser_engine.h"
+#include "printf/plain_engine.h"
 
 using namespace kr::detail;
 

@@ -2,7 +2,7 @@
 /// only.
 #pragma once
 
-#include "base/text/vector_text.h"
+#include "base/text/text_walk.h"
 #include "base/text/widen.h"
 #include "platform/types.h"
 

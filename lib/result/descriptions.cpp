@@ -7,7 +7,7 @@
 #include <iterator>
 #include <span>
 
-#include "base/text/vector_text.h"
+#include "base/text/text_walk.h"
 #include "platform/platform.h"
 #include "result/description_texts.h"
 #include "result/failures.h"

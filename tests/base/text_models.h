@@ -52,11 +52,11 @@ constexpr struct {
     const char* target;
     std::string_view alphabet;
 } text_models[] = {
-    {check_address, "ipv4_fuzz", "0123456789012...."},
+    {check_address, "address_fuzz", "0123456789012...."},
     {check_guid, "guid_fuzz", "0123456789abcdefABCDEF0123456789{-}"},
-    {check_narrow_text, "utf8_fuzz", "abcxyz \xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\x7F"},
+    {check_narrow_text, "narrow_text_fuzz", "abcxyz \xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\x7F"},
     {check_number, "number_fuzz", "012345678901234567890123456789xX-+aF \t./:"},
-    {check_wide_text, "wide_fuzz", "aabbccAABBxyz\x01 @[`{"},
+    {check_wide_text, "wide_text_fuzz", "aabbccAABBxyz\x01 @[`{"},
 };
 
 } // namespace kr::test

@@ -1,7 +1,7 @@
 /// The public parsers and conversions on their own: each writes, measures, traces and refuses.
 #include "base/convert/guid.h"
 #include "printf/library_conversions.h"
-#include "printf/numbers.h"
+#include "printf/plain_conversions.h"
 #include "printf/printf.h"
 #include "support/captured_log.h"
 #include "support/checked_format.h"

@@ -2,7 +2,7 @@
 /// touches the language only.
 #pragma once
 
-#include "base/text/vector_text.h"
+#include "base/text/text_walk.h"
 #include "platform/types.h"
 #include "platform/vectors.h"
 

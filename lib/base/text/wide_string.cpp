@@ -5,7 +5,7 @@
 #include <span>
 
 #include "base/memory/memory.h"
-#include "base/text/wide_scan.h"
+#include "base/text/wide_mismatch.h"
 #include "platform/platform.h"
 #include "result/failures.h"
 

@@ -3,7 +3,7 @@
 #include <new>
 
 #include "base/memory/owner.h"
-#include "base/text/vector_text.h"
+#include "base/text/text_walk.h"
 #include "base/text/wide_string.h"
 #include "base/time/local_date.h"
 #include "base/time/time.h"

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <utility>
 
-#include "base/text/vector_text.h"
+#include "base/text/text_walk.h"
 
 namespace kr::detail {
 namespace {

@@ -1,7 +1,7 @@
 /// The public operations of the number, string and character conversions.
-#include "printf/numbers.h"
+#include "printf/plain_conversions.h"
 
-#include "printf/number_engine.h"
+#include "printf/plain_engine.h"
 
 using namespace kr::detail;
 

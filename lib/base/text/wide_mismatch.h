@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "base/text/vector_text.h"
+#include "base/text/text_walk.h"
 #include "platform/types.h"
 #include "platform/vectors.h"
 

@@ -102,9 +102,9 @@ TEST(TextModels, AgreeAtTheEdgeOfReadableMemory) {
     for (const bool at_end : {true, false}) {
         const page_memory memory(at_end);
         for (const auto& [check, seeds, alphabet] : text_models) { run_model(check, seeds, alphabet, 1500); }
-        run_model(check_list, "wide_fuzz", "ab|\\;\n", 500);
+        run_model(check_list, "wide_text_fuzz", "ab|\\;\n", 500);
         run_model(check_description, "guid_fuzz", "\x02\x82\x03\x83\x01", 500);
-        run_model(check_format, "utf8_fuzz", "abc", 500);
+        run_model(check_format, "narrow_text_fuzz", "abc", 500);
     }
 }
 

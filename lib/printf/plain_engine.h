@@ -10,7 +10,7 @@
 #include "base/convert/hex.h"
 #include "base/text/widen.h"
 #include "printf/engine.h"
-#include "printf/numbers.h"
+#include "printf/plain_conversions.h"
 #include "printf/text_scan.h"
 
 namespace kr::detail {

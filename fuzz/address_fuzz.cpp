@@ -1,6 +1,6 @@
 /// See the model.
 #include "models/address_model.h"
-#include "text_input.h"
+#include "target.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     return run_model(kr::test::check_address, {data, size});
