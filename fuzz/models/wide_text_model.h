@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "base/memory/owner.h"
+#include "base/memory/zero_test.h"
 #include "base/text/wide_mismatch.h"
 #include "base/text/wide_string.h"
 #include "models/input.h"

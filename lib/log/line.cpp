@@ -2,6 +2,8 @@
 #include "log/line.h"
 
 #include "base/convert/decimal.h"
+#include "base/text/copy_text.h"
+#include "base/text/text_walk.h"
 #include "base/text/widen.h"
 #include "log/log.h"
 

@@ -4,6 +4,7 @@
 
 #include "base/convert/guid.h"
 #include "base/convert/hex.h"
+#include "base/text/copy_text.h"
 #include "printf/library_conversions.h"
 #include "printf/plain_engine.h"
 #include "result/descriptions.h"

@@ -8,10 +8,11 @@
 
 #include "base/convert/decimal.h"
 #include "base/convert/hex.h"
+#include "base/text/copy_text.h"
+#include "base/text/text_walk.h"
 #include "base/text/widen.h"
 #include "printf/engine.h"
 #include "printf/plain_conversions.h"
-#include "printf/text_scan.h"
 
 namespace kr::detail {
 

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <span>
 
+#include "base/text/text_walk.h"
 #include "base/text/widen.h"
 #include "printf/library_engine.h"
 #include "printf/parser_engine.h"
@@ -27,6 +28,18 @@ kr_result syntax_error() {
 /// terminator stays behind it.
 inline size_t literal_limit(const format_output& out) {
     return out.measuring() ? SIZE_MAX : (out.size - 1) / sizeof(kr_char);
+}
+
+/// Takes literal characters while there is room for them; moves both cursors. An `out` of null only
+/// counts.
+inline void take_literals(const char** format, kr_char* out, size_t* chars, size_t limit) {
+    constexpr is_either<char> literals_end = {'%', '\0'};
+    const size_t taken = scan::first_match(*format, literals_end, limit - *chars);
+    if (out != nullptr) {
+        widen(*format, taken, out + *chars);
+    }
+    *format += taken;
+    *chars += taken;
 }
 
 inline bool ends_literals(char character) {
@@ -54,7 +67,7 @@ inline bool put_literals(const char** format, format_output& out, size_t limit) 
         if (ends_literals(**format)) {
             return true;
         }
-        take_literal_vectors(format, out.base, &out.chars, limit);
+        take_literals(format, out.base, &out.chars, limit);
         if (ends_literals(**format)) {
             return true;
         }
@@ -258,7 +271,7 @@ inline kr_result walk(const format_scope<Traced>& scope, const char* format, for
     const size_t limit = literal_limit(out);
     // The text in front of the first conversion is often long.
     if (*format != '%') {
-        take_literal_vectors(&format, out.base, &out.chars, limit);
+        take_literals(&format, out.base, &out.chars, limit);
     }
     for (;;) {
         if (*format != '%') {

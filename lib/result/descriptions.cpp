@@ -7,7 +7,7 @@
 #include <iterator>
 #include <span>
 
-#include "base/text/text_walk.h"
+#include "base/text/copy_text.h"
 #include "platform/platform.h"
 #include "result/description_texts.h"
 #include "result/failures.h"

@@ -8,6 +8,7 @@
 #include "base/memory/owner.h"
 #include "base/text/array_string.h"
 #include "base/text/array_string_add.h"
+#include "base/text/copy_text.h"
 #include "base/text/text_walk.h"
 #include "base/text/wide_string.h"
 #include "log/trace.h"

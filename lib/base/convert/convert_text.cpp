@@ -2,6 +2,7 @@
 #include "base/convert/convert_text.h"
 
 #include "base/memory/owner.h"
+#include "base/text/text_walk.h"
 #include "base/text/widen.h"
 #include "log/log.h"
 #include "result/failures.h"

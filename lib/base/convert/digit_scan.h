@@ -9,7 +9,6 @@
 #include <bit>
 
 #include "base/convert/decimal.h"
-#include "base/text/text_walk.h"
 #include "platform/types.h"
 #include "platform/vectors.h"
 

@@ -2,7 +2,6 @@
 /// touches the language only.
 #pragma once
 
-#include "base/text/text_walk.h"
 #include "platform/types.h"
 #include "platform/vectors.h"
 

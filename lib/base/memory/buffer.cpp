@@ -5,7 +5,7 @@
 
 #include "base/memory/owner.h"
 #include "base/memory/typed_memory.h"
-#include "base/text/wide_mismatch.h"
+#include "base/memory/zero_test.h"
 #include "log/log.h"
 #include "result/failures.h"
 

@@ -8,9 +8,7 @@
 #pragma once
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
-#include <cstring>
 
 #include "platform/types.h"
 #include "platform/vectors.h"
@@ -18,72 +16,6 @@
 namespace kr::detail {
 
 inline constexpr u64 no_limit = UINT64_MAX;
-
-#if KR_VECTORS
-namespace vectors {
-
-inline constexpr size_t vector_bytes = sizeof(__m128i);
-inline constexpr size_t vector_chars = vector_bytes / sizeof(kr_char);
-/// The smallest page of the processor.
-inline constexpr size_t page_bytes = 4096;
-
-inline u64 misalignment(const void* ptr, u64 alignment) {
-    return reinterpret_cast<std::uintptr_t>(ptr) & (alignment - 1);
-}
-
-inline u64 bytes_left_in_page(const void* ptr) {
-    return page_bytes - misalignment(ptr, page_bytes);
-}
-
-/// Whether the bytes from `address` on, one vector by default, lie in one page: then they may be
-/// read when the first of them may. The text's end is not known, so no other bound is at hand.
-inline bool in_one_page(const void* address, size_t size_bytes = vector_bytes) {
-    return size_bytes <= bytes_left_in_page(address);
-}
-
-inline __m128i load(const void* address) {
-    return _mm_loadu_si128(static_cast<const __m128i*>(address));
-}
-
-/// The same of bytes that may reach beyond the text, though not beyond its pages.
-KR_READS_WHOLE_VECTORS inline __m128i load_beyond(const void* address) {
-    return _mm_loadu_si128(static_cast<const __m128i*>(address));
-}
-
-inline void store(void* address, __m128i value) {
-    _mm_storeu_si128(static_cast<__m128i*>(address), value);
-}
-
-/// One bit for each byte of a comparison's outcome.
-inline u32 bits_of(__m128i outcome) {
-    return static_cast<u32>(_mm_movemask_epi8(outcome));
-}
-
-template <typename Char>
-__m128i fill(Char character) {
-    if constexpr (sizeof(Char) == 1) {
-        return _mm_set1_epi8(character);
-    } else {
-        return _mm_set1_epi16(static_cast<short>(character));
-    }
-}
-
-template <typename Char>
-__m128i equal_lanes(__m128i chars, Char character) {
-    if constexpr (sizeof(Char) == 1) {
-        return _mm_cmpeq_epi8(chars, fill(character));
-    } else {
-        return _mm_cmpeq_epi16(chars, fill(character));
-    }
-}
-
-template <typename Bits>
-u64 lowest(Bits bits) {
-    return static_cast<u64>(std::countr_zero(u64{bits})); // of 64 bits: one that is wide already
-}
-
-} // namespace vectors
-#endif
 
 // What a walk looks for: of one character, and of each lane of a vector.
 
@@ -147,8 +79,6 @@ namespace vectors {
 
 /// As many characters as one vector has bytes: a bit for each fits in its outcome.
 inline constexpr u64 chunk_chars = vector_bytes;
-/// A line of the processor's cache.
-inline constexpr u64 block_bytes = 4 * vector_bytes;
 template <typename Char>
 inline constexpr u64 block_chars = block_bytes / sizeof(Char);
 
@@ -231,53 +161,7 @@ template <typename Char, typename Match>
 }
 
 } // namespace vectors
-#else
-namespace vectors = plain;
 #endif
-
-/// What the operations use.
-#if KR_READS_ARE_WATCHED
-namespace scan = plain;
-#else
-namespace scan = vectors;
-#endif
-
-#if KR_VECTORS
-/// Copies at least `Step` characters, that many at a time. The last ones overlap those before them:
-/// cheaper than a loop over the rest.
-template <size_t Step, auto Copy, typename From, typename To>
-[[gnu::always_inline]] inline void copy_by(const From* src, size_t count, To* dst) {
-    const size_t last = count - Step;
-    for (size_t i = 0; i < last; i += Step) {
-        Copy(src + i, dst + i);
-    }
-    Copy(src + last, dst + last);
-}
-
-inline void copy_8(const kr_char* src, kr_char* dst) {
-    vectors::store(dst, vectors::load(src));
-}
-
-inline void copy_4(const kr_char* src, kr_char* dst) {
-    std::memcpy(dst, src, sizeof(u64));
-}
-#endif
-
-/// Copies `count` characters and no terminator; the blocks do not overlap. Inline: most texts of a
-/// line are shorter than what a call costs.
-inline void copy_text(const kr_char* src, size_t count, kr_char* dst) {
-#if KR_VECTORS
-    if (count >= 8) {
-        return copy_by<8, copy_8>(src, count, dst);
-    }
-    if (count >= 4) {
-        return copy_by<4, copy_4>(src, count, dst);
-    }
-#endif
-    for (size_t i = 0; i < count; ++i) {
-        dst[i] = src[i];
-    }
-}
 
 /// Characters before the terminator.
 template <typename Char>

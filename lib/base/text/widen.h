@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-#include "base/text/text_walk.h"
+#include "base/text/copy_text.h"
 #include "platform/types.h"
 #include "platform/vectors.h"
 

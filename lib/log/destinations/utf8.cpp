@@ -5,7 +5,7 @@
 #include <cstring>
 #include <utility>
 
-#include "base/text/text_walk.h"
+#include "platform/vectors.h"
 
 namespace kr::detail {
 namespace {

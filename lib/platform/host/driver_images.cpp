@@ -1,6 +1,7 @@
 /// The checks of a driver's image: format, processor, subsystem, signature block.
 #include "platform/host/driver_images.h"
 
+#include "platform/host/last_error.h"
 #include "platform/host/paths.h"
 
 #include <cerrno>

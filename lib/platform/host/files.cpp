@@ -3,6 +3,7 @@
 
 #include "platform/host/descriptors.h"
 #include "platform/host/intercept.h"
+#include "platform/host/last_error.h"
 #include "platform/host/paths.h"
 #include "platform/host/thread_handles.h"
 

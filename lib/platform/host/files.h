@@ -1,4 +1,4 @@
-/// The stand-in's files, standard streams, console, system folder and text encodings.
+/// The stand-in's files, standard streams, console and system folder.
 ///
 /// Drive paths (`C:\a\b`, also behind `\\?\` or `\??\`) are found below the folder that the
 /// environment variable KR_HOST_ROOT names, in a folder per drive; when it is not set, below a

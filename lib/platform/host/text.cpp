@@ -1,5 +1,4 @@
-/// UTF-8 and UTF-16: one decoder and one encoder each way, behind the calls and the stand-in's own
-/// helpers.
+/// UTF-8 and UTF-16: one decoder and one encoder each way, for the rest of the stand-in.
 #include "platform/host/text.h"
 
 #include "platform/host/world.h"
