@@ -45,7 +45,7 @@ TEST(RegText, ReadsWhatPeopleAndExportsWrite) {
     const std::pair<std::string, std::string> rows[] = {
         {R"(  @ = "" ; note)", R"(@="")"},
         {R"("q\"b\\s\n\r"="C:\\dir\\\"x\"")", ""},
-        {"\"\xC3\xA4\xF0\x9F\x98\x80\"=\"\"", ""},
+        {"\"\xC3\xA4\xF0\x90\x80\x80\"=\"\"", ""},
         {R"("a"="x\ny")", R"("a"=hex(1):78,00,0a,00,79,00,00,00)"},
         {R"("d"=dword:1F)", R"("d"=dword:0000001f)"},
         {R"("b"=HEX:0,Ff,7,a8)", R"("b"=hex:00,ff,07,a8)"},
@@ -58,6 +58,7 @@ TEST(RegText, ReadsWhatPeopleAndExportsWrite) {
          "\n[" + key + "\\]x]\n@=\"v\""},
         {"\n[" + key + "\\" + longest + "]", ""},
         {"@=\"x\" y", "line 4: text after the end of a value"},
+        {"[" + key + "]x", "line 4: text after the end of a value"},
         {"[" + key, "line 4: a key without its closing bracket"},
         {"[HKEY_USERS\\k]", "line 4: a key that is not below HKEY_LOCAL_MACHINE"},
         {"[-HKEY_LOCAL_MACHINE]", "line 4: the deletion of the root key"},
@@ -83,9 +84,10 @@ TEST(RegText, ReadsWhatPeopleAndExportsWrite) {
             EXPECT_EQ(copied(encoded), result.starts_with("line ") ? result : written) << given;
         }
     }
-    for (const std::string& text : {std::string(), std::string("REGEDIT4\n"), header + "\xC0\x80",
-                                    header + "\xE2\x82", header + "\xE0\x80\x80", header + "\xED\xA0\x80",
-                                    header + "\xF4\x90\x80\x80", utf16_bytes(header) + "x"}) {
+    for (const std::string& text :
+         {std::string(), std::string("REGEDIT4\n"), header + "\xC0\x80", header + "\xE2\x82",
+          header + "\xE0\x80\x80", header + "\xED\xA0\x80", header + "\xF4\x90\x80\x80",
+          header + "\xF5\x80\x80\x80", utf16_bytes(header) + "x"}) {
         EXPECT_EQ(copied(text).substr(0, 8), "line 1: ");
     }
 }

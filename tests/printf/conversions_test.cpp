@@ -14,6 +14,11 @@ constexpr const kr_char* lower = kr_printf_digits_lower;
 constexpr u32 zeroes = KR_PRINTF_FLAG_ZEROES;
 constexpr u32 alternate = KR_PRINTF_FLAG_ALTERNATE;
 
+template <auto conversion, auto... settings>
+kr_result call(kr_char** cursor, size_t remaining, va_list* args, size_t* required) {
+    return conversion(settings..., cursor, remaining, args, required);
+}
+
 TEST(Conversions, WriteMeasureTraceAndRefuse) {
     const kr_result described = out_of_memory;
     const KRGUID guid{{0x0F, 0xA0}};
@@ -26,24 +31,39 @@ TEST(Conversions, WriteMeasureTraceAndRefuse) {
         size_t short_room; // too few bytes for it: what is written then, and how the counter grows
         std::string written;
         size_t counted;
-        kr_result (*call)(kr_char** cursor, size_t remaining, va_list* args, size_t* required);
+        kr_result (*convert)(kr_char** cursor, size_t remaining, va_list* args, size_t* required);
     } rows[] = {
-        {__LINE__, "uint: Enter (buffer_left = 14, radix = 16)", 0xABC, "  0xabc", 6, "  ", 14, [](auto... a) { return kr_printf_format_uint(16, lower, alternate, 7, 0, KR_PRINTF_SIZE_64, a...); }},
-        {__LINE__, "uint: Enter (buffer_left = 16, radix = 16)", 0xFF, "0x0000ff", 8, "0x00", 16, [](auto... a) { return kr_printf_format_uint(16, lower, zeroes | alternate, 8, 0, 0, a...); }},
-        {__LINE__, "uint: Enter (buffer_left = 10, radix = 10)", 123, "  123", 4, "  ", 10, [](auto... a) { return kr_printf_format_uint(10, lower, 0, 5, 0, 0, a...); }},
-        {__LINE__, "uint_internal: Enter ()", 343, "1000", 4, "", 8, [](auto at, auto room, va_list* args, auto size) { return kr_printf_format_uint_internal(7, lower, 0, 0, 0, 0, at, room, va_arg(*args, u64), size); }},
-        {__LINE__, "sint: Enter (buffer_left = 12)", u64(-5), "-00005", 9, "-000", 12, [](auto... a) { return kr_printf_format_sint(zeroes, 6, 0, 0, a...); }},
-        {__LINE__, "sint: Enter (buffer_left = 10)", u64(-12), "  -12", 4, "  ", 10, [](auto... a) { return kr_printf_format_sint(0, 5, 0, 0, a...); }},
-        {__LINE__, "string: Enter ()", slot_of("abc"), "  abc", 6, "  ", 10, [](auto... a) { return kr_printf_format_string(0, 5, 0, 0, a...); }},
-        {__LINE__, "ustring: Enter ()", slot_of(KR_TEXT("de")), "de", 3, "", 4, [](auto... a) { return kr_printf_format_ustring(0, 0, 0, 0, a...); }},
-        {__LINE__, "char: Enter ()", 'x', "x", 1, "", 2, [](auto... a) { return kr_printf_format_char(0, 9, 0, 0, a...); }},
-        {__LINE__, "pointer: Enter ()", 0xB0B, "0x0000000000000B0B", 14, "0x00000", 32, [](auto... a) { return kr_printf_format_pointer(0, 0, 0, 0, a...); }},
-        {__LINE__, "kr_pointer: Enter ()", 0, "0x0000000000000000", 2, "", 0, [](auto... a) { return kr_printf_format_kr_pointer(0, 0, 0, a...); }},
-        {__LINE__, "sguid: Enter ()", slot_of(&guid), "0FA00000000000000000000000000000", 62, "", 64, [](auto... a) { return kr_printf_format_sguid(0, 0, 0, 0, a...); }},
-        {__LINE__, "ipv4: Enter ()", 0x0A0B0C0D, "10.11.12.13", 8, "10.", 0, [](auto... a) { return kr_printf_format_ipv4(0, 0, 0, 0, a...); }},
-        {__LINE__, "ipv4: Enter ()", 0x0A0B0C0D, "10.11.12.13", 10, "10.11", 0, [](auto... a) { return kr_printf_format_ipv4(0, 0, 0, 0, a...); }},
-        {__LINE__, "sr: Enter ()", slot_of(&described), "0x82000002", 2, "", 0, [](auto... a) { return kr_printf_format_sr(0, 0, 0, 0, a...); }},
-        {__LINE__, "tr_descr: Enter ()", slot_of(&described), "error \"Out of memory\" from \"Unknown source\"", 20, "", 0, [](auto... a) { return kr_printf_format_tr_descr(0, 0, 0, 0, a...); }},
+        {__LINE__, "uint: Enter (buffer_left = 14, radix = 16)", 0xABC, "  0xabc", 6, "  ", 14,
+         call<kr_printf_format_uint, 16, lower, alternate, 7, 0, KR_PRINTF_SIZE_64>},
+        {__LINE__, "uint: Enter (buffer_left = 16, radix = 16)", 0xFF, "0x0000ff", 8, "0x00", 16,
+         call<kr_printf_format_uint, 16, lower, zeroes | alternate, 8, 0, 0>},
+        {__LINE__, "uint: Enter (buffer_left = 10, radix = 10)", 123, "  123", 4, "  ", 10,
+         call<kr_printf_format_uint, 10, lower, 0, 5, 0, 0>},
+        {__LINE__, "uint_internal: Enter ()", 343, "1000", 4, "", 8,
+         [](auto at, auto room, va_list* args, auto size)
+             { return kr_printf_format_uint_internal(7, lower, 0, 0, 0, 0, at, room, va_arg(*args, u64), size); }},
+        {__LINE__, "sint: Enter (buffer_left = 12)", u64(-5), "-00005", 9, "-000", 12,
+         call<kr_printf_format_sint, zeroes, 6, 0, 0>},
+        {__LINE__, "sint: Enter (buffer_left = 10)", u64(-12), "  -12", 4, "  ", 10,
+         call<kr_printf_format_sint, 0, 5, 0, 0>},
+        {__LINE__, "string: Enter ()", slot_of("abc"), "  abc", 6, "  ", 10,
+         call<kr_printf_format_string, 0, 5, 0, 0>},
+        {__LINE__, "ustring: Enter ()", slot_of(KR_TEXT("de")), "de", 3, "", 4,
+         call<kr_printf_format_ustring, 0, 0, 0, 0>},
+        {__LINE__, "char: Enter ()", 'x', "x", 1, "", 2, call<kr_printf_format_char, 0, 9, 0, 0>},
+        {__LINE__, "pointer: Enter ()", 0xB0B, "0x0000000000000B0B", 14, "0x00000", 32,
+         call<kr_printf_format_pointer, 0, 0, 0, 0>},
+        {__LINE__, "kr_pointer: Enter ()", 0, "0x0000000000000000", 2, "", 0,
+         call<kr_printf_format_kr_pointer, 0, 0, 0>},
+        {__LINE__, "sguid: Enter ()", slot_of(&guid), "0FA00000000000000000000000000000", 62, "", 64,
+         call<kr_printf_format_sguid, 0, 0, 0, 0>},
+        {__LINE__, "ipv4: Enter ()", 0x0A0B0C0D, "10.11.12.13", 8, "10.", 0, call<kr_printf_format_ipv4, 0, 0, 0, 0>},
+        {__LINE__, "ipv4: Enter ()", 0x0A0B0C0D, "10.11.12.13", 10, "10.11", 0,
+         call<kr_printf_format_ipv4, 0, 0, 0, 0>},
+        {__LINE__, "sr: Enter ()", slot_of(&described), "0x82000002", 2, "", 0,
+         call<kr_printf_format_sr, 0, 0, 0, 0>},
+        {__LINE__, "tr_descr: Enter ()", slot_of(&described), "error \"Out of memory\" from \"Unknown source\"", 20, "", 0,
+         call<kr_printf_format_tr_descr, 0, 0, 0, 0>},
     };
     // clang-format on
     for (const auto& row : rows) {
@@ -55,20 +75,20 @@ TEST(Conversions, WriteMeasureTraceAndRefuse) {
         kr_char* cursor = buffer.data();
         size_t required = 10;
         captured_log log(KR_LOG_CALL);
-        const auto call = [&](kr_char** at, size_t room) {
-            const auto converted = [&](auto* args) { return row.call(at, room, args, &required); };
-            return with_list(&converted, row.argument);
+        const auto convert = [&](kr_char** at, size_t room) {
+            const auto with = [&](auto* args) { return row.convert(at, room, args, &required); };
+            return with_list(&with, row.argument);
         };
-        EXPECT_EQ(call(&cursor, buffer.size_bytes()), ok);
+        EXPECT_EQ(convert(&cursor, buffer.size_bytes()), ok);
         EXPECT_EQ(log.take().front(), std::string("C 05 kr_printf_format_") + row.function);
         EXPECT_EQ(std::string(buffer.data(), cursor), row.text);
         EXPECT_EQ(required, 10 + size);
-        EXPECT_EQ(call(&none, 0), ok);
+        EXPECT_EQ(convert(&none, 0), ok);
         EXPECT_EQ(none, nullptr);
         EXPECT_EQ(required, 10 + 2 * size);
         guarded_buffer<kr_char> tight(byte_count{row.short_room});
         cursor = tight.data();
-        EXPECT_EQ(call(&cursor, row.short_room), too_small);
+        EXPECT_EQ(convert(&cursor, row.short_room), too_small);
         EXPECT_EQ(std::string(tight.data(), cursor), row.written);
         EXPECT_EQ(required, 10 + 2 * size + row.counted);
     }

@@ -55,11 +55,13 @@ TEST(Descriptions, FindTheTextOfEverySpace) {
     // clang-format off
     const std::pair<std::string, std::vector<kr_result>> rows[] = {
         {"Login required", {0x820000D1}}, {"XML parse has failed and the XML is considered bad", {0x82001001}},
-        {"The template project is not available", {0x0255200E}}, {"Unknown internal code", {0x8200001E, 0x82001000, 0x8200FFFF}},
+        {"The template project is not available", {0x0255200E}}, {"Unknown internal code", {0x8200001E, 0x82001000,
+         0x8200FFFF}},
         {"No error", {0x81000000}}, {"Resource temporarily unavailable / Operation would block", {0x81000023}},
         {"Attribute not found", {0x8100005D}}, {"Unknown macintosh BSD code", {0x81000003}},
         {"Wrong medium type", {0x8300007C}}, {"Unknown Linux code", {0x83000029, 0x8300007D}},
-        {"Buffer overflow", {0x86000005}}, {"Reparse point not handled", {0x86000279}}, {"Unknown NTSTATUS code", {0x86000379}},
+        {"Buffer overflow", {0x86000005}}, {"Reparse point not handled", {0x86000279}}, {"Unknown NTSTATUS code",
+         {0x86000379}},
         {"success", {0x0C000000}}, {"general error", {0x8C000005}}, {"Unknown macintosh Mach code", {0x8C000001}},
         {"Invalid argument passed to a word", {0x8E00001D}}, {"Unknown forth code", {0x8E000000, 0x8E00001E}},
         {"Unknown pool code", {0x85000001, 0xC6000034}},

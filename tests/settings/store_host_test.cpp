@@ -50,13 +50,15 @@ TEST_F(SettingsFaults, MapTheSystemsErrors) {
         {__LINE__, "RegQueryValueExW", 5, 1, generic, text},
         {__LINE__, "RegQueryValueExW", 2, 1, not_found, text},
         {__LINE__, "RegQueryValueExW", 2, 2, generic, text},
-        {__LINE__, "RegQueryValueExW", 234, 1, generic, [](handle s) { kr_char out[8]; return kr_settings_get_string(s, u"e", 8, out); }},
+        {__LINE__, "RegQueryValueExW", 234, 1, generic,
+         [](handle s) { kr_char out[8]; return kr_settings_get_string(s, u"e", 8, out); }},
         {__LINE__, "RegQueryInfoKeyW", 1018, 1, generic, list<kr_settings_enum_groups>},
         {__LINE__, "RegEnumKeyW", 259, 3, generic, list<kr_settings_enum_groups>},
         {__LINE__, "RegEnumValueW", 234, 2, generic, list<kr_settings_enum_entries>},
         {__LINE__, "RegDeleteValueW", 5, 1, generic, [](handle s) { return kr_settings_delete_entry(s, u"e"); }},
         {__LINE__, "RegSetValueExW", 2, 1, generic, [](handle s) { return kr_settings_set_string(s, u"e", u""); }},
-        {__LINE__, "RegCreateKeyW", 5, 1, generic, [](handle) { handle domain = nullptr; return kr_settings_domain_open(u"krtest", &domain); }},
+        {__LINE__, "RegCreateKeyW", 5, 1, generic,
+         [](handle) { handle domain = nullptr; return kr_settings_domain_open(u"krtest", &domain); }},
     };
     // clang-format on
     for (const auto& row : rows) {

@@ -53,7 +53,7 @@ struct copier {
     kr_result (*copy)(handle from, handle to);
 };
 // clang-format off
-#define COPIER(type) {#type, [](handle from, handle to) { return copy(kr_settings_get_##type, kr_settings_set_##type, from, to); }}
+#define COPIER(type) {#type, [](handle a, handle b) { return copy(kr_settings_get_##type, kr_settings_set_##type, a, b); }}
 // clang-format on
 
 class TypedSettings : public testing::Test {
@@ -125,15 +125,26 @@ TEST_F(TypedSettings, RefuseAndSaySo) {
         bool lost = false;
     } rows[] = {
         {__LINE__, COPIER(INT8), "-129", overflow},
-        {__LINE__, COPIER(INT8), "-1", generic, {"set_signed_int: kr_settings_set_string(name_ptr=to, value=-1) failed."}, lost},
-        {__LINE__, COPIER(INT16), "9223372036854775808", generic, {"get_signed_int: kr_string_to_si64() failed for string=9223372036854775808"}},
+        {__LINE__, COPIER(INT8), "-1", generic,
+         {"set_signed_int: kr_settings_set_string(name_ptr=to, value=-1) failed."}, lost},
+        {__LINE__, COPIER(INT16), "9223372036854775808", generic,
+         {"get_signed_int: kr_string_to_si64() failed for string=9223372036854775808"}},
         {__LINE__, COPIER(BOOL), "256", overflow, {"get_BOOL: kr_settings_get_UINT8() failed."}},
-        {__LINE__, COPIER(BOOL), number, generic, {"get_unsigned_int: kr_settings_get_string_alloc() failed for name=from", "get_BOOL: kr_settings_get_UINT8() failed."}},
-        {__LINE__, COPIER(BOOL), "0", generic, {"set_unsigned_int: kr_settings_set_string(name_ptr=to, value=0) failed.", "set_BOOL: kr_settings_set_UINT8() failed."}, lost},
+        {__LINE__, COPIER(BOOL), number, generic,
+         {"get_unsigned_int: kr_settings_get_string_alloc() failed for name=from",
+          "get_BOOL: kr_settings_get_UINT8() failed."}},
+        {__LINE__, COPIER(BOOL), "0", generic,
+         {"set_unsigned_int: kr_settings_set_string(name_ptr=to, value=0) failed.",
+          "set_BOOL: kr_settings_set_UINT8() failed."}, lost},
         {__LINE__, COPIER(relative_time), "0", zero, {"set_relative_time: kr_time_getNanoseconds() failed."}},
-        {__LINE__, COPIER(relative_time), "9223372036854775808", generic, {"get_UINT64: kr_string_to_ui64() failed for string=9223372036854775808", "get_relative_time: kr_settings_get_UINT64() failed."}},
-        {__LINE__, COPIER(relative_time), "7", generic, {"set_UINT64: kr_settings_set_string(name_ptr=to, value=7) failed.", "set_relative_time: kr_settings_set_UINT64() failed."}, lost},
-        {__LINE__, COPIER(ip_address), "0255.255.255.255", generic, {"get_ip_address: kr_settings_get_string() failed."}},
+        {__LINE__, COPIER(relative_time), "9223372036854775808", generic,
+         {"get_UINT64: kr_string_to_ui64() failed for string=9223372036854775808",
+          "get_relative_time: kr_settings_get_UINT64() failed."}},
+        {__LINE__, COPIER(relative_time), "7", generic,
+         {"set_UINT64: kr_settings_set_string(name_ptr=to, value=7) failed.",
+          "set_relative_time: kr_settings_set_UINT64() failed."}, lost},
+        {__LINE__, COPIER(ip_address), "0255.255.255.255", generic,
+         {"get_ip_address: kr_settings_get_string() failed."}},
         {__LINE__, COPIER(ip_address), "1.2.3.256", generic, {"get_ip_address: kr_string_to_ipv4() failed."}},
         {__LINE__, COPIER(ip_address), "1.2.3.\xE9", invalid, {"get_ip_address: kr_krchar_to_ascii() failed."}},
         {__LINE__, COPIER(ip_address), "1.2.3.4", generic, {"set_ip_address: kr_settings_set_string() failed."}, lost},
@@ -144,8 +155,12 @@ TEST_F(TypedSettings, RefuseAndSaySo) {
         {__LINE__, COPIER(ip_subnet), "10.0.0.0/8", generic, {"set_ip_subnet: kr_settings_set_string() failed"}, lost},
         {__LINE__, COPIER(guid), digits + 1, generic, {"get_guid: kr_guid_from_string_simple() failed."}},
         {__LINE__, COPIER(guid), digits, generic, {"set_guid: kr_settings_set_string() failed."}, lost},
-        {__LINE__, COPIER(multi_string), "a;b\\", unexpected, {"parse_multi_string: Parsing error. String 'a;b\\' is not properly escaped.", "get_multi_string: Unable to parse multi string a;b\\ Result is 0x82000003"}},
-        {__LINE__, COPIER(multi_string), "a;b;c\\x", unexpected, {"parse_multi_string: Parsing error. String 'a;b;c\\x' is not properly escaped.", "get_multi_string: Unable to parse multi string a;b;c\\x Result is 0x82000003"}},
+        {__LINE__, COPIER(multi_string), "a;b\\", unexpected,
+         {"parse_multi_string: Parsing error. String 'a;b\\' is not properly escaped.",
+          "get_multi_string: Unable to parse multi string a;b\\ Result is 0x82000003"}},
+        {__LINE__, COPIER(multi_string), "a;b;c\\x", unexpected,
+         {"parse_multi_string: Parsing error. String 'a;b;c\\x' is not properly escaped.",
+          "get_multi_string: Unable to parse multi string a;b;c\\x Result is 0x82000003"}},
         {__LINE__, COPIER(multi_string), number, generic, {"get_multi_string: kr_settings_get_string_alloc() failed."}},
         {__LINE__, COPIER(multi_string), "a;b", generic, {"set_multi_string: kr_settings_set_string() failed."}, lost},
         {__LINE__, COPIER(BOOL), missing, not_found},

@@ -2,7 +2,6 @@
 #include "platform/host/driver_images.h"
 
 #include "platform/host/last_error.h"
-#include "platform/host/paths.h"
 
 #include <cerrno>
 #include <cstring>

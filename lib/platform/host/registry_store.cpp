@@ -2,7 +2,6 @@
 #include "platform/host/registry_store.h"
 
 #include "platform/host/last_error.h"
-#include "platform/host/paths.h"
 #include "platform/host/reg_text.h"
 #include "platform/host/world.h"
 

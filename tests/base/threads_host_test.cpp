@@ -1,16 +1,11 @@
-/// What the system refuses, or does beyond its contract: clocks, names of hosts, threads, a heap that is
-/// used up. Host only: the faults are injected, the calls recorded.
+/// Threads that the system refuses or does not wait for, and a heap that is used up.
 #include <atomic>
 #include <cstdlib>
 #include <sys/resource.h>
 
-#include "base/convert/net_address.h"
 #include "base/threads/threads.h"
-#include "base/time/time.h"
 #include "log/startup/module.h"
 #include "platform/vectors.h"
-#include "support/captured_log.h"
-#include "support/guarded_buffer.h"
 #include "support/host/world.h"
 #include "support/system.h"
 
@@ -18,74 +13,6 @@ namespace {
 
 using namespace kr::test;
 using kr::host::armed_fault;
-
-TEST(Uptime, PicksTheFinestUnitThatHoldsIt) {
-    const fresh_world world;
-    // clang-format off
-    constexpr std::tuple<u64, i32, u64> rows[] = {
-        {0, -3, 0}, {18'446'744'073, -3, 1'844'674'407'300},
-        {18'446'744'074, -2, 1'844'674'407}, {18'446'744'073'709, -2, 1'844'674'407'370},
-        {18'446'744'073'710, -1, 1'844'674'407}, {18'446'744'073'709'551, -1, 1'844'674'407'370},
-        {18'446'744'073'709'552, 0, 1'844'674'407}};
-    // clang-format on
-    for (const auto& [ticks, unit, count] : rows) {
-        kr::host::stop_clock(0, ticks);
-        kr_time t{};
-        EXPECT_EQ(kr_time_get_uptime(&t), ok);
-        EXPECT_EQ(std::tuple(t.unit, t.count, t.relative), std::tuple(unit, count, 1u)) << ticks;
-    }
-}
-
-TEST(Clocks, FailuresAreLoggedAndWrapped) {
-    const fresh_world world;
-    captured_log log;
-    for (const char* call : {"QueryPerformanceFrequency", "QueryPerformanceCounter"}) {
-        const armed_fault fault({.call = call, .error = 50});
-        kr_time t{.unit = 9, .count = 9, .relative = 9};
-        EXPECT_EQ(kr_time_get_uptime(&t), kr_result_make_win32(50));
-        EXPECT_EQ(t.count, 9u);
-        const std::string line = "E 01 kr_time_get_uptime: kr_time_get_uptime: ";
-        EXPECT_THAT(log.take(), ElementsAre(line + call + " failed! ErrorCode = 50"));
-    }
-    kr_time t{};
-    kr::host::stop_clock(u64{184'467'440'737'095'516}, 0);
-    EXPECT_EQ(kr_time_get_current(&t), ok);
-    kr::host::stop_clock(u64{184'467'440'737'095'517}, 0);
-    EXPECT_EQ(kr_time_get_current(&t), overflow);
-    EXPECT_EQ(kr_time_since(&t, &t), overflow);
-    EXPECT_EQ(log.take().size(), 1u);
-}
-
-TEST(Clocks, OffsetIsTakenWhenTheModuleStarts) {
-    const fresh_world world;
-    for (const i32 offset : {3'600, -34'200, 0}) {
-        kr::host::fix_local_offset(offset);
-        EXPECT_EQ(kr_time_module()->init(), ok);
-        EXPECT_EQ(kr_time_local_offset, offset);
-    }
-}
-
-/// That a name does not resolve every system can say.
-TEST(HostNames, AreHeldToTheirRoomAndSilentWhereThereIsNone) {
-    const fresh_world world;
-    WSADATA data;
-    ASSERT_EQ(WSAStartup(MAKEWORD(2, 2), &data), 0);
-    const std::string longest(255, 'n');
-    kr::host::add_host_name(longest, {1});
-    kr::host::add_host_name(longest + 'n', {2});
-    guarded_buffer<char> name(KR_STRING_HOST_CHARS);
-    {
-        captured_log log;
-        const armed_fault no_name({.call = "gethostbyaddr", .error = 11001});
-        EXPECT_EQ(kr_string_ipv4_to_hoststr(1, name.data()), 0x8200001B);
-        EXPECT_THAT(log.take(), IsEmpty());
-    }
-    EXPECT_EQ(kr_string_ipv4_to_hoststr(2, name.data()), too_small);
-    EXPECT_TRUE(name.untouched());
-    EXPECT_EQ(kr_string_ipv4_to_hoststr(1, name.data()), 0x0200001B);
-    EXPECT_EQ(name.data(), longest);
-    WSACleanup();
-}
 
 std::atomic<int> ran;
 void run(void*) { ++ran; }
