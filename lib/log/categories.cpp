@@ -1,7 +1,8 @@
-/// Category look-ups and defaults: linear walks over 83 rows, made at start-up only.
+/// Categories and their masks. Look-ups and defaults walk over all 83 rows: they are for start-up.
 #include "log/categories.h"
 
 #include "base/text/wide_string.h"
+#include "log/layout.h"
 
 namespace {
 
@@ -29,6 +30,23 @@ u32 kr_log_category_id(const kr_char* name, u16* id) {
         }
     }
     return 0;
+}
+
+u32 kr_log_level_get(u16 id, u32* mask) {
+    if (id >= KR_LOG_SLOT_COUNT || mask == nullptr) {
+        return 0;
+    }
+    *mask = kr_log_category_masks[id].load(std::memory_order_relaxed);
+    return 1;
+}
+
+u32 kr_log_level_set(u16 id, u32 mask) {
+    if (id >= KR_LOG_SLOT_COUNT) {
+        return 0;
+    }
+    kr_log_category_masks[id].store(mask, std::memory_order_relaxed);
+    kr_log_update_formatting();
+    return 1;
 }
 
 void kr_log_apply_defaults() {

@@ -1,5 +1,5 @@
-/// Looking up log categories, and their default masks. Public. Reads constant data but for
-/// kr_log_apply_defaults: safe from any thread.
+/// Log categories: looking them up, their masks and the defaults of these. Public. Safe from any
+/// thread.
 #pragma once
 
 #include "log.h"
@@ -10,6 +10,12 @@ const kr_char* kr_log_category_name(u16 id);
 /// Finds the category called `name`, letter case ignored; the first row wins.
 /// Returns 1 and stores the id, or 0 and leaves `id` alone; 0 also for a null `name` or `id`.
 u32 kr_log_category_id(const kr_char* name, u16* id);
+
+/// Reads or replaces a category's level mask. 1, or 0 with nothing done for an id of
+/// KR_LOG_SLOT_COUNT or more and for a null `mask`. Setting derives the layout anew unless it is
+/// explicit.
+u32 kr_log_level_get(u16 id, u32* mask);
+u32 kr_log_level_set(u16 id, u32 mask);
 
 /// Sets every category's mask to its default; a slot from 1 up that no row names and that still
 /// holds 0xFFFFFFFF becomes errors and warnings. Slot 0 is left alone.

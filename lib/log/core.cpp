@@ -32,7 +32,8 @@ using kr::detail::thread_label;
 
 constexpr size_t line_size = line_capacity * sizeof(kr_char);
 
-/// The labels of the threads that logged last, so that a line normally needs no registry lock.
+/// The labels of the threads that logged last, so that a line normally needs no lock of the
+/// thread table's.
 struct label_cache_entry {
     u32 thread_id;
     u32 generation;

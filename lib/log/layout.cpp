@@ -9,23 +9,6 @@ constinit std::atomic<u32> colors_on = 0;
 
 } // namespace
 
-u32 kr_log_level_get(u16 id, u32* mask) {
-    if (id >= KR_LOG_SLOT_COUNT || mask == nullptr) {
-        return 0;
-    }
-    *mask = kr_log_category_masks[id].load(std::memory_order_relaxed);
-    return 1;
-}
-
-u32 kr_log_level_set(u16 id, u32 mask) {
-    if (id >= KR_LOG_SLOT_COUNT) {
-        return 0;
-    }
-    kr_log_category_masks[id].store(mask, std::memory_order_relaxed);
-    kr_log_update_formatting();
-    return 1;
-}
-
 void kr_log_set_formatting(u32 mode) {
     formatting_mode.store(mode, std::memory_order_relaxed);
 }

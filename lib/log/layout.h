@@ -1,14 +1,8 @@
-/// How ordinary lines are laid out and coloured, and the level masks that the layout follows.
-/// Public. Any thread may call anything here at any time; a change applies to the next line.
+/// The formatting mode and the colours of lines, as words to read and set. Public. Any thread may
+/// call anything here at any time; a change applies to the next line.
 #pragma once
 
 #include "log.h"
-
-/// Reads or replaces a category's level mask. 1, or 0 with nothing done for an id of
-/// KR_LOG_SLOT_COUNT or more and for a null `mask`. Setting derives the layout anew unless it is
-/// explicit.
-u32 kr_log_level_get(u16 id, u32* mask);
-u32 kr_log_level_set(u16 id, u32 mask);
 
 /// The formatting mode. Modes 0 and 1 put the thread first and the function last; mode 2 begins
 /// with the function, indented by call depth; mode 3 is the letter and the message alone. Any other

@@ -1,5 +1,5 @@
-/// Thread names, thread filter and call depths behind the registry lock. Touches the allocator and
-/// the lock.
+/// Thread names, thread filter and call depths behind one lock. Touches the allocator and that
+/// lock.
 #include "log/thread_table.h"
 
 #include <algorithm>

@@ -13,7 +13,7 @@
 /// Removes the calling thread's newest name. KR_NOT_FOUND when it has none.
 [[nodiscard]] kr_result kr_log_thread_unregister();
 
-/// The newest name registered for that thread, 8 characters, or "________". Takes the registry lock
+/// The newest name registered for that thread, 8 characters, or "________". Takes the table's lock
 /// for the look-up; the text is valid until that name is removed.
 const char* kr_log_thread_name(u64 thread_id);
 

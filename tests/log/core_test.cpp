@@ -7,6 +7,7 @@
 
 #include "base/threads/threads.h"
 #include "base/time/time.h"
+#include "log/categories.h"
 #include "log/destinations/destinations.h"
 #include "support/captured_log.h"
 #include "support/failing_allocator.h"
