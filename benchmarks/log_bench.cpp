@@ -143,7 +143,7 @@ void written_through_fprintf(benchmark::State& state) {
 BENCHMARK(written_through_fprintf)->Name("line_written_through/fprintf");
 
 /// Counts what it is given.
-void counting_write(void* context, const kr_char* line, std::size_t size_bytes) {
+void counting_write(void* context, const kr_char* line, size_t size_bytes) {
     benchmark::DoNotOptimize(line);
     *static_cast<u64*>(context) += size_bytes;
 }
@@ -161,7 +161,7 @@ class counting_sink final : public spdlog::sinks::base_sink<Mutex> {
 };
 
 /// Where a line goes that is made and then not used: the file gets bytes that lie ready.
-void ready_write(void* context, const kr_char* line, std::size_t /*size_bytes*/) {
+void ready_write(void* context, const kr_char* line, size_t /*size_bytes*/) {
     benchmark::DoNotOptimize(line);
     benchmark::DoNotOptimize(
         ::write(*static_cast<int*>(context), ready_line, sizeof(ready_line) - 1));
@@ -231,7 +231,7 @@ void unlocked_kr(benchmark::State& state) {
     for (auto iteration : state) {
         clock.refresh();
         clock.count_line();
-        std::size_t size = 0;
+        size_t size = 0;
         benchmark::DoNotOptimize(kr_printf_format2_checked(
             message, sizeof(message), &size, "request %d from %s took %u microseconds", i++,
             "client-17", 1234u));

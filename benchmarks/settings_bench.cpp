@@ -177,7 +177,7 @@ BENCHMARK(parse_multi_string)->Arg(1'000)->Arg(100'000)->Arg(1'000'000);
 std::vector<std::u16string> parse_std(const std::u16string& text) {
     std::vector<std::u16string> items;
     std::u16string item;
-    for (std::size_t at = 0; at < text.size(); ++at) {
+    for (size_t at = 0; at < text.size(); ++at) {
         if (text[at] == u';') {
             items.push_back(std::move(item));
             item.clear();

@@ -7,7 +7,7 @@
 
 constinit const kr_product_record kr_product = {"krfuzz", KR_TEXT("tools"), KR_TEXT("Korinth")};
 
-extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     static const bool started = kr_result_succeeded(kr_memvec_init());
     const std::string error = started ? kr::test::memvec_model::run({data, size}) : "no pools";
     if (!error.empty()) {

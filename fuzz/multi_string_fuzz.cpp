@@ -16,9 +16,9 @@ bool same(const kr_array_string& a, const kr_array_string& b) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     std::u16string text;
-    for (std::size_t at = 0; at + 1 < size; at += 2) {
+    for (size_t at = 0; at + 1 < size; at += 2) {
         text += static_cast<char16_t>(data[at] | data[at + 1] << 8);
     }
     kr::owned_strings parsed, again;

@@ -3,7 +3,7 @@
 #include "platform/host/reg_text.h"
 #include "target.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     using namespace kr::host::detail;
     const auto first = make_root();
     const std::string problem = read_reg({reinterpret_cast<const char*>(data), size}, first);

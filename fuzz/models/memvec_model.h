@@ -126,7 +126,7 @@ private:
 
     /// One step as the input has it: at which cursor, how many bytes, and what is there.
     struct turn {
-        std::size_t index;
+        size_t index;
         mark at;
         u64 size;
         range r;
@@ -142,7 +142,7 @@ private:
             &memvec_model::fill};
         ++steps_;
         const u8 operation = take();
-        const auto index = static_cast<std::size_t>(take() % marks_.size());
+        const auto index = static_cast<size_t>(take() % marks_.size());
         const mark at = marks_[index];
         const u64 size = take();
         const range r = *range_at(at.position);
@@ -237,7 +237,7 @@ private:
             }
             return KR_SUCCESS;
         };
-        static_cast<void>(walk(t.at.position, t.size, piece));
+        (void)walk(t.at.position, t.size, piece);
     }
 
     void assign(const turn& t) {
@@ -286,7 +286,7 @@ private:
 
     /// Reads every range from a cursor of its own and looks into every block that was lent.
     void compare_everything() {
-        for (std::size_t i = 0; i < marks_.size(); ++i) {
+        for (size_t i = 0; i < marks_.size(); ++i) {
             const range& r = *range_at(marks_[i].position);
             read(marks_[i], r.start + r.size - marks_[i].position);
         }

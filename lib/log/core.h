@@ -11,7 +11,7 @@
 /// Writes `length` bytes through the raw channel as "%02X " each, with a newline after every 16th
 /// byte and after the last; the destination gets a row of up to 16 bytes with its newline at once.
 /// Nothing for length 0.
-void kr_log_hexdump(const u8* data, std::size_t length);
+void kr_log_hexdump(const u8* data, size_t length);
 
 /// Profile lines are written from this many milliseconds on; 0 at start. Returns KR_SUCCESS.
 kr_result kr_log_set_profile_threshold(u64 ms);

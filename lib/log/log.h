@@ -59,7 +59,7 @@ extern std::atomic<u32> kr_log_category_masks[KR_LOG_SLOT_COUNT];
 
 /// Receives one finished line: NUL-terminated wide text, ending in a newline except on the raw
 /// channel. `size_bytes` includes the terminator. Called with the log's output lock held.
-using kr_log_write = void (*)(void* context, const kr_char* line, std::size_t size_bytes);
+using kr_log_write = void (*)(void* context, const kr_char* line, size_t size_bytes);
 /// Releases a destination's context.
 using kr_log_close = kr_result (*)(void* context);
 

@@ -18,9 +18,9 @@ namespace {
 using kr::detail::generic_failure;
 using kr::detail::invalid_argument;
 
-constexpr std::size_t domain_path_capacity_chars = 256;
+constexpr size_t domain_path_capacity_chars = 256;
 /// Texts up to this length, terminator included, are read without a block.
-constexpr std::size_t short_text_chars = 128;
+constexpr size_t short_text_chars = 128;
 
 HKEY key_of(kr_settings_handle settings) {
     return reinterpret_cast<HKEY>(settings);
@@ -101,7 +101,7 @@ constexpr enumeration entries = {
 };
 
 /// Fills `out` with room for `count` names; a failure leaves there what the owner releases.
-kr_result make_names(u32 count, std::size_t name_size_bytes, kr::owned_names& out) {
+kr_result make_names(u32 count, size_t name_size_bytes, kr::owned_names& out) {
     void* block = nullptr;
     kr_result result = kr_memory_allocate_hook(&block, count * sizeof(kr_char*));
     if (kr_result_failed(result)) {
@@ -132,7 +132,7 @@ kr_result enumerate(const enumeration& what, kr_settings_handle settings, kr_cha
     const DWORD capacity_chars = longest_chars + 1;
 
     kr::owned_names list;
-    const kr_result result = make_names(found, std::size_t{capacity_chars} * sizeof(kr_char), list);
+    const kr_result result = make_names(found, size_t{capacity_chars} * sizeof(kr_char), list);
     if (kr_result_failed(result)) {
         return result;
     }
@@ -154,8 +154,8 @@ LSTATUS query(kr_settings_handle settings, const kr_char* name, DWORD* type, voi
 
 /// Whether a stored string of `size_bytes` ends in a terminator. An odd last byte belongs to no
 /// character.
-bool is_terminated(const kr_char* text, std::size_t size_bytes) {
-    const std::size_t length_chars = size_bytes / sizeof(kr_char);
+bool is_terminated(const kr_char* text, size_t size_bytes) {
+    const size_t length_chars = size_bytes / sizeof(kr_char);
     return length_chars > 0 && text[length_chars - 1] == 0;
 }
 
@@ -276,7 +276,7 @@ kr_result kr_settings_get_string(kr_settings_handle settings, const kr_char* nam
     if (error != ERROR_SUCCESS || type != REG_SZ) {
         return generic_failure();
     }
-    const std::size_t length_chars = size_bytes / sizeof(kr_char);
+    const size_t length_chars = size_bytes / sizeof(kr_char);
     if (!is_terminated(static_cast<const kr_char*>(text), size_bytes)) {
         if (length_chars >= capacity) {
             return generic_failure();

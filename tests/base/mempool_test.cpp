@@ -59,9 +59,9 @@ TEST(Mempool, GrowsToItsBoundAndHandsOutTheElementsThatALinearPoolWould) {
         SCOPED_TRACE(testing::Message() << element_size << ' ' << grow << ' ' << max);
         const failing_allocator allocator;
         test_pool pool(element_size, grow, max, KR_MEMPOOL_FAIL_WHEN_FULL);
-        const std::size_t step = grow != 0 ? grow : 10, bound = max != 0 ? max : SIZE_MAX;
-        std::size_t made = step, used = 0; // the first elements are held to no bound
-        const std::size_t others = allocator.live() - made;
+        const size_t step = grow != 0 ? grow : 10, bound = max != 0 ? max : SIZE_MAX;
+        size_t made = step, used = 0; // the first elements are held to no bound
+        const size_t others = allocator.live() - made;
         std::vector<void*> known;
         for (u32 i = 0; i < steps; ++i) {
             if (random() % 16 < (i / 512 % 2 != 0 ? 4u : 12u)) {
@@ -78,7 +78,7 @@ TEST(Mempool, GrowsToItsBoundAndHandsOutTheElementsThatALinearPoolWould) {
                 }
                 used += used < made ? 1 : 0;
             } else if (used != 0) {
-                const std::size_t at = random() % used;
+                const size_t at = random() % used;
                 pool.free(known[at]);
                 std::swap(known[at], known[--used]);
             }
@@ -123,7 +123,7 @@ TEST(Mempool, IsInUseWhileOneThreadGrowsIt) {
     held = {pool.alloc(), pool.alloc(), pool.alloc(), pool.alloc()};
     got.assign(3, nullptr);
     kr_memory_set_hooks(
-        [](void** out, std::size_t size) {
+        [](void** out, size_t size) {
             EXPECT_EQ(std::this_thread::get_id(), grower);
             if (!second.joinable()) {
                 second = std::jthread([] {
@@ -158,7 +158,7 @@ TEST(MempoolThreads, NeverHandOutAnElementTwice) {
         SCOPED_TRACE(grow);
         const failing_allocator allocator;
         test_pool pool(sizeof(u64), grow, max);
-        const std::size_t others = allocator.live() - grow;
+        const size_t others = allocator.live() - grow;
         std::atomic<u32> wrong = 0;
         const auto work = [&](u64 mark) {
             for (int round = 0; round < 2000; ++round) {

@@ -75,7 +75,7 @@ TEST(ThreadFaults, ARefusedThreadRunsNothingAndAFinishedOneIsNotWaitedFor) {
     const rlimit no_more = {.rlim_cur = 0, .rlim_max = usual.rlim_max};
     right = right && setrlimit(RLIMIT_AS, &no_more) == 0;
     // What the heap has in stock goes, down to its smallest blocks.
-    for (std::size_t size = 4096; size != 0; size -= 8) {
+    for (size_t size = 4096; size != 0; size -= 8) {
         void* volatile block = nullptr;
         do { block = std::malloc(size); } while (block != nullptr);
     }

@@ -3,7 +3,6 @@
 #include "log/destinations/destinations.h"
 
 #include <csignal>
-
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>

@@ -1,12 +1,12 @@
 /// The stand-in's `.reg` text: what is read, what is refused and where, what is written, and what
 /// happens to the file behind the registry when something goes wrong.
-#include "platform/host/reg_text.h"
-#include "support/host/world.h"
-#include "support/system.h"
-
 #include <csignal>
 #include <sys/resource.h>
 #include <unistd.h>
+
+#include "platform/host/reg_text.h"
+#include "support/host/world.h"
+#include "support/system.h"
 
 namespace {
 

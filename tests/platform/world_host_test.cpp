@@ -1,8 +1,8 @@
 /// Injected faults, recorded calls, and the parts of the stand-in's world that only it has.
+#include <thread>
+
 #include "support/host/world.h"
 #include "support/system.h"
-
-#include <thread>
 
 namespace {
 

@@ -67,7 +67,7 @@ T usual() {
 }
 
 /// Calls `operation` with that parameter null, when it is a pointer.
-template <std::size_t Place, typename... Params>
+template <size_t Place, typename... Params>
 void refuses_null(const char* name, auto operation) {
     std::tuple<Params...> arguments = {usual<Params>()...};
     if constexpr (std::is_pointer_v<std::tuple_element_t<Place, std::tuple<Params...>>>) {
@@ -88,7 +88,7 @@ void refuses_null(const char* name, auto operation) {
 
 template <typename... Params>
 void refuses_nulls(const char* name, auto operation) {
-    [&]<std::size_t... Place>(std::index_sequence<Place...>) {
+    [&]<size_t... Place>(std::index_sequence<Place...>) {
         (refuses_null<Place, Params...>(name, operation), ...);
     }
     (std::index_sequence_for<Params...>{});

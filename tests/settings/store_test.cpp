@@ -37,9 +37,9 @@ TEST_F(SettingsStore, LooksWithoutCreatingAndDeletesLeavesOnly) {
 }
 
 TEST_F(SettingsStore, RefusesPathsThatDoNotFit) {
-    constexpr std::size_t longest_chars = 255 - (sizeof("SOFTWARE\\Korinth\\tools\\") - 1);
+    constexpr size_t longest_chars = 255 - (sizeof("SOFTWARE\\Korinth\\tools\\") - 1);
     // What opening and deleting answer.
-    for (const auto& [chars, result] : {std::pair(std::size_t{0}, invalid), std::pair(longest_chars, ok),
+    for (const auto& [chars, result] : {std::pair(size_t{0}, invalid), std::pair(longest_chars, ok),
                                         std::pair(longest_chars + 1, too_small)}) {
         SCOPED_TRACE(chars);
         const wide domain(chars, KR_TEXT('d'));

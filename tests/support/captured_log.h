@@ -62,15 +62,15 @@ private:
     /// "domain:thread:id; L(cc); message; function()\n", the call layout "C(cc); function(); message;
     /// domain:thread:id\n", or a profile line; anything else stays as it is.
     static std::string shorten(const std::string& line) {
-        const auto part = [&](std::size_t begin, std::size_t end) { return line.substr(begin, end - begin); };
-        const std::size_t profile = line.find("] msec - ");
+        const auto part = [&](size_t begin, size_t end) { return line.substr(begin, end - begin); };
+        const size_t profile = line.find("] msec - ");
         if (line.starts_with("[") && profile != std::string::npos) {
             return "P " + part(profile + 9, line.rfind("(); "));
         }
-        const std::size_t second = line.find("; ") + 2, third = line.find("; ", second) + 2;
-        const std::size_t last = line.rfind("; ") + 2;
+        const size_t second = line.find("; ") + 2, third = line.find("; ", second) + 2;
+        const size_t last = line.rfind("; ") + 2;
         if (line.starts_with("C(")) {
-            const std::size_t message = line.find("(); ", second);
+            const size_t message = line.find("(); ", second);
             return "C " + part(2, line.find(')')) + ' ' + part(second, message) + ": " +
                    part(message + 4, last - 2);
         }
@@ -79,7 +79,7 @@ private:
                part(last, line.size() - 3) + ": " + part(third, last - 2);
     }
 
-    static void write(void* context, const kr_char* line, std::size_t size_bytes) {
+    static void write(void* context, const kr_char* line, size_t size_bytes) {
         EXPECT_EQ(size_bytes, (std::char_traits<kr_char>::length(line) + 1) * sizeof(kr_char));
         auto& self = *static_cast<captured_log*>(context);
         const std::lock_guard guard(self.lock_);

@@ -34,8 +34,8 @@ public:
     [[nodiscard]] u32 allocations() const { return locked(allocations_); }
     [[nodiscard]] u32 failures() const { return locked(failures_); }
     /// Size that was asked for last.
-    [[nodiscard]] std::size_t last_size() const { return locked(last_size_); }
-    [[nodiscard]] std::size_t live() const { return locked(live_).size(); }
+    [[nodiscard]] size_t last_size() const { return locked(last_size_); }
+    [[nodiscard]] size_t live() const { return locked(live_).size(); }
     /// The blocks that came back, in order, by the number of their allocation.
     [[nodiscard]] std::vector<u32> released() const { return locked(released_); }
 
@@ -46,7 +46,7 @@ private:
         return value;
     }
 
-    static kr_result allocate(void** out, std::size_t size) {
+    static kr_result allocate(void** out, size_t size) {
         failing_allocator& self = *current_;
         const std::lock_guard guard(self.lock_);
         const u32 number = ++self.allocations_;
@@ -75,7 +75,7 @@ private:
 
     mutable std::mutex lock_;
     u32 first_, last_, allocations_ = 0, failures_ = 0;
-    std::size_t last_size_ = 0;
+    size_t last_size_ = 0;
     std::unordered_map<void*, u32> live_;
     std::vector<u32> released_;
 };

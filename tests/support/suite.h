@@ -30,7 +30,7 @@ struct pinned {
 
 /// UTF-16 as UTF-8; what is broken becomes U+FFFD.
 inline std::string utf8(const kr_char* text) {
-    const std::size_t length = std::char_traits<kr_char>::length(text);
+    const size_t length = std::char_traits<kr_char>::length(text);
     std::string bytes(detail::utf8_room(length), '\0');
     bytes.resize(detail::encode_utf8(text, length, detail::newline_form::lf, bytes.data()));
     return bytes;

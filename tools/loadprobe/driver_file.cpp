@@ -14,8 +14,8 @@ using text_view = std::basic_string_view<kr_char>;
 
 constexpr text_view fallback_path = KR_TEXT("C:\\Windows\\System32\\drivers\\krdummy.sys");
 constexpr text_view path_below_system = KR_TEXT("\\drivers\\krdummy.sys");
-static_assert(fallback_path.size() < DRIVER_PATH_LIMIT);
-static_assert(MAX_PATH + path_below_system.size() <= DRIVER_PATH_LIMIT);
+static_assert(fallback_path.size() < driver_path_limit);
+static_assert(MAX_PATH + path_below_system.size() <= driver_path_limit);
 
 /// Writes `text` and a terminator: what the system leaves in the rest of its buffer is open.
 void put(text_view text, kr_char* place) {

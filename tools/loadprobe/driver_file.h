@@ -7,11 +7,11 @@
 namespace kr {
 
 /// The longest system directory (260 characters with its terminator) and the file's name below it.
-inline constexpr u32 DRIVER_PATH_LIMIT = 260 + 20;
+inline constexpr u32 driver_path_limit = 260 + 20;
 
 /// A NUL-terminated path, held by value.
 struct driver_path {
-    kr_char text[DRIVER_PATH_LIMIT];
+    kr_char text[driver_path_limit];
 };
 
 /// The full path for the extracted driver: "\drivers\krdummy.sys" below the system directory, or

@@ -43,7 +43,7 @@ bool load_driver(const kr_char* path, const kr_char* service_name) {
     }
     // The verdict stands: a driver that does not stop changes nothing about it.
     SERVICE_STATUS status{};
-    static_cast<void>(ControlService(service, SERVICE_CONTROL_STOP, &status));
+    (void)ControlService(service, SERVICE_CONTROL_STOP, &status);
     return true;
 }
 

@@ -16,7 +16,7 @@ int run_probe() {
     kr_log_register_module(KR_TEXT("windbg"));
     // A library that did not start leaves the log without a destination; the probe's work is the
     // same.
-    static_cast<void>(kr_init());
+    (void)kr_init();
 
     const driver_path path = get_driver_path();
     if (!extract_embedded_driver(path.text)) {

@@ -24,7 +24,7 @@ public:
             return;
         }
         try {
-            static_cast<void>(action_(argument_));
+            (void)action_(argument_);
         } catch (...) { // NOLINT(bugprone-empty-catch): clean-up goes on whatever one action does
         }
     }

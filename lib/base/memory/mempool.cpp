@@ -312,7 +312,7 @@ void kr_mempool_destroy(kr_mempool* pool) {
         [](void* element, bool /*handed_out*/) { kr_memory_deallocate_hook(element); });
     pool->room.block.reset();
     pool->name.reset();
-    static_cast<void>(kr_mutex_destroy(&pool->lock));
+    (void)kr_mutex_destroy(&pool->lock);
     std::destroy_at(pool);
     kr_memory_deallocate_hook(pool);
 }

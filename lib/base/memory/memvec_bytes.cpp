@@ -169,14 +169,11 @@ void kr_memvec_fill(kr_memvec_cursor* cursor, u8 value, u64 size) {
     if (cursor == nullptr || kr_result_failed(check_range(*cursor, size))) {
         return;
     }
-    static_cast<void>(
-        for_each_piece(*cursor, size, [value](const memvec_chunk& chunk, u64 offset, u64 length) {
-            // Flat memory is all that can be set and needs no typed pointer; for the other types
-            // the typed operation only reports that it cannot.
-            const bool flat =
-                chunk.type == KR_MEMORY_TYPE_HEAP || chunk.type == KR_MEMORY_TYPE_FLAT;
-            kr_memset_ex(chunk.type, flat ? flat_address(chunk, offset) : chunk.data, value,
-                         length);
-            return KR_SUCCESS;
-        }));
+    (void)for_each_piece(*cursor, size, [value](const memvec_chunk& chunk, u64 offset, u64 length) {
+        // Flat memory is all that can be set and needs no typed pointer; for the other types
+        // the typed operation only reports that it cannot.
+        const bool flat = chunk.type == KR_MEMORY_TYPE_HEAP || chunk.type == KR_MEMORY_TYPE_FLAT;
+        kr_memset_ex(chunk.type, flat ? flat_address(chunk, offset) : chunk.data, value, length);
+        return KR_SUCCESS;
+    });
 }

@@ -39,7 +39,7 @@ public:
     void reset(Handle handle = Handle{}) noexcept {
         const Handle old = std::exchange(handle_, handle);
         if (old != Handle{} && old != handle) {
-            static_cast<void>(Release(old));
+            (void)Release(old);
         }
     }
     /// Where an operation puts a handle: the owner releases its own first and owns the new one. An

@@ -45,7 +45,7 @@ using kr_log_init = u32 (*)(const kr_char* spec, u32* no_timestamps, void** cont
 /// opened anew for the next line; until that works, lines are dropped.
 u32 kr_file_log_init(const kr_char* spec, u32* no_timestamps, void** context, kr_log_write* write,
                      kr_log_close* close);
-void file_log_do_log(void* context, const kr_char* line, std::size_t size_bytes);
+void file_log_do_log(void* context, const kr_char* line, size_t size_bytes);
 
 /// "windbg": the debugger's output.
 u32 kr_debugger_log_init(const kr_char* spec, u32* no_timestamps, void** context,
@@ -55,7 +55,7 @@ u32 kr_debugger_log_init(const kr_char* spec, u32* no_timestamps, void** context
 /// event with the id 0x40001230, without a stamp of the log's own.
 u32 kr_event_log_init(const kr_char* spec, u32* no_timestamps, void** context, kr_log_write* write,
                       kr_log_close* close);
-void event_log_do_log(void* context, const kr_char* line, std::size_t size_bytes);
+void event_log_do_log(void* context, const kr_char* line, size_t size_bytes);
 kr_result event_log_uninit(void* context);
 
 /// "stdout": standard output. Where it is a console, the first line while colours are on turns the

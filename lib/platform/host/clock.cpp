@@ -1,19 +1,19 @@
 /// Clocks, read from the kernel's shared page; a test may stop them.
 #include "platform/host/clock.h"
 
+#include <ctime>
+
 #include "platform/host/intercept.h"
 #include "platform/host/world.h"
-
-#include <ctime>
 
 namespace {
 
 using namespace kr::host;
 using namespace kr::host::detail;
 
-constexpr u64 TICKS_PER_SECOND = 10'000'000;
-constexpr u64 NANOSECONDS_PER_TICK = 100;
-constexpr u64 UNIX_EPOCH_TICKS = 11'644'473'600 * TICKS_PER_SECOND;
+constexpr u64 ticks_per_second = 10'000'000;
+constexpr u64 nanoseconds_per_tick = 100;
+constexpr u64 unix_epoch_ticks = 11'644'473'600 * ticks_per_second;
 
 std::atomic<u64> stopped_utc{0};
 std::atomic<u64> stopped_counter{0};
@@ -34,8 +34,8 @@ bool overridden(u32 flag) {
 u64 read_ticks(clockid_t clock) {
     timespec now{};
     clock_gettime(clock, &now);
-    return static_cast<u64>(now.tv_sec) * TICKS_PER_SECOND +
-           static_cast<u64>(now.tv_nsec) / NANOSECONDS_PER_TICK;
+    return static_cast<u64>(now.tv_sec) * ticks_per_second +
+           static_cast<u64>(now.tv_nsec) / nanoseconds_per_tick;
 }
 
 u64 from_filetime(const FILETIME& time) {
@@ -47,7 +47,7 @@ FILETIME to_filetime(u64 ticks) {
 }
 
 i64 local_offset_seconds() {
-    if (overridden(WATCH_FIXED_OFFSET)) {
+    if (overridden(watch_fixed_offset)) {
         return fixed_offset.load();
     }
     const std::time_t now = std::time(nullptr);
@@ -60,9 +60,9 @@ i64 local_offset_seconds() {
 
 void GetSystemTimeAsFileTime(FILETIME* time) {
     // The time of the last timer tick, as on Windows: a fifth of the cost of the exact one.
-    *time = to_filetime(overridden(WATCH_STOPPED_CLOCK)
+    *time = to_filetime(overridden(watch_stopped_clock)
                             ? stopped_utc.load()
-                            : UNIX_EPOCH_TICKS + read_ticks(CLOCK_REALTIME_COARSE));
+                            : unix_epoch_ticks + read_ticks(CLOCK_REALTIME_COARSE));
 }
 
 BOOL LocalFileTimeToFileTime(const FILETIME* local, FILETIME* utc) {
@@ -72,7 +72,7 @@ BOOL LocalFileTimeToFileTime(const FILETIME* local, FILETIME* utc) {
     const i64 ticks = static_cast<i64>(from_filetime(*local));
     i64 moved = 0;
     if (ticks < 0 ||
-        __builtin_sub_overflow(ticks, local_offset_seconds() * i64{TICKS_PER_SECOND}, &moved) ||
+        __builtin_sub_overflow(ticks, local_offset_seconds() * i64{ticks_per_second}, &moved) ||
         moved < 0) {
         return fail(ERROR_INVALID_PARAMETER);
     }
@@ -85,15 +85,15 @@ BOOL QueryPerformanceCounter(LARGE_INTEGER* ticks) {
         return FALSE;
     }
     ticks->QuadPart = static_cast<i64>(
-        overridden(WATCH_STOPPED_CLOCK) ? stopped_counter.load() : read_ticks(CLOCK_MONOTONIC));
+        overridden(watch_stopped_clock) ? stopped_counter.load() : read_ticks(CLOCK_MONOTONIC));
     return TRUE;
 }
 
-BOOL QueryPerformanceFrequency(LARGE_INTEGER* ticks_per_second) {
+BOOL QueryPerformanceFrequency(LARGE_INTEGER* frequency) {
     if (injected_failure(__func__)) {
         return FALSE;
     }
-    ticks_per_second->QuadPart = TICKS_PER_SECOND;
+    frequency->QuadPart = ticks_per_second;
     return TRUE;
 }
 
@@ -102,20 +102,20 @@ namespace kr::host {
 void stop_clock(u64 utc_ticks, u64 counter_ticks) {
     stopped_utc = utc_ticks;
     stopped_counter = counter_ticks;
-    set_override(WATCH_STOPPED_CLOCK, true);
+    set_override(watch_stopped_clock, true);
 }
 
 void run_clock() {
-    set_override(WATCH_STOPPED_CLOCK, false);
+    set_override(watch_stopped_clock, false);
 }
 
 void fix_local_offset(i32 seconds) {
     fixed_offset = seconds;
-    set_override(WATCH_FIXED_OFFSET, true);
+    set_override(watch_fixed_offset, true);
 }
 
 void use_system_offset() {
-    set_override(WATCH_FIXED_OFFSET, false);
+    set_override(watch_fixed_offset, false);
 }
 
 } // namespace kr::host

@@ -1,25 +1,25 @@
 /// The standard streams and the console.
 #include "platform/host/files.h"
 
-#include "platform/host/descriptors.h"
-#include "platform/host/intercept.h"
-#include "platform/host/world.h"
-
 #include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <unistd.h>
+
+#include "platform/host/descriptors.h"
+#include "platform/host/intercept.h"
+#include "platform/host/world.h"
 
 using namespace kr::host::detail;
 
 namespace {
 
 /// A new console interprets no sequences, as on Windows.
-constexpr DWORD FIRST_MODE = ENABLE_PROCESSED_OUTPUT | ENABLE_WRAP_AT_EOL_OUTPUT;
-constexpr DWORD KNOWN_MODES = FIRST_MODE | ENABLE_VIRTUAL_TERMINAL_PROCESSING;
+constexpr DWORD first_mode = ENABLE_PROCESSED_OUTPUT | ENABLE_WRAP_AT_EOL_OUTPUT;
+constexpr DWORD known_modes = first_mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING;
 
 /// Of the process's one terminal.
-std::atomic<DWORD> console_mode = FIRST_MODE;
+std::atomic<DWORD> console_mode = first_mode;
 
 bool is_console(HANDLE handle) {
     const open_descriptor target = descriptor_of(handle);
@@ -38,9 +38,9 @@ HANDLE GetStdHandle(DWORD which) {
     }
     // Windows knows no signal for a reader that has gone: the write fails.
     static const bool once = signal(SIGPIPE, SIG_IGN) != SIG_ERR;
-    static_cast<void>(once);
+    (void)once;
     descriptor_flags[number].store(
-        static_cast<u8>(OPEN | STANDARD | (number == 0 ? READABLE : WRITABLE)),
+        static_cast<u8>(opened | standard_stream | (number == 0 ? readable : writable)),
         std::memory_order_release);
     return handle_of(static_cast<int>(number));
 }
@@ -63,7 +63,7 @@ BOOL SetConsoleMode(HANDLE console, DWORD mode) {
     if (!is_console(console)) {
         return fail(ERROR_INVALID_HANDLE);
     }
-    if ((mode & ~KNOWN_MODES) != 0) {
+    if ((mode & ~known_modes) != 0) {
         return fail(ERROR_INVALID_PARAMETER);
     }
     console_mode = mode;

@@ -11,10 +11,10 @@
 #include <type_traits>
 
 int _wcsicmp(const WCHAR* a, const WCHAR* b) {
-    return _wcsnicmp(a, b, std::numeric_limits<std::size_t>::max());
+    return _wcsnicmp(a, b, std::numeric_limits<size_t>::max());
 }
 
-int _wcsnicmp(const WCHAR* a, const WCHAR* b, std::size_t count) {
+int _wcsnicmp(const WCHAR* a, const WCHAR* b, size_t count) {
     for (; count != 0; ++a, ++b, --count) {
         const int difference = towlower(*a) - towlower(*b);
         if (difference != 0 || *a == 0) {
@@ -41,12 +41,12 @@ errno_t refuse(errno_t error) {
 }
 
 /// Copies to target[used..]; a failure empties the target.
-errno_t copy_checked(WCHAR* target, std::size_t size_chars, std::size_t used, const WCHAR* text) {
+errno_t copy_checked(WCHAR* target, size_t size_chars, size_t used, const WCHAR* text) {
     if (text == nullptr) {
         *target = 0;
         return refuse(EINVAL);
     }
-    for (std::size_t i = used; i < size_chars; ++i) {
+    for (size_t i = used; i < size_chars; ++i) {
         target[i] = text[i - used];
         if (target[i] == 0) {
             return 0;
@@ -62,18 +62,18 @@ _invalid_parameter_handler _set_invalid_parameter_handler(_invalid_parameter_han
     return invalid_parameter.exchange(handler);
 }
 
-errno_t wcscpy_s(WCHAR* target, std::size_t size_chars, const WCHAR* text) {
+errno_t wcscpy_s(WCHAR* target, size_t size_chars, const WCHAR* text) {
     if (target == nullptr || size_chars == 0) {
         return refuse(EINVAL);
     }
     return copy_checked(target, size_chars, 0, text);
 }
 
-errno_t wcscat_s(WCHAR* target, std::size_t size_chars, const WCHAR* text) {
+errno_t wcscat_s(WCHAR* target, size_t size_chars, const WCHAR* text) {
     if (target == nullptr || size_chars == 0) {
         return refuse(EINVAL);
     }
-    std::size_t used = 0;
+    size_t used = 0;
     while (used < size_chars && target[used] != 0) {
         ++used;
     }
@@ -158,7 +158,7 @@ i64 _strtoi64(const char* text, char** end, int base) {
     return number_from_text<i64>(text, end, base);
 }
 
-int _snprintf(char* buffer, std::size_t room, const char* format, ...) {
+int _snprintf(char* buffer, size_t room, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     char* whole = nullptr;
@@ -167,7 +167,7 @@ int _snprintf(char* buffer, std::size_t room, const char* format, ...) {
     if (length < 0) {
         return -1;
     }
-    const std::size_t length_bytes = static_cast<std::size_t>(length);
+    const size_t length_bytes = static_cast<size_t>(length);
     std::memcpy(buffer, whole, std::min(room, length_bytes + 1));
     std::free(whole);
     return length_bytes > room ? -1 : length;

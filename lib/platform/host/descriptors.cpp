@@ -5,7 +5,7 @@
 
 namespace kr::host::detail {
 
-std::array<std::atomic<u8>, MAX_DESCRIPTORS> descriptor_flags;
+std::array<std::atomic<u8>, max_descriptors> descriptor_flags;
 
 HANDLE handle_of(int descriptor) {
     return reinterpret_cast<HANDLE>((static_cast<std::uintptr_t>(descriptor) + 1) * 8 + 4);

@@ -2,8 +2,6 @@
 /// and the records of calls need to know stands in a table beside them. Private to this directory.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <array>
 #include <atomic>
 #include <mutex>
@@ -11,17 +9,19 @@
 #include <sys/stat.h>
 #include <unordered_map>
 
+#include "platform/host/win_types.h"
+
 namespace kr::host::detail {
 
 /// Handles are 4 above a multiple of 8 (see handle_table.h): descriptor n is (n + 1) * 8 + 4.
-inline constexpr int MAX_DESCRIPTORS = 65536;
+inline constexpr int max_descriptors = 65536;
 
-inline constexpr u8 OPEN = 1;
-inline constexpr u8 READABLE = 2;
-inline constexpr u8 WRITABLE = 4;
-inline constexpr u8 STANDARD = 8;
+inline constexpr u8 opened = 1;
+inline constexpr u8 readable = 2;
+inline constexpr u8 writable = 4;
+inline constexpr u8 standard_stream = 8;
 /// What each descriptor is open for; 0 for those that are not ours.
-extern std::array<std::atomic<u8>, MAX_DESCRIPTORS> descriptor_flags;
+extern std::array<std::atomic<u8>, max_descriptors> descriptor_flags;
 
 HANDLE handle_of(int descriptor);
 
@@ -34,7 +34,7 @@ struct open_descriptor {
 inline open_descriptor descriptor_of(HANDLE handle) {
     const auto value = reinterpret_cast<std::uintptr_t>(handle);
     const std::uintptr_t number = value / 8 - 1;
-    if (value % 8 != 4 || number >= MAX_DESCRIPTORS) {
+    if (value % 8 != 4 || number >= max_descriptors) {
         return {-1, 0};
     }
     return {static_cast<int>(number), descriptor_flags[number].load(std::memory_order_acquire)};

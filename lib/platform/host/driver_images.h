@@ -1,9 +1,9 @@
 /// Images of kernel drivers: what a start checks. Private to this directory.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <string>
+
+#include "platform/host/win_types.h"
 
 namespace kr::host::detail {
 

@@ -1,12 +1,12 @@
 /// Armed faults and recorders: two short lists under one lock.
 #include "platform/host/fault.h"
 
+#include <algorithm>
+#include <mutex>
+
 #include "platform/host/handle_table.h"
 #include "platform/host/intercept.h"
 #include "platform/host/world.h"
-
-#include <algorithm>
-#include <mutex>
 
 namespace kr::host {
 
@@ -41,9 +41,9 @@ void change_lists(Change change) {
     const std::lock_guard hold(lists().lock);
     change(lists());
     if (lists().armed.empty() && lists().recorders.empty()) {
-        watched.fetch_and(~WATCH_CALLS, std::memory_order_relaxed);
+        watched.fetch_and(~watch_calls, std::memory_order_relaxed);
     } else {
-        watched.fetch_or(WATCH_CALLS, std::memory_order_relaxed);
+        watched.fetch_or(watch_calls, std::memory_order_relaxed);
     }
 }
 
@@ -121,9 +121,9 @@ std::vector<std::string> call_recorder::lines() const {
     return lines;
 }
 
-std::size_t call_recorder::count(std::string_view call) const {
+size_t call_recorder::count(std::string_view call) const {
     const std::lock_guard hold(lists().lock);
-    return static_cast<std::size_t>(std::ranges::count(state_->calls, call, &call_record::name));
+    return static_cast<size_t>(std::ranges::count(state_->calls, call, &call_record::name));
 }
 
 } // namespace kr::host

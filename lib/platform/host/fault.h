@@ -6,13 +6,13 @@
 /// safe from any thread.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/host/win_types.h"
 
 namespace kr::host {
 
@@ -76,7 +76,7 @@ public:
     [[nodiscard]] std::vector<call_record> calls() const;
     /// The calls so far as lines "NAME ARGUMENT" (the name alone where there is no argument).
     [[nodiscard]] std::vector<std::string> lines() const;
-    [[nodiscard]] std::size_t count(std::string_view call) const;
+    [[nodiscard]] size_t count(std::string_view call) const;
 
 private:
     std::shared_ptr<detail::recorder_state> state_;

@@ -1,33 +1,33 @@
 /// Opening, writing, closing and deleting files.
 #include "platform/host/files.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "platform/host/descriptors.h"
 #include "platform/host/intercept.h"
 #include "platform/host/last_error.h"
 #include "platform/host/paths.h"
 #include "platform/host/thread_handles.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace {
 
 using namespace kr::host;
 using namespace kr::host::detail;
 
-constexpr DWORD READS = GENERIC_READ | FILE_READ_DATA;
-constexpr DWORD WRITES = GENERIC_WRITE | FILE_WRITE_DATA;
+constexpr DWORD reads = GENERIC_READ | FILE_READ_DATA;
+constexpr DWORD writes = GENERIC_WRITE | FILE_WRITE_DATA;
 
 constexpr bool wants_write(DWORD access) {
-    return (access & (WRITES | FILE_APPEND_DATA)) != 0;
+    return (access & (writes | FILE_APPEND_DATA)) != 0;
 }
 
 /// What the other handles of the file have to share. Nothing for a handle that neither reads nor
 /// writes nor deletes: sharing does not concern it.
 constexpr DWORD needed_sharing(DWORD access) {
-    return ((access & READS) != 0 ? FILE_SHARE_READ : 0) |
+    return ((access & reads) != 0 ? FILE_SHARE_READ : 0) |
            (wants_write(access) ? FILE_SHARE_WRITE : 0) |
            ((access & DELETE) != 0 ? FILE_SHARE_DELETE : 0);
 }
@@ -50,9 +50,9 @@ int open_flags(DWORD access, DWORD disposition) {
     if (!wants_write(access)) {
         flags |= O_RDONLY;
     } else {
-        flags |= (access & READS) != 0 ? O_RDWR : O_WRONLY;
+        flags |= (access & reads) != 0 ? O_RDWR : O_WRONLY;
     }
-    if (wants_write(access) && (access & WRITES) == 0) {
+    if (wants_write(access) && (access & writes) == 0) {
         flags |= O_APPEND;
     }
     if (disposition == CREATE_NEW) {
@@ -64,14 +64,14 @@ int open_flags(DWORD access, DWORD disposition) {
 }
 
 u8 access_flags(DWORD access) {
-    return static_cast<u8>(OPEN | ((access & READS) != 0 ? READABLE : 0) |
-                           (wants_write(access) ? WRITABLE : 0));
+    return static_cast<u8>(opened | ((access & reads) != 0 ? readable : 0) |
+                           (wants_write(access) ? writable : 0));
 }
 
 /// Enters a freshly opened descriptor in the table, or says why it may not stay open.
 DWORD admit(int descriptor, const char* path, DWORD access, DWORD sharing, bool truncate) {
     struct stat status {};
-    if (descriptor >= MAX_DESCRIPTORS) {
+    if (descriptor >= max_descriptors) {
         return ERROR_TOO_MANY_OPEN_FILES;
     }
     if (fstat(descriptor, &status) != 0) {
@@ -90,8 +90,8 @@ DWORD admit(int descriptor, const char* path, DWORD access, DWORD sharing, bool 
         }
     }
     files().by_descriptor[descriptor] = {status.st_dev, status.st_ino, access, sharing, path};
-    descriptor_flags[static_cast<std::size_t>(descriptor)].store(access_flags(access),
-                                                                 std::memory_order_release);
+    descriptor_flags[static_cast<size_t>(descriptor)].store(access_flags(access),
+                                                            std::memory_order_release);
     return NO_ERROR;
 }
 
@@ -144,7 +144,7 @@ BOOL WriteFile(HANDLE file, const void* data, DWORD size_bytes, DWORD* written, 
         *written = 0;
     }
     const open_descriptor target = descriptor_of(file);
-    if ((target.flags & WRITABLE) == 0) {
+    if ((target.flags & writable) == 0) {
         return fail(target.flags == 0 ? ERROR_INVALID_HANDLE : ERROR_ACCESS_DENIED);
     }
     const char* const bytes = static_cast<const char*>(data);
@@ -172,11 +172,11 @@ BOOL CloseHandle(HANDLE handle) {
     if (file.flags == 0) {
         return close_thread_handle(handle) ? TRUE : fail(ERROR_INVALID_HANDLE);
     }
-    if ((file.flags & STANDARD) != 0) {
+    if ((file.flags & standard_stream) != 0) {
         return TRUE; // the process's own streams stay open for the C library
     }
     const std::lock_guard hold(files().lock);
-    auto& flags = descriptor_flags[static_cast<std::size_t>(file.number)];
+    auto& flags = descriptor_flags[static_cast<size_t>(file.number)];
     if (flags.exchange(0, std::memory_order_acq_rel) == 0) {
         return fail(ERROR_INVALID_HANDLE); // another thread was faster
     }

@@ -2,10 +2,10 @@
 /// files. Private to this directory.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <string>
 #include <string_view>
+
+#include "platform/host/win_types.h"
 
 namespace kr::host::detail {
 

@@ -1,12 +1,12 @@
 /// Numbers for open objects. Private to this directory.
 #pragma once
 
-#include "platform/types.h"
-
 #include <atomic>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+
+#include "platform/types.h"
 
 namespace kr::host::detail {
 

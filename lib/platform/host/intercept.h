@@ -1,8 +1,6 @@
 /// How the stand-in's calls meet injected faults and recorders. Private to this directory.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <atomic>
 #include <concepts>
 #include <functional>
@@ -10,11 +8,13 @@
 #include <string>
 #include <string_view>
 
+#include "platform/host/win_types.h"
+
 namespace kr::host::detail {
 
-inline constexpr u32 WATCH_CALLS = 1;
-inline constexpr u32 WATCH_STOPPED_CLOCK = 2;
-inline constexpr u32 WATCH_FIXED_OFFSET = 4;
+inline constexpr u32 watch_calls = 1;
+inline constexpr u32 watch_stopped_clock = 2;
+inline constexpr u32 watch_fixed_offset = 4;
 /// Which of the rare things are on: the one word that a call looks at when none is.
 extern std::atomic<u32> watched;
 
@@ -29,7 +29,7 @@ std::optional<injected> report_call(std::string_view call, const std::string& ar
 /// and runs only when someone watches. Callers hold no lock.
 template <typename... Describe>
 std::optional<injected> intercept(std::string_view call, const Describe&... describe) {
-    if ((watched.load(std::memory_order_relaxed) & WATCH_CALLS) == 0) [[likely]] {
+    if ((watched.load(std::memory_order_relaxed) & watch_calls) == 0) [[likely]] {
         return std::nullopt;
     }
     if constexpr (sizeof...(describe) == 0) {

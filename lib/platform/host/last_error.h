@@ -1,9 +1,9 @@
 /// What errno means as an error number. Private to this directory.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <string>
+
+#include "platform/host/win_types.h"
 
 namespace kr::host::detail {
 

@@ -15,12 +15,12 @@
 
 namespace {
 
-constexpr int LOOKS = 3;
+constexpr int looks_before_sleep = 3;
 /// A microsecond or two: the work of many short sections.
-constexpr int PAUSES_BEFORE_LOOK = 64;
+constexpr int pauses_before_look = 64;
 
 void stay_away() {
-    for (int i = 0; i < PAUSES_BEFORE_LOOK; ++i) {
+    for (int i = 0; i < pauses_before_look; ++i) {
 #if defined(__x86_64__)
         __builtin_ia32_pause();
 #else
@@ -42,7 +42,7 @@ namespace kr::host::detail {
 
 void enter_contended(CRITICAL_SECTION* section) {
     const DWORD self = GetCurrentThreadId();
-    for (int i = 0; i < LOOKS; ++i) {
+    for (int i = 0; i < looks_before_sleep; ++i) {
         stay_away();
         if (section->state.load(std::memory_order_relaxed) == 0 && take(section->state, self)) {
             return;

@@ -2,10 +2,10 @@
 /// lock.cpp.
 #pragma once
 
-#include "platform/host/threads.h"
-
 #include <atomic>
 #include <sys/single_threaded.h>
+
+#include "platform/host/threads.h"
 
 /// A recursive lock, for InitializeCriticalSection to DeleteCriticalSection only.
 struct CRITICAL_SECTION {

@@ -1,13 +1,13 @@
 /// System messages, debugger output and the event log.
 #include "platform/host/messages.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 #include "platform/host/handle_table.h"
 #include "platform/host/intercept.h"
 #include "platform/host/message_texts.h"
 #include "platform/host/world.h"
-
-#include <cstdio>
-#include <cstdlib>
 
 using namespace kr::host;
 using namespace kr::host::detail;

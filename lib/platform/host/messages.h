@@ -1,9 +1,9 @@
 /// The stand-in's system messages, debugger output and event log.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <cstdarg>
+
+#include "platform/host/win_types.h"
 
 inline constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
 inline constexpr DWORD FORMAT_MESSAGE_MAX_WIDTH_MASK = 0x00FF;

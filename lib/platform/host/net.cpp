@@ -1,13 +1,13 @@
 /// Name resolution with Winsock's interface: start-up count, a table of names, answers per thread.
 #include "platform/host/net.h"
 
-#include "platform/host/handle_table.h"
-#include "platform/host/intercept.h"
-#include "platform/host/world.h"
-
 #include <algorithm>
 #include <cstring>
 #include <strings.h>
+
+#include "platform/host/handle_table.h"
+#include "platform/host/intercept.h"
+#include "platform/host/world.h"
 
 namespace {
 

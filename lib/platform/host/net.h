@@ -3,9 +3,9 @@
 /// thread until its next call, as with Winsock.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <arpa/inet.h>
+
+#include "platform/host/win_types.h"
 
 /// IPv4 answers only. Defined here because the system's own header must not come along: its
 /// functions have the same names.

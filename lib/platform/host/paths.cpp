@@ -2,17 +2,17 @@
 /// folder.
 #include "platform/host/paths.h"
 
-#include "platform/host/files.h"
-#include "platform/host/fold.h"
-#include "platform/host/intercept.h"
-#include "platform/host/world.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <unistd.h>
 #include <vector>
+
+#include "platform/host/files.h"
+#include "platform/host/fold.h"
+#include "platform/host/intercept.h"
+#include "platform/host/world.h"
 
 namespace kr::host {
 
@@ -78,7 +78,7 @@ std::string drive_path(WCHAR letter, std::u16string_view rest) {
     std::vector<fs::path> way{fs::path(detail::drive_root()) /
                               std::string(1, static_cast<char>(detail::fold(letter)))};
     while (!rest.empty()) {
-        std::size_t length = 0;
+        size_t length = 0;
         while (length < rest.size() && !is_separator(rest[length])) {
             ++length;
         }
@@ -97,8 +97,8 @@ std::string drive_path(WCHAR letter, std::u16string_view rest) {
 
 /// The path without the dots and blanks that its last name ends in, unless that is "." or "..".
 std::u16string_view without_trailing_dots(std::u16string_view path) {
-    const std::size_t name = path.find_last_of(u"\\/:") + 1;
-    const std::size_t kept = path.find_last_not_of(u". ") + 1;
+    const size_t name = path.find_last_of(u"\\/:") + 1;
+    const size_t kept = path.find_last_not_of(u". ") + 1;
     return kept > name ? path.substr(0, kept) : path;
 }
 

@@ -1,10 +1,10 @@
 /// Windows paths to paths of the host system. Private to this directory.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <optional>
 #include <string>
+
+#include "platform/host/win_types.h"
 
 namespace kr::host::detail {
 

@@ -1,11 +1,11 @@
 /// Reading `.reg` text.
 #include "platform/host/reg_text.h"
 
+#include <cstring>
+
 #include "platform/host/fold.h"
 #include "platform/host/registry.h"
 #include "platform/host/text.h"
-
-#include <cstring>
 
 namespace kr::host::detail {
 
@@ -112,7 +112,7 @@ private:
     /// The name lasts to the last bracket of the line: names may hold brackets themselves.
     void read_key() {
         const bool deletes = take(u'-');
-        const std::size_t length = line_.rfind(u']');
+        const size_t length = line_.rfind(u']');
         require(length != std::u16string_view::npos, "a key without its closing bracket");
         std::u16string_view path = line_.substr(0, length);
         line_.remove_prefix(length + 1);
@@ -171,7 +171,7 @@ private:
     }
 
     WCHAR read_escape() {
-        const std::size_t which =
+        const size_t which =
             line_.empty() ? std::u16string_view::npos : reg_escapes.find(line_.front());
         require(which != std::u16string_view::npos, "an unknown escape in a text");
         line_.remove_prefix(1);
@@ -203,12 +203,12 @@ private:
     }
 
     /// One to `most` hexadecimal digits.
-    u32 read_number(std::size_t most) {
+    u32 read_number(size_t most) {
         constexpr std::u16string_view digits = u"0123456789ABCDEF";
         u32 number = 0;
-        std::size_t count = 0;
+        size_t count = 0;
         for (; !line_.empty(); ++count, line_.remove_prefix(1)) {
-            const std::size_t digit = digits.find(fold(line_.front()));
+            const size_t digit = digits.find(fold(line_.front()));
             if (digit == std::u16string_view::npos) {
                 break;
             }

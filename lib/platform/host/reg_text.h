@@ -1,9 +1,9 @@
 /// The registry's text form, `.reg` files of version 5.00. Private to this directory.
 #pragma once
 
-#include "platform/host/registry_tree.h"
-
 #include <string>
+
+#include "platform/host/registry_tree.h"
 
 namespace kr::host::detail {
 

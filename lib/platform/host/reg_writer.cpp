@@ -1,11 +1,11 @@
 /// Writing `.reg` text as the system's own export does, but that a list of bytes stays on one line.
 #include "platform/host/reg_text.h"
 
-#include "platform/host/registry.h"
-
 #include <cstdio>
 #include <cstring>
 #include <optional>
+
+#include "platform/host/registry.h"
 
 namespace kr::host::detail {
 
@@ -23,7 +23,7 @@ void append_hex(std::u16string& out, u32 number, int digits) {
 void append_quoted(std::u16string& out, std::u16string_view text) {
     out.push_back(u'"');
     for (const WCHAR unit : text) {
-        const std::size_t which = reg_escaped.find(unit);
+        const size_t which = reg_escaped.find(unit);
         if (which == std::u16string_view::npos) {
             out.push_back(unit);
         } else {
@@ -35,7 +35,7 @@ void append_quoted(std::u16string& out, std::u16string_view text) {
 
 /// The text of a string value whose every byte the quoted form keeps.
 std::optional<std::u16string> plain_string(const registry_value& value) {
-    const std::size_t bytes = value.data.size();
+    const size_t bytes = value.data.size();
     if (value.type != REG_SZ || bytes % sizeof(WCHAR) != 0 || bytes == 0) {
         return std::nullopt;
     }

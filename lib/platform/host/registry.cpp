@@ -1,11 +1,11 @@
 /// The registry's calls.
 #include "platform/host/registry.h"
 
-#include "platform/host/intercept.h"
-#include "platform/host/registry_store.h"
-
 #include <algorithm>
 #include <cstring>
+
+#include "platform/host/intercept.h"
+#include "platform/host/registry_store.h"
 
 namespace {
 
@@ -73,14 +73,14 @@ LONG create_path(HKEY parent, const WCHAR* given, HKEY* opened, DWORD* dispositi
 }
 
 /// Writes an answer that the caller may not have asked for.
-void give(DWORD* target, std::size_t number) {
+void give(DWORD* target, size_t number) {
     if (target != nullptr) {
         *target = static_cast<DWORD>(number);
     }
 }
 
 /// 234 when the name does not fit with its terminator.
-LONG give_name(std::u16string_view text, WCHAR* name, std::size_t room_chars) {
+LONG give_name(std::u16string_view text, WCHAR* name, size_t room_chars) {
     if (text.size() >= room_chars) {
         return ERROR_MORE_DATA;
     }
@@ -89,7 +89,7 @@ LONG give_name(std::u16string_view text, WCHAR* name, std::size_t room_chars) {
 }
 
 /// Whether a text of whole characters does not end in its terminator.
-bool lacks_terminator(DWORD type, const BYTE* data, std::size_t size) {
+bool lacks_terminator(DWORD type, const BYTE* data, size_t size) {
     WCHAR last = 0;
     const bool is_text = type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
     if (is_text && size != 0 && size % sizeof last == 0) {
@@ -102,8 +102,8 @@ bool lacks_terminator(DWORD type, const BYTE* data, std::size_t size) {
 /// terminator gets one where there is room; the size stays as stored. One variable may stand for
 /// type and size: the size is written last.
 LONG give_data(const registry_value& value, DWORD* type, BYTE* data, DWORD* data_bytes) {
-    const std::size_t room = data_bytes == nullptr ? 0 : *data_bytes;
-    const std::size_t size = value.data.size();
+    const size_t room = data_bytes == nullptr ? 0 : *data_bytes;
+    const size_t size = value.data.size();
     give(type, value.type);
     give(data_bytes, size);
     if (data == nullptr) {
@@ -121,7 +121,7 @@ LONG give_data(const registry_value& value, DWORD* type, BYTE* data, DWORD* data
 
 /// The size to be stored: Windows looks at the unit behind a string that was given without its
 /// terminator, and takes it along when it is one.
-std::size_t stored_size(DWORD type, const BYTE* data, std::size_t size) {
+size_t stored_size(DWORD type, const BYTE* data, size_t size) {
     WCHAR behind = 1;
     if (lacks_terminator(type, data, size)) {
         std::memcpy(&behind, data + size, sizeof behind);

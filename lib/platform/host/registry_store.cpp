@@ -1,10 +1,6 @@
 /// The registry's lock, handles and file.
 #include "platform/host/registry_store.h"
 
-#include "platform/host/last_error.h"
-#include "platform/host/reg_text.h"
-#include "platform/host/world.h"
-
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +8,10 @@
 #include <fstream>
 #include <sstream>
 #include <unistd.h>
+
+#include "platform/host/last_error.h"
+#include "platform/host/reg_text.h"
+#include "platform/host/world.h"
 
 namespace kr::host {
 

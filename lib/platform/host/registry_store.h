@@ -2,12 +2,12 @@
 /// directory.
 #pragma once
 
+#include <mutex>
+#include <string>
+
 #include "platform/host/handle_table.h"
 #include "platform/host/registry.h"
 #include "platform/host/registry_tree.h"
-
-#include <mutex>
-#include <string>
 
 namespace kr::host::detail {
 

@@ -1,10 +1,10 @@
 /// The registry's tree.
 #include "platform/host/registry_tree.h"
 
-#include "platform/host/fold.h"
-
 #include <algorithm>
 #include <iterator>
+
+#include "platform/host/fold.h"
 
 namespace kr::host::detail {
 
@@ -31,7 +31,7 @@ std::shared_ptr<registry_key> registry_key::find_subkey(std::u16string_view subk
     return found == subkeys_.end() ? nullptr : found->second;
 }
 
-const registry_key& registry_key::subkey_at(std::size_t index) {
+const registry_key& registry_key::subkey_at(size_t index) {
     std::advance(place_, static_cast<std::ptrdiff_t>(index - index_));
     index_ = index;
     return *place_->second;
@@ -95,7 +95,7 @@ void registry_key::mark_deleted() {
 }
 
 bool is_key_path(std::u16string_view path) {
-    std::size_t depth = 0;
+    size_t depth = 0;
     for (auto name = take_key_name(path); !name.empty(); name = take_key_name(path)) {
         if (name.size() > max_key_name_chars ||
             name.find_first_of(u"\r\n") != std::u16string_view::npos || ++depth > max_key_depth) {

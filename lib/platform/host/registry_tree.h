@@ -2,8 +2,6 @@
 /// data without a lock (see registry_store.h). Private to this directory.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <deque>
 #include <map>
 #include <memory>
@@ -12,12 +10,14 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/host/win_types.h"
+
 namespace kr::host::detail {
 
-inline constexpr std::size_t max_key_name_chars = 255;
+inline constexpr size_t max_key_name_chars = 255;
 /// Levels below the root.
-inline constexpr std::size_t max_key_depth = 512;
-inline constexpr std::size_t max_value_name_chars = 16383;
+inline constexpr size_t max_key_depth = 512;
+inline constexpr size_t max_value_name_chars = 16383;
 
 struct registry_value {
     std::u16string name;
@@ -40,7 +40,7 @@ public:
     [[nodiscard]] const subkey_map& subkeys() const { return subkeys_; }
     /// Takes as many steps as the index is away from the last look, or after a change from the
     /// first subkey: a walk takes one each.
-    [[nodiscard]] const registry_key& subkey_at(std::size_t index);
+    [[nodiscard]] const registry_key& subkey_at(size_t index);
     /// Null when there is none.
     [[nodiscard]] std::shared_ptr<registry_key> find_subkey(std::u16string_view subkey) const;
     /// The subkey must not be there yet.
@@ -58,9 +58,9 @@ public:
     bool remove_value(std::u16string_view value);
 
     /// The longest that the key has had: deleting shortens nothing.
-    [[nodiscard]] std::size_t longest_subkey_chars() const { return longest_subkey_chars_; }
-    [[nodiscard]] std::size_t longest_value_name_chars() const { return longest_value_name_chars_; }
-    [[nodiscard]] std::size_t longest_data_bytes() const { return longest_data_bytes_; }
+    [[nodiscard]] size_t longest_subkey_chars() const { return longest_subkey_chars_; }
+    [[nodiscard]] size_t longest_value_name_chars() const { return longest_value_name_chars_; }
+    [[nodiscard]] size_t longest_data_bytes() const { return longest_data_bytes_; }
 
     /// From the root on.
     [[nodiscard]] std::u16string path() const;
@@ -76,14 +76,14 @@ private:
     subkey_map subkeys_;
     /// Where the last look at a subkey was.
     subkey_map::const_iterator place_ = subkeys_.begin();
-    std::size_t index_ = 0;
+    size_t index_ = 0;
     value_list values_;
     /// By the name without regard to case.
     std::unordered_map<std::u16string, registry_value*> value_index_;
     u64 last_made_ = 0;
-    std::size_t longest_subkey_chars_ = 0;
-    std::size_t longest_value_name_chars_ = 0;
-    std::size_t longest_data_bytes_ = 0;
+    size_t longest_subkey_chars_ = 0;
+    size_t longest_value_name_chars_ = 0;
+    size_t longest_data_bytes_ = 0;
 };
 
 inline std::shared_ptr<registry_key> make_root() {

@@ -1,14 +1,14 @@
 /// Resources of the running executable: a short table.
 #include "platform/host/resources.h"
 
+#include <algorithm>
+#include <deque>
+#include <mutex>
+
 #include "platform/host/fold.h"
 #include "platform/host/handle_table.h"
 #include "platform/host/intercept.h"
 #include "platform/host/world.h"
-
-#include <algorithm>
-#include <deque>
-#include <mutex>
 
 /// The record behind a HRSRC.
 struct HRSRC__ {

@@ -2,9 +2,9 @@
 /// Windows, a program adds here at its start.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <span>
+
+#include "platform/host/win_types.h"
 
 using HRSRC = struct HRSRC__*;
 using HGLOBAL = void*;

@@ -1,18 +1,18 @@
 /// The service manager: a table of services under one lock, and handles on it.
 #include "platform/host/services.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <optional>
+#include <utility>
+#include <vector>
+
 #include "platform/host/driver_images.h"
 #include "platform/host/fold.h"
 #include "platform/host/handle_table.h"
 #include "platform/host/intercept.h"
 #include "platform/host/paths.h"
 #include "platform/host/world.h"
-
-#include <algorithm>
-#include <cstdlib>
-#include <optional>
-#include <utility>
-#include <vector>
 
 namespace {
 

@@ -1,15 +1,15 @@
 /// UTF-8 and UTF-16: one decoder and one encoder each way, for the rest of the stand-in.
 #include "platform/host/text.h"
 
-#include "platform/host/world.h"
-
 #include <cstring>
+
+#include "platform/host/world.h"
 
 namespace kr::host::detail {
 
 namespace {
 
-constexpr char32_t REPLACEMENT = 0xFFFD;
+constexpr char32_t replacement = 0xFFFD;
 
 constexpr bool is_lead_surrogate(char32_t unit) {
     return unit >= 0xD800 && unit < 0xDC00;
@@ -44,15 +44,15 @@ void append_utf16(std::u16string& out, char32_t point) {
 /// Takes one character off the front of `text`; a broken sequence gives no value and takes its
 /// longest valid beginning, one byte at the least.
 bool take_utf8(std::string_view& text, char32_t& point) {
-    const auto byte_at = [&](std::size_t i) {
+    const auto byte_at = [&](size_t i) {
         return static_cast<u8>(text[i]);
     };
     const u8 lead = byte_at(0);
-    std::size_t length = lead < 0x80                   ? 1U
-                         : lead >= 0xC2 && lead < 0xE0 ? 2U
-                         : lead >= 0xE0 && lead < 0xF0 ? 3U
-                         : lead >= 0xF0 && lead < 0xF5 ? 4U
-                                                       : 0U;
+    size_t length = lead < 0x80                   ? 1U
+                    : lead >= 0xC2 && lead < 0xE0 ? 2U
+                    : lead >= 0xE0 && lead < 0xF0 ? 3U
+                    : lead >= 0xF0 && lead < 0xF5 ? 4U
+                                                  : 0U;
     if (length <= 1) {
         point = lead;
         text.remove_prefix(1);
@@ -62,7 +62,7 @@ bool take_utf8(std::string_view& text, char32_t& point) {
     const u8 lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     const u8 highest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
     point = lead & (0x7FU >> length);
-    std::size_t taken = 1;
+    size_t taken = 1;
     for (; taken < length && taken < text.size(); ++taken) {
         const u8 byte = byte_at(taken);
         if (byte < (taken == 1 ? lowest : 0x80) || byte > (taken == 1 ? highest : 0xBF)) {
@@ -83,7 +83,7 @@ bool decode_utf8(std::string_view text, std::u16string& out) {
         char32_t point = 0;
         if (!take_utf8(text, point)) {
             whole = false;
-            point = REPLACEMENT;
+            point = replacement;
         }
         append_utf16(out, point);
     }
@@ -97,13 +97,13 @@ namespace kr::host {
 std::string to_utf8(std::u16string_view text) {
     std::string out;
     out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    for (size_t i = 0; i < text.size(); ++i) {
         char32_t point = text[i];
         if (detail::is_lead_surrogate(point) && i + 1 < text.size() &&
             detail::is_trail_surrogate(text[i + 1])) {
             point = 0x10000 + ((point - 0xD800) << 10) + (text[++i] - 0xDC00U);
         } else if (detail::is_lead_surrogate(point) || detail::is_trail_surrogate(point)) {
-            point = detail::REPLACEMENT;
+            point = detail::replacement;
         }
         detail::append_utf8(out, point);
     }

@@ -1,10 +1,10 @@
 /// Text encodings of the stand-in. Private to this directory.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <string>
 #include <string_view>
+
+#include "platform/host/win_types.h"
 
 namespace kr::host::detail {
 

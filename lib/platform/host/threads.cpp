@@ -1,16 +1,16 @@
 /// Threads and priorities on the standard library's threads.
 #include "platform/host/threads.h"
 
-#include "platform/host/handle_table.h"
-#include "platform/host/intercept.h"
-#include "platform/host/thread_handles.h"
-
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
+
+#include "platform/host/handle_table.h"
+#include "platform/host/intercept.h"
+#include "platform/host/thread_handles.h"
 
 namespace {
 

@@ -3,13 +3,13 @@
 /// reset makes their handles stale.
 #pragma once
 
-#include "platform/host/win_types.h"
-
 #include <functional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/host/win_types.h"
 
 namespace kr::host {
 
