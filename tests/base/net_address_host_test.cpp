@@ -1,14 +1,11 @@
 /// Names of hosts, from the table of the stand-in's world.
 #include "base/convert/net_address.h"
-#include "support/captured_log.h"
 #include "support/guarded_buffer.h"
 #include "support/host/world.h"
-#include "support/system.h"
 
 namespace {
 
 using namespace kr::test;
-using kr::host::armed_fault;
 
 /// That a name does not resolve every system can say.
 TEST(HostNames, AreHeldToTheirRoomAndSilentWhereThereIsNone) {

@@ -7,12 +7,10 @@
 #include "log/startup/module.h"
 #include "platform/vectors.h"
 #include "support/host/world.h"
-#include "support/system.h"
 
 namespace {
 
 using namespace kr::test;
-using kr::host::armed_fault;
 
 std::atomic<int> ran;
 void run(void*) { ++ran; }

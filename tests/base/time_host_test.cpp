@@ -1,14 +1,11 @@
 /// Clocks that stand still, cannot be read, or have run for long.
 #include "base/time/time.h"
 #include "log/startup/module.h"
-#include "support/captured_log.h"
 #include "support/host/world.h"
-#include "support/system.h"
 
 namespace {
 
 using namespace kr::test;
-using kr::host::armed_fault;
 
 TEST(Uptime, PicksTheFinestUnitThatHoldsIt) {
     const fresh_world world;
@@ -20,7 +17,7 @@ TEST(Uptime, PicksTheFinestUnitThatHoldsIt) {
         {18'446'744'073'709'552, 0, 1'844'674'407}};
     // clang-format on
     for (const auto& [ticks, unit, count] : rows) {
-        kr::host::stop_clock(0, ticks);
+        stop_clock(0, ticks);
         kr_time t{};
         EXPECT_EQ(kr_time_get_uptime(&t), ok);
         EXPECT_EQ(std::tuple(t.unit, t.count, t.relative), std::tuple(unit, count, 1u)) << ticks;
@@ -39,9 +36,9 @@ TEST(Clocks, FailuresAreLoggedAndWrapped) {
         EXPECT_THAT(log.take(), ElementsAre(line + call + " failed! ErrorCode = 50"));
     }
     kr_time t{};
-    kr::host::stop_clock(u64{184'467'440'737'095'516}, 0);
+    stop_clock(u64{184'467'440'737'095'516}, 0);
     EXPECT_EQ(kr_time_get_current(&t), ok);
-    kr::host::stop_clock(u64{184'467'440'737'095'517}, 0);
+    stop_clock(u64{184'467'440'737'095'517}, 0);
     EXPECT_EQ(kr_time_get_current(&t), overflow);
     EXPECT_EQ(kr_time_since(&t, &t), overflow);
     EXPECT_EQ(log.take().size(), 1u);

@@ -11,13 +11,10 @@
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 #include "support/host/world.h"
-#include "support/system.h"
 
 namespace {
 
 using kr::detail::log_main_slot;
-using kr::host::armed_fault;
-using kr::host::stop_clock;
 using namespace kr::test;
 
 void say(const char* text) { kr_log(1, KR_LOG_INFO, "p", "f", "%s", text); }

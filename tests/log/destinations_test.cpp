@@ -133,9 +133,10 @@ TEST(Utf8, EncodesAtEveryOffset) {
     // ASCII is packed by vectors: what is not ASCII, or a newline, stands at every place of them.
     // clang-format off
     const std::pair<const kr_char*, const char*> rows[] = {
-        {KR_TEXT("\n"), "\r\n"}, {KR_TEXT("\x7F"), "\x7F"}, {KR_TEXT("\x80"), "\xC2\x80"}, {KR_TEXT("\x7FF"), "\xDF\xBF"},
-        {KR_TEXT("\x800"), "\xE0\xA0\x80"}, {KR_TEXT("\xFFFF"), "\xEF\xBF\xBF"}, {KR_TEXT("\U0001F600"), "\xF0\x9F\x98\x80"},
-        {KR_TEXT("\xDE00\xD83D"), "\xEF\xBF\xBD\xEF\xBF\xBD"}, {KR_TEXT("\xD83Dx"), "\xEF\xBF\xBDx"}};
+        {KR_TEXT("\n"), "\r\n"}, {KR_TEXT("\x7F"), "\x7F"}, {KR_TEXT("\x80"), "\xC2\x80"},
+        {KR_TEXT("\x7FF"), "\xDF\xBF"}, {KR_TEXT("\x800"), "\xE0\xA0\x80"}, {KR_TEXT("\xFFFF"), "\xEF\xBF\xBF"},
+        {KR_TEXT("\U0001F600"), "\xF0\x9F\x98\x80"}, {KR_TEXT("\xDE00\xD83D"), "\xEF\xBF\xBD\xEF\xBF\xBD"},
+        {KR_TEXT("\xD83Dx"), "\xEF\xBF\xBDx"}};
     // clang-format on
     for (const auto& [odd, bytes] : rows) {
         for (u32 at = 0; at < 40; ++at) {

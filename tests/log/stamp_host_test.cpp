@@ -1,14 +1,11 @@
 /// Stamps and profile lines by stopped clocks.
 #include "log/core.h"
 #include "log/layout.h"
-#include "support/captured_log.h"
 #include "support/host/world.h"
-#include "support/system.h"
 
 namespace {
 
 using kr::detail::log_main_slot;
-using kr::host::stop_clock;
 using namespace kr::test;
 using testing::StartsWith;
 

@@ -4,12 +4,10 @@
 #include "support/failing_allocator.h"
 #include "support/fresh_registry.h"
 #include "support/host/world.h"
-#include "support/system.h"
 
 namespace {
 
 using kr::detail::log_main_slot;
-using kr::host::armed_fault;
 using namespace kr::test;
 
 TEST(LogModule, StartsWritesAndStops) {
@@ -18,7 +16,7 @@ TEST(LogModule, StartsWritesAndStops) {
     kr::host::set_debug_sink([&](kr::host::debug_source /*source*/, std::u16string_view text) {
         shown += kr::host::to_utf8(text);
     });
-    kr::host::stop_clock(noon_ticks, 0);
+    stop_clock(noon_ticks, 0);
     const open_settings domain, group(domain, "log");
     group.plant("formatting", "3");
     for (u32 round = 0; round < 2; ++round) {

@@ -6,7 +6,6 @@
 
 #include "platform/host/reg_text.h"
 #include "support/host/world.h"
-#include "support/system.h"
 
 namespace {
 

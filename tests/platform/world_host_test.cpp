@@ -2,7 +2,6 @@
 #include <thread>
 
 #include "support/host/world.h"
-#include "support/system.h"
 
 namespace {
 

@@ -10,13 +10,12 @@
 #include "probe.h"
 #include "scope_guard.h"
 #include "support/host/world.h"
-#include "support/system.h"
 
 namespace {
 
-using kr::host::armed_fault;
 using kr::host::fault_plan;
 using kr::host::to_utf8;
+using kr::test::armed_fault;
 
 constexpr const kr_char* driver_path = KR_TEXT("C:\\Windows\\System32\\drivers\\krdummy.sys");
 
@@ -131,9 +130,11 @@ const auto somebody_creates_it = [] { (void)create_service(u"KRDUMMY", u"C:\\old
 const struct { fault_plan plan; std::string ending; } fault_rows[] = {
     {{"SHGetFolderPathW", 0x80070002}, "0 1 - -" + whole +
      "W kr::get_driver_path: Unable to SHGetFolderPathW(CSIDL_SYSTEM). HRESULT = 80070002\n" + supported},
-    {{"FindResourceW", 1814}, "1 - - -:\n" + no_driver("Unable to find the embedded driver resource, error code = 1814")},
+    {{"FindResourceW", 1814},
+     "1 - - -:\n" + no_driver("Unable to find the embedded driver resource, error code = 1814")},
     {{.call = "SizeofResource", .amount = 0}, "1 - - -:\n" + no_driver("Embedded driver resource has zero size")},
-    {{"LoadResource", 8}, "1 - - -:\n" + no_driver("Unable to load the embedded driver resource into memory, error code = 8")},
+    {{"LoadResource", 8},
+     "1 - - -:\n" + no_driver("Unable to load the embedded driver resource into memory, error code = 8")},
     {{"LockResource"}, "1 - - -:\n" + no_driver("Unable to lock the embedded driver into memory")},
     {{"CreateFileW", 5}, "1 - - -:\n" + no_driver(
      "Unable to create the file where the embedded driver is to be extracted (" + path + "), error code = 5")},

@@ -53,7 +53,8 @@ struct copier {
     kr_result (*copy)(handle from, handle to);
 };
 // clang-format off
-#define COPIER(type) {#type, [](handle a, handle b) { return copy(kr_settings_get_##type, kr_settings_set_##type, a, b); }}
+#define COPIER(type) \
+    {#type, [](handle a, handle b) { return copy(kr_settings_get_##type, kr_settings_set_##type, a, b); }}
 // clang-format on
 
 class TypedSettings : public testing::Test {

@@ -5,9 +5,13 @@
 #include "base/time/time.h"
 #include "platform/host/fault.h"
 #include "platform/host/world.h"
-#include "support/suite.h"
+#include "support/captured_log.h"
+#include "support/system.h"
 
 namespace kr::test {
+
+using host::armed_fault;
+using host::stop_clock;
 
 /// The world is at its start when the scope begins and when it ends.
 struct fresh_world : pinned {
