@@ -6,6 +6,7 @@
 
 #include "models/address_model.h"
 #include "models/guid_model.h"
+#include "models/multi_string_model.h"
 #include "models/narrow_text_model.h"
 #include "models/number_model.h"
 #include "models/wide_text_model.h"
@@ -54,6 +55,7 @@ constexpr struct {
 } text_models[] = {
     {check_address, "address_fuzz", "0123456789012...."},
     {check_guid, "guid_fuzz", "0123456789abcdefABCDEF0123456789{-}"},
+    {check_multi_string, "multi_string_fuzz", "abcdefgh;;\\\\\n"},
     {check_narrow_text, "narrow_text_fuzz", "abcxyz \xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\x7F"},
     {check_number, "number_fuzz", "012345678901234567890123456789xX-+aF \t./:"},
     {check_wide_text, "wide_text_fuzz", "aabbccAABBxyz\x01 @[`{"},

@@ -1,4 +1,4 @@
-/// The same models, and lists, descriptions and formats, where every text and every output begins or
+/// The same models, and descriptions and formats, where every text and every output begins or
 /// ends at a page that cannot be read: the vector walks read whole vectors, never another page.
 #include "text_models.h"
 
@@ -7,8 +7,6 @@
 #include "base/memory/memory.h"
 #include "printf/printf.h"
 #include "result/descriptions.h"
-#include "settings/multi_string.h"
-#include "support/string_array.h"
 
 namespace {
 
@@ -63,17 +61,6 @@ private:
     static inline std::vector<u8*> free_;
 };
 
-void check_list(std::span<const u8> input) {
-    const exact_text<kr_char> text{text_of(input)};
-    kr::owned_strings list, again;
-    expect(kr_array_string_new(list.out()) == ok && kr_array_string_new(again.out()) == ok);
-    if (kr_result_failed(kr_settings_parse_multi_string(text, list.get()))) { return; }
-    kr::owned_text composed;
-    expect(kr_settings_compose_multi_string(list.get(), composed.out()) == ok);
-    expect(kr_settings_parse_multi_string(composed.get(), again.get()) == ok);
-    expect(items_of(list) == items_of(again));
-}
-
 void check_description(std::span<const u8> input) {
     kr_result result = 0;
     std::memcpy(&result, input.data(), std::min(input.size(), sizeof result));
@@ -102,7 +89,6 @@ TEST(TextModels, AgreeAtTheEdgeOfReadableMemory) {
     for (const bool at_end : {true, false}) {
         const page_memory memory(at_end);
         for (const auto& [check, seeds, alphabet] : text_models) { run_model(check, seeds, alphabet, 1500); }
-        run_model(check_list, "wide_text_fuzz", "ab|\\;\n", 500);
         run_model(check_description, "guid_fuzz", "\x02\x82\x03\x83\x01", 500);
         run_model(check_format, "narrow_text_fuzz", "abc", 500);
     }

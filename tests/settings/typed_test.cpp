@@ -2,8 +2,6 @@
 /// and what it says about values that it refuses.
 #include "settings/typed.h"
 
-#include <random>
-
 #include "base/convert/guid.h"
 #include "settings/multi_string.h"
 #include "support/failing_allocator.h"
@@ -202,35 +200,6 @@ TEST_F(TypedSettings, StoreOddValues) {
               "W kr_settings_set_multi_string: Unable to compose multi string from array of strings. "
               "Result is 0x8200000C\n"
               "W kr_settings_group_open: Unable to open subkey 'g', error code = 6\n");
-}
-
-TEST_F(TypedSettings, MultiStringsComposeAsAPlainLoopWould) {
-    std::mt19937 random(1);
-    for (int round = 0; round < 3000; ++round) {
-        wide text, stored[3];
-        kr_char* pointers[3];
-        std::vector<std::string> given(random() % 4);
-        for (u32 index = 0; index < given.size(); ++index) {
-            wide& item = stored[index];
-            for (auto length = random() % 40; length != 0; --length) {
-                item += KR_TEXT("ab;\\")[random() % (round % 2 == 0 ? 4 : 2)];
-                text += wide(item.back() == ';' || item.back() == '\\' ? 1 : 0, '\\') + item.back();
-            }
-            text += KR_TEXT(';');
-            given[index] = utf8(item.c_str());
-            item += wide(1, 0) + wide(15, ';'); // what lies behind an item does not count
-            pointers[index] = item.data();
-        }
-        const kr_array_string array = {3, static_cast<u32>(given.size()), pointers};
-        const failing_allocator allocator;
-        kr::owned_text composed;
-        EXPECT_EQ(kr_settings_compose_multi_string(&array, composed.out()), ok);
-        EXPECT_EQ(composed.get(), text);
-        EXPECT_EQ(allocator.last_size(), (text.size() + 1) * sizeof(kr_char));
-        const kr::owned_strings read = array_of({});
-        EXPECT_EQ(kr_settings_parse_multi_string(composed.get(), read.get()), ok);
-        EXPECT_EQ(items_of(read), given);
-    }
 }
 
 TEST_F(TypedSettings, MultiStringsLeaveNothingBehindWhenMemoryRunsOut) {
