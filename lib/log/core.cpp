@@ -32,21 +32,6 @@ using kr::detail::thread_label;
 
 constexpr size_t line_size = line_capacity * sizeof(kr_char);
 
-/// The labels of the threads that logged last, so that a line normally needs no lock of the
-/// thread table's.
-struct label_cache_entry {
-    u32 thread_id;
-    u32 generation;
-    thread_label label;
-};
-constexpr u32 label_cache_size = 16;
-
-/// Thread ids are multiples of 4 on Windows and consecutive elsewhere.
-constexpr u32 label_cache_index(u32 thread_id) {
-    return (thread_id ^ thread_id >> 4) % label_cache_size;
-}
-static_assert(label_cache_index(~0u) < label_cache_size);
-
 /// What the output lock guards.
 struct {
     kr_mutex lock;
@@ -55,25 +40,13 @@ struct {
     kr::detail::stamp_clock clock;
     kr_char message[line_capacity];
     kr_char line[line_capacity];
-    label_cache_entry labels[label_cache_size];
+    kr::detail::thread_label_cache labels;
 } output;
 
 constinit std::atomic<u64> profile_threshold_ms = 0;
 
 /// The id of the thread that is inside the log, 0 when none: only that thread can find its own id.
 constinit std::atomic<u32> inside = 0;
-
-/// The caller holds the output lock.
-const thread_label& label_of(u32 thread_id) {
-    label_cache_entry& entry = output.labels[label_cache_index(thread_id)];
-    const u32 generation = kr::detail::thread_label_generation.load(std::memory_order_acquire);
-    if (entry.thread_id != thread_id || entry.generation != generation) {
-        kr::detail::thread_table_label(thread_id, &entry.label);
-        entry.thread_id = thread_id;
-        entry.generation = generation;
-    }
-    return entry.label;
-}
 
 /// A thread's stay inside the log: holds the output lock and the re-entry mark. Not admitted when
 /// the thread is inside already, may not block, or is muted.
@@ -85,7 +58,7 @@ public:
             return;
         }
         EnterCriticalSection(kr::detail::section_of(&output.lock));
-        label_ = &label_of(thread_id_);
+        label_ = &output.labels.of(thread_id_);
         if (label_->muted) {
             label_ = nullptr;
             LeaveCriticalSection(kr::detail::section_of(&output.lock));
@@ -335,9 +308,7 @@ namespace kr::detail {
 
 kr_result log_core_start() {
     output.clock.clear();
-    for (label_cache_entry& entry : output.labels) {
-        entry = {};
-    }
+    output.labels = {};
     kr_result result = kr_mutex_init(&output.lock);
     if (kr_result_failed(result)) {
         return result;

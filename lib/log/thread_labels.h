@@ -30,6 +30,36 @@ void thread_table_forget_names();
 inline constinit std::atomic<u32> thread_label_generation = 1;
 void thread_table_label(u32 thread_id, thread_label* out);
 
+/// The labels of the threads that logged last, so that a line normally needs no lock of the
+/// table's. For one thread at a time.
+class thread_label_cache {
+public:
+    /// Valid until the next call.
+    const thread_label& of(u32 thread_id) {
+        entry& kept = entries_[index_of(thread_id)];
+        const u32 generation = thread_label_generation.load(std::memory_order_acquire);
+        if (kept.thread_id != thread_id || kept.generation != generation) {
+            thread_table_label(thread_id, &kept.label);
+            kept.thread_id = thread_id;
+            kept.generation = generation;
+        }
+        return kept.label;
+    }
+
+private:
+    struct entry {
+        u32 thread_id;
+        u32 generation;
+        thread_label label;
+    };
+    static constexpr u32 size = 16;
+
+    /// Thread ids are multiples of 4 on Windows and consecutive elsewhere.
+    static constexpr u32 index_of(u32 thread_id) { return (thread_id ^ thread_id >> 4) % size; }
+
+    entry entries_[size] = {};
+};
+
 inline constexpr u32 maximum_depth = 20;
 /// The thread's call depth; 0 when it is not tracked.
 [[nodiscard]] u32 thread_table_depth(u32 thread_id);
