@@ -2,10 +2,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "base/product.h"
 #include "models/memvec_model.h"
-
-constinit const kr_product_record kr_product = {"krfuzz", KR_TEXT("tools"), KR_TEXT("Korinth")};
+#include "target.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, size_t size) {
     static const bool started = kr_result_succeeded(kr_memvec_init());

@@ -11,22 +11,14 @@
 #include <string>
 #include <vector>
 
-#include "base/product.h"
 #include "models/printf_model.h"
 #include "printf/printf.h"
-
-constinit const kr_product_record kr_product = {"fuzz", KR_TEXT("tools"), KR_TEXT("Korinth")};
+#include "target.h"
 
 namespace {
 
 constexpr kr_result too_small = 0x82000021;
 constexpr kr_result no_room_at_all = 0x82000003; // of a description
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 /// Exactly `size` bytes on the heap, so that the sanitizer sees the first byte behind them.
 std::unique_ptr<kr_char[], decltype(&std::free)> room_of(size_t size) {

@@ -1,4 +1,4 @@
-/// What the targets share. Each target is one source, so the program's product record stands here.
+/// What the targets share. Each is one source, so the product record of its program stands here.
 #pragma once
 
 #include <cstdio>
