@@ -203,7 +203,9 @@ TEST_F(TypedSettings, StoreOddValues) {
 }
 
 TEST_F(TypedSettings, MultiStringsLeaveNothingBehindWhenMemoryRunsOut) {
-    const kr::owned_strings source = array_of(std::vector<std::string>(12, "a;b\\c"));
+    std::vector<std::string> items(12, "a;b\\c");
+    items.back() = "x";
+    const kr::owned_strings source = array_of(items);
     sweep_allocations([&] {
         kr::owned_text text;
         kr_array_string array = {};
@@ -215,6 +217,8 @@ TEST_F(TypedSettings, MultiStringsLeaveNothingBehindWhenMemoryRunsOut) {
         kr_memory_deallocate_hook(array.items);
         return result;
     });
+    EXPECT_THAT(said(log_, "07"),
+                testing::HasSubstr("add string 'x' to array string. Result is 0x82000002\n"));
 }
 
 } // namespace
