@@ -1,10 +1,9 @@
 /// The engine through its entry points: output, sizes, refusals, and what it says in the log.
 #include "printf/printf.h"
 
-#include <regex>
-
 #include "support/captured_log.h"
 #include "support/checked_format.h"
+#include "support/replaced.h"
 
 namespace {
 
@@ -74,10 +73,10 @@ TEST(Engine, WidensBytesAsSignedCharacters) {
 
 /// The lines so far, joined by " / ", as "C..parse_flags: Enter ()".
 std::string steps(captured_log& log) {
-    static const std::regex name("^([CDW]) 05 (\\.*)kr_printf_format_?");
     std::string lines;
     for (const std::string& line : log.take()) {
-        lines += (lines.empty() ? "" : " / ") + std::regex_replace(line, name, "$1$2");
+        lines +=
+            (lines.empty() ? "" : " / ") + replaced(line, "^([CDW]) 05 (\\.*)kr_printf_format_?", "$1$2");
     }
     return lines;
 }

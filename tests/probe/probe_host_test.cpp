@@ -2,7 +2,6 @@
 /// what it says, in which order it cleans up, what it leaves behind.
 #include <cstring>
 #include <map>
-#include <regex>
 
 #include "log/log.h"
 #include "log/startup/log_module.h"
@@ -10,6 +9,7 @@
 #include "probe.h"
 #include "scope_guard.h"
 #include "support/host/world.h"
+#include "support/replaced.h"
 
 namespace {
 
@@ -60,10 +60,10 @@ protected:
     /// clean-up in its order; then what the kernel says and "LEVEL FUNCTION: MESSAGE" for each line.
     std::string run(const fault_plan& plan = {}, u32 main_mask = 7) {
         // "krtest:________:0000002A; W(02); TEXT; FUNCTION()\n", perhaps behind a stamp.
-        static const std::regex form(".*([A-Z])\\(02\\); (.*); ([^;]*)\\(\\)\n");
+        const char* const form = ".*([A-Z])\\(02\\); (.*); ([^;]*)\\(\\)\n";
         std::string messages, cleanup, services;
         kr::host::set_debug_sink([&](kr::host::debug_source, std::u16string_view text) {
-            messages += std::regex_replace(to_utf8(text), form, "$1 $3: $2\n");
+            messages += kr::test::replaced(to_utf8(text), form, "$1 $3: $2\n");
         });
         kr_log_register_module(KR_TEXT("windbg"));
         EXPECT_EQ(kr_init(), KR_SUCCESS);
