@@ -60,7 +60,7 @@ def source(peer, calls):
                 text = text.replace("{}", CONVERSIONS[arg], 1)
         body = call(f'"{text}"', args) + ";" if calls else ""
         lines.append(f"void step_{n}([[maybe_unused]] const char* name, [[maybe_unused]] unsigned number,"
-                     f" [[maybe_unused]] std::size_t count) {{ {body} }}")
+                     f" [[maybe_unused]] size_t count) {{ {body} }}")
     return "\n".join(lines) + "\n"
 
 

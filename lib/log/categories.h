@@ -12,8 +12,8 @@ const kr_char* kr_log_category_name(u16 id);
 u32 kr_log_category_id(const kr_char* name, u16* id);
 
 /// Reads or replaces a category's level mask. 1, or 0 with nothing done for an id of
-/// KR_LOG_SLOT_COUNT or more and for a null `mask`. Setting derives the layout anew unless it is
-/// explicit.
+/// KR_LOG_SLOT_COUNT or more and for a null `mask`. Setting derives the formatting mode anew, as
+/// kr_log_update_formatting does.
 u32 kr_log_level_get(u16 id, u32* mask);
 u32 kr_log_level_set(u16 id, u32 mask);
 

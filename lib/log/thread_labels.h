@@ -1,6 +1,6 @@
 /// What the log core asks of the thread table: the label that a line shows, and call depths. For
-/// the log's own sources. One lock guards the table; nothing is allocated, released or
-/// logged while it is held.
+/// the log's own sources. One lock guards the table; nothing is allocated, released or logged while
+/// it is held.
 #pragma once
 
 #include <atomic>

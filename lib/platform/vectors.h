@@ -5,15 +5,14 @@
 
 #include <bit>
 #include <cstdint>
-
-#include "platform/types.h"
-
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #define KR_VECTORS 1
 #else
 #define KR_VECTORS 0
 #endif
+
+#include "platform/types.h"
 
 /// Marks a function that reads whole aligned vectors, and so bytes beside the object that it was
 /// given, though never a page that the object does not reach. The sanitizers cannot know that.

@@ -152,7 +152,7 @@ TEST(NumberFailures, AreLoggedWithTheTextUnderTheirOperation) {
     i64 large_signed = 0;
     const kr_char* const far_out = KR_TEXT("9999999999999999999");
     const std::string far_text = utf8(far_out);
-    const auto cannot = [](std::string operation, std::string text, std::string what) {
+    const auto cannot = [](const std::string& operation, const std::string& text, const std::string& what) {
         return operation + ": Cannot convert " + text + " to " + what;
     };
     const struct {

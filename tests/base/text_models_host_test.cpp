@@ -47,7 +47,7 @@ private:
         u8* const start = free_.back();
         free_.pop_back();
         EXPECT_LT(size, page);
-        std::fill_n(start, page, u8{'7'});
+        std::fill_n(start, page, u8{';'});
         return at_end_ ? start + page - size : start;
     }
     static void give(void* block) {

@@ -55,7 +55,7 @@ KR_SIGN_IDENTITIES=$odd/keys passes 'a folder with an odd name' \
 leaves 'a folder with an odd name' "${odd##*/}"
 
 # The maker's identity once more, as one would get it: encrypted key, separate chain.
-openssl x509 -in "$identities/maker-chain.pem" -out leaf.pem
+printf %s "$(openssl x509 -in "$identities/maker-chain.pem")" >leaf.pem # whose last line lacks its end
 sed '1,/END CERTIFICATE/d' "$identities/maker-chain.pem" >chain.pem
 openssl rsa -aes256 -passout pass:secret -in "$identities/maker-leaf.key" -out leaf.key 2>/dev/null
 openssl pkcs12 -export -passout pass:secret -inkey "$identities/maker-leaf.key" -in leaf.pem -out leaf.p12

@@ -59,7 +59,7 @@ TEST(Conversions, WriteMeasureTraceAndRefuse) {
     };
     // clang-format on
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.function + row.text);
+        SCOPED_TRACE(row.function + row.text + row.written);
         const bool description = row.function[0] == 't'; // needs room for its terminator too
         guarded_buffer<kr_char> buffer(row.text.size() + (description ? 1 : 0));
         const size_t size = row.text.size() * sizeof(kr_char);

@@ -202,6 +202,18 @@ TEST_F(TypedSettings, StoreOddValues) {
               "W kr_settings_group_open: Unable to open subkey 'g', error code = 6\n");
 }
 
+TEST_F(TypedSettings, MultiStringsTakeTheirTextsRoomAndNoMore) {
+    for (size_t length = 0; length < 20; ++length) {
+        wide item = wide(length, ';') + wide(1, 0) + wide(20, ';'); // what lies behind an item does not count
+        kr_char* pointer = item.data();
+        const kr_array_string array = {1, 1, &pointer};
+        const failing_allocator allocator;
+        kr::owned_text composed;
+        EXPECT_EQ(kr_settings_compose_multi_string(&array, composed.out()), ok);
+        EXPECT_EQ(allocator.last_size(), (2 * length + 2) * sizeof(kr_char));
+    }
+}
+
 TEST_F(TypedSettings, MultiStringsLeaveNothingBehindWhenMemoryRunsOut) {
     std::vector<std::string> items(12, "a;b\\c");
     items.back() = "x";

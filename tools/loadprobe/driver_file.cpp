@@ -1,3 +1,4 @@
+/// The driver's file below the system's folder: its path and the embedded image in it.
 #include "driver_file.h"
 
 #include <iterator>

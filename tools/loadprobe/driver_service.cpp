@@ -1,3 +1,4 @@
+/// Installs, starts, stops and removes the driver's service, whatever fails in between.
 #include "driver_service.h"
 
 #include "platform/platform.h"

@@ -1,3 +1,4 @@
+/// The steps of the probe, and what undoes them.
 #include "probe.h"
 
 #include "driver_file.h"

@@ -1,3 +1,4 @@
+/// Stores the verdict in the registry.
 #include "verdict.h"
 
 #include "platform/platform.h"

@@ -7,9 +7,9 @@
 
 The table of floors is read from docs/architecture.md, a room in each row. The backquoted names of a
 room are its files below lib/ (or from the root): with an ending one file, without one the header and
-the source of that name; `*` stands for any characters. A file includes
-files of its own room and of rooms on lower floors; no file includes itself by way of others; a public
-header does not lead to platform/platform.h.
+the source of that name; `*` stands for any characters. A file includes files of its own room and of
+rooms on lower floors; no file includes itself by way of others; a public header does not lead to
+platform/platform.h.
 """
 import fnmatch
 import os

@@ -1,4 +1,4 @@
-/// Wide-string utilities, on the scans and on the runtime's locale routines.
+/// Wide-string utilities, on the library's walks and on the runtime's locale routines.
 #include "base/text/wide_string.h"
 
 #include <algorithm>

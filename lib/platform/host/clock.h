@@ -10,4 +10,4 @@ void GetSystemTimeAsFileTime(FILETIME* time);
 BOOL LocalFileTimeToFileTime(const FILETIME* local, FILETIME* utc);
 /// Ticks of the monotonic clock, 10,000,000 in a second.
 BOOL QueryPerformanceCounter(LARGE_INTEGER* ticks);
-BOOL QueryPerformanceFrequency(LARGE_INTEGER* ticks_per_second);
+BOOL QueryPerformanceFrequency(LARGE_INTEGER* frequency);

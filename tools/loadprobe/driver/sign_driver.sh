@@ -78,7 +78,7 @@ sign_to_ship() {
   set --
   if [ -n "${KR_SIGN_KEY:-}" ]; then
     # One PEM file: the leaf first, then its chain. Either's last line may lack its end.
-    grep -h '' "$KR_SIGN_CERTIFICATE" ${KR_SIGN_CHAIN:+"$KR_SIGN_CHAIN"} >"$work/chain.pem"
+    awk 1 "$KR_SIGN_CERTIFICATE" ${KR_SIGN_CHAIN:+"$KR_SIGN_CHAIN"} >"$work/chain.pem"
     set -- -certs "$work/chain.pem" -key "$KR_SIGN_KEY" \
       ${KR_SIGN_PKCS11:+-pkcs11module "$KR_SIGN_PKCS11"}
   else
