@@ -128,8 +128,9 @@ public:
         if (failed_) {
             return 0;
         }
-        *cursor_ = 0;
-        return static_cast<size_t>(cursor_ + 1 - begin_) * sizeof(kr_char);
+        const auto length = static_cast<size_t>(cursor_ - begin_);
+        begin_[length] = 0;
+        return (length + 1) * sizeof(kr_char);
     }
 
 private:

@@ -101,11 +101,14 @@ TEST_F(TypedSettings, CopyAndTrace) {
         EXPECT_EQ(row.copy(settings_, settings_), ok);
         std::vector<std::string> lines = log_.take();
         std::erase_if(lines, [](const std::string& one) { return one[5] == '.'; });
-        const std::string get = "C 07 kr_settings_get_" + row.type, set = "C 07 kr_settings_set_" + row.type;
+        const auto traced = [&row = row](std::string operation, const std::string& what) {
+            return operation.insert(0, "C 07 kr_settings_").append(row.type).append(": ").append(what);
+        };
         const std::string value = shown == nullptr ? ", value=" + to : shown;
-        EXPECT_THAT(lines, ElementsAre(get + ": Enter (name = from)", get + ": Return " + returned,
-                                       set + ": Enter (name=to" + value + ")",
-                                       set + ": Return " + (to.back() == ';' ? success : "()")));
+        EXPECT_THAT(lines,
+                    ElementsAre(traced("get_", "Enter (name = from)"), traced("get_", "Return " + returned),
+                                traced("set_", "Enter (name=to" + value + ")"),
+                                traced("set_", "Return " + (to.back() == ';' ? success : "()"))));
         EXPECT_EQ(settings_.text("to"), to);
     }
 }
