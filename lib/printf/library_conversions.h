@@ -1,6 +1,6 @@
-/// The conversions of the library's own values, as the engine's driver calls them. Public; cursor,
-/// remaining, args, required and the results common to all are those of printf/plain_conversions.h.
-/// None looks at flags, width and precision. Any thread.
+/// The conversions of the library's own values and of pointers, as the engine's driver calls them.
+/// Public; cursor, remaining, args, required and the results common to all are those of
+/// printf/plain_conversions.h. None looks at flags, width and precision. Any thread.
 #pragma once
 
 #include <cstdarg>

@@ -1,5 +1,5 @@
-/// The conversions of the library's own values, written once for the public operations and for the
-/// driver. For the engine's own sources.
+/// The conversions of the library's own values and of pointers, which have a form of the library's,
+/// written once for the public operations and for the driver. For the engine's own sources.
 #pragma once
 
 #include "base/convert/guid.h"
