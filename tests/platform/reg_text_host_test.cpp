@@ -44,7 +44,7 @@ TEST(RegText, ReadsWhatPeopleAndExportsWrite) {
     const std::pair<std::string, std::string> rows[] = {
         {R"(  @ = "" ; note)", R"(@="")"},
         {R"("q\"b\\s\n\r"="C:\\dir\\\"x\"")", ""},
-        {"\"\xC3\xA4\xF0\x90\x80\x80\"=\"\"", ""},
+        {"\"\xC3\xA4\xF0\x90\x80\x80\xF0\x9F\x98\x80\"=\"\"", ""},
         {R"("a"="x\ny")", R"("a"=hex(1):78,00,0a,00,79,00,00,00)"},
         {R"("d"=dword:1F)", R"("d"=dword:0000001f)"},
         {R"("b"=HEX:0,Ff,7,a8)", R"("b"=hex:00,ff,07,a8)"},
