@@ -27,7 +27,9 @@ void expect_selected(std::initializer_list<const kr_char*> specs, const kr_char*
     for (const kr_char* spec : specs) {
         SCOPED_TRACE(spec != nullptr ? utf8(spec) : "null");
         const captured_log log(KR_LOG_ERROR);
+        kr_log_set_formatting(1);
         EXPECT_EQ(kr_log_set_destination(spec), ok);
+        EXPECT_EQ(kr_log_formatting(), quiet ? 0u : 1u);
         const kr_log_destination selected = log_main_slot.get();
         EXPECT_EQ(selected.write, same.write);
         EXPECT_EQ(selected.no_timestamps, same.no_timestamps);
