@@ -26,9 +26,8 @@ constexpr kr_char escape = KR_TEXT('\\');
 /// The longest text whose size in bytes, terminator included, is a u32.
 constexpr u64 longest_text_chars = std::numeric_limits<u32>::max() / sizeof(kr_char) - 1;
 
-constexpr bool is_escaped(kr_char character) {
-    return character == separator || character == escape;
-}
+constexpr kr::detail::is_terminator<kr_char> is_end = {};
+constexpr kr::detail::is_either<kr_char> is_escaped = {separator, escape};
 
 constexpr const char* parse_name = "kr_settings_parse_multi_string";
 constexpr const char* compose_name = "kr_settings_compose_multi_string";
@@ -42,23 +41,16 @@ kr_result append_item(kr_array_string* array, const kr_char* item, u64 length_ch
     return result;
 }
 
-#if KR_VECTORS
 namespace vectors = kr::detail::vectors;
-
-__m128i escaped_lanes(__m128i chars) {
-    return _mm_or_si128(vectors::equal_lanes(chars, separator),
-                        vectors::equal_lanes(chars, escape));
-}
-#endif
 
 /// What ends a run of characters that stand for themselves.
 struct ends_run {
     constexpr bool operator()(kr_char character) const {
-        return character == 0 || is_escaped(character);
+        return is_end(character) || is_escaped(character);
     }
 #if KR_VECTORS
     __m128i operator()(__m128i chars) const {
-        return _mm_or_si128(vectors::equal_lanes(chars, kr_char{}), escaped_lanes(chars));
+        return _mm_or_si128(is_end(chars), is_escaped(chars));
     }
 #endif
 };
@@ -123,9 +115,8 @@ kr_result item_at(const kr_array_string* array, u32 index, const kr_char** item)
 /// A vector of an item: two bits for each terminator and for each character to be escaped.
 struct piece {
     explicit piece(const kr_char* at)
-        : chars(vectors::load_beyond(at)),
-          ends(vectors::bits_of(vectors::equal_lanes(chars, kr_char{}))),
-          escaped(vectors::bits_of(escaped_lanes(chars))) {}
+        : chars(vectors::load_beyond(at)), ends(vectors::bits_of(is_end(chars))),
+          escaped(vectors::bits_of(is_escaped(chars))) {}
 
     __m128i chars;
     u32 ends;

@@ -9,12 +9,13 @@
 #include "base/memory/typed_memory.h"
 #include "base/text/array_string_add.h"
 #include "base/text/wide_string.h"
-#include "log/log.h"
+#include "log/failure.h"
 #include "result/failures.h"
 
 namespace {
 
 using kr::detail::invalid_argument;
+using kr::detail::unexpected_behaviour;
 
 constexpr u32 first_capacity = 10;
 constexpr const char* add_name = "kr_array_string_add";
@@ -49,8 +50,8 @@ kr_result array_string_add(kr_array_string* arr, const kr_char* s, u64 length_ch
     if (arr->count >= arr->capacity) {
         const kr_result result = grow(*arr);
         if (kr_result_failed(result)) {
-            KR_LOG_AS(KR_LOG_OTHER, KR_LOG_WARNING, add_name,
-                      "Unable to expand array. Result is %_r (%_z)", &result, &result);
+            KR_LOG_FAILURE_AS(KR_LOG_OTHER, KR_LOG_WARNING, add_name, result,
+                              "Unable to expand array.");
             return result;
         }
     }
@@ -60,13 +61,13 @@ kr_result array_string_add(kr_array_string* arr, const kr_char* s, u64 length_ch
             "UNEXPECTED: array count must be smaller than array capacity. (count %u, capacity "
             "%u)",
             arr->count, arr->capacity);
-        return kr_result_make_error(KR_UNEXPECTED_BEHAVIOUR);
+        return unexpected_behaviour();
     }
     kr_char* copy = nullptr;
     const kr_result result = kr_string_dup_n(&copy, s, length_chars);
     if (kr_result_failed(result)) {
-        KR_LOG_AS(KR_LOG_OTHER, KR_LOG_WARNING, add_name,
-                  "Unable to duplicate string '%_s' Result is %_r (%_z)", s, &result, &result);
+        KR_LOG_FAILURE_AS(KR_LOG_OTHER, KR_LOG_WARNING, add_name, result,
+                          "Unable to duplicate string '%_s'", s);
         return result;
     }
     arr->items[arr->count++] = copy;
